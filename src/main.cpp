@@ -1,0 +1,19 @@
+#include "widget.h"
+
+#include <QApplication>
+#include <QTranslator>
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    // The window hides between media; only the abort question and the countdown may end the program.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    QTranslator translator;
+    if (translator.load(QString("%1/en.qm").arg(QCoreApplication::applicationDirPath())))
+        QCoreApplication::installTranslator(&translator);
+
+    Widget window;
+    window.hide();
+    return QApplication::exec();
+}

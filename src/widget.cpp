@@ -1,0 +1,697 @@
+#include "widget.h"
+
+#include "ui_widget.h"
+#include "watchdogfeed.h"
+
+#include <QApplication>
+#include <QDebug>
+#include <QDesktopWidget>
+#include <QFile>
+#include <QMessageBox>
+#include <QPixmap>
+#include <QProcess>
+#include <QScrollBar>
+#include <QSettings>
+#include <QStandardItemModel>
+#include <QTextCodec>
+#include <QTimer>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+constexpr int pollIntervalMs = 3000;
+constexpr int tickIntervalMs = 1000;
+constexpr unsigned int suspensionSeconds = 600;
+
+constexpr unsigned long workerPollSeconds = 2;
+constexpr unsigned long settleSeconds = 2;
+
+constexpr int outputBursts = 2;
+constexpr int outputTimeoutMs = 4000;
+
+enum State { NotExecuted = 0, Executing = 1, Completed = 2 };
+enum MediaType { SdCard = 0, UsbDrive = 1, OtherStorage = 2 };
+
+const char catalogueFile[] = "/mnt/upgrade/zul_install/system.ini";
+
+QPixmap grabDesktop()
+{
+    return QPixmap::grabWindow(QApplication::desktop()->winId(), 0, 0, -1, -1);
+}
+
+} // namespace
+
+// --- The worker -----------------------------------------------------------------------------------------
+
+myThread::myThread(QObject *parent)
+    : QThread(parent)
+{
+}
+
+void myThread::setSyscmd(QVector<_system_CMD> *list)
+{
+    cmdList = list;
+    suspended = false;
+}
+
+void myThread::suspend()
+{
+    suspended = true;
+}
+
+void myThread::resume()
+{
+    suspended = false;
+}
+
+bool myThread::Verification_script(QString commandLine)
+{
+    const QStringList parts = commandLine.split(" ");
+    for (int i = 1; i < parts.size(); ++i) {
+        if (!parts.at(i).isEmpty())
+            return false;
+    }
+    return true;
+}
+
+bool myThread::isSkipped(const QString &commandLine)
+{
+    // "sh" anywhere counts, in flash_erase and bash too: such a program is run only with an argument.
+    return commandLine.contains("sh") ? Verification_script(commandLine) : commandLine.isEmpty();
+}
+
+bool myThread::isCalibration(const QString &commandLine)
+{
+    return commandLine == "ts_calibrate" || commandLine.contains("TSTAPP");
+}
+
+void myThread::backup_grabWindow(QString path)
+{
+    if (!path.contains(".jpg"))
+        path.append(".jpg");
+    grabDesktop().save(path, "JPG", -1);
+}
+
+void myThread::run()
+{
+    for (;;) {
+        if (!suspended)
+            runBatch();
+        sleep(workerPollSeconds);
+    }
+}
+
+void myThread::runBatch()
+{
+    // The batch keeps the length that it starts with, but never reaches beyond a list that has shrunk since.
+    const int count = cmdList ? cmdList->size() : 0;
+    for (int index = 0; index < count && index < cmdList->size(); ++index) {
+        current = cmdList->at(index);
+        // Not written back: the list shows state 1 for a calibration command only.
+        current.state = Executing;
+        emit signalStateChange(current.name);
+
+        const bool calibration = isCalibration(current.cmd);
+        if (calibration) {
+            writeBack(index);
+            emit signaltsCalibrate(false);
+        }
+        sleep(settleSeconds);
+
+        if (isSkipped(current.cmd)) {
+            complete(index);
+            continue; // without a look at the suspend flag: only an executed command ends a batch early
+        }
+        execute(index);
+        if (calibration)
+            emit signaltsCalibrate(true);
+        if (suspended)
+            break;
+    }
+
+    emit signal_end();
+    running = false;
+    suspended = true;
+}
+
+void myThread::execute(int index)
+{
+    current.succeed = QProcess::execute(current.cmd) == 0;
+    complete(index);
+}
+
+void myThread::complete(int index)
+{
+    current.state = Completed;
+    writeBack(index);
+    emit signalStateChange("");
+}
+
+void myThread::writeBack(int index)
+{
+    if (index < cmdList->size())
+        (*cmdList)[index] = current;
+}
+
+// --- The window -----------------------------------------------------------------------------------------
+
+Widget::Widget(QWidget *parent)
+    : QWidget(parent)
+    , ui(new Ui_Widget)
+{
+    ui->setupUi(this);
+    codec = QTextCodec::codecForName("UTF-8");
+    watchDog = new WatchDogFeed(this);
+
+    showDetails = false;
+    upgrading = false;
+    mediaType = OtherStorage; // so that a medium of unknown kind is announced as a storage device
+
+    tableModel = new QStandardItemModel(this);
+    operationModel = nullptr;
+    selectedModel = nullptr;
+    rebootTimer = nullptr;
+    endGame = true;
+
+    msgBox = nullptr;
+    buildQuestionBox();
+
+    // The scroll bars have no sheet of their own; this keeps both lists' in the same state, whatever it is.
+    const QString sheet = ui->operationList->verticalScrollBar()->styleSheet();
+    ui->operationList->verticalScrollBar()->setStyleSheet(sheet);
+    ui->selectedList->verticalScrollBar()->setStyleSheet(sheet);
+
+    startWatchingForMedia();
+    startWorker();
+}
+
+Widget::~Widget()
+{
+    // The worker, the poll timer and the question box stay: the process ends with them.
+    delete ui;
+}
+
+void Widget::startWatchingForMedia()
+{
+    pollTimer = new QTimer;
+    connect(pollTimer, SIGNAL(timeout()), this, SLOT(slotsTimerout()));
+    pollTimer->start(pollIntervalMs);
+}
+
+void Widget::startWorker()
+{
+    worker = new myThread;
+    connect(worker, SIGNAL(signalStateChange(QString)), this, SLOT(slotsStateChange(QString)));
+    connect(worker, SIGNAL(signal_end()), this, SLOT(slotsState_end()));
+    connect(worker, SIGNAL(signaltsCalibrate(bool)), this, SLOT(slotstsCalibrate(bool)));
+    worker->start(QThread::InheritPriority);
+}
+
+// --- Notice the medium ----------------------------------------------------------------------------------
+
+void Widget::slotsTimerout()
+{
+    QVector<QString> lines;
+    myexec("df", &lines);
+
+    bool found = false;
+    QStringList fields;
+    for (const QString &line : qAsConst(lines)) {
+        const bool candidate = mountPath.isEmpty() ? line.contains("/dev/sd") || line.contains("/dev/mmc")
+                                                   : line.contains(mountPath);
+        if (!candidate)
+            continue;
+        found = true;
+        fields = line.split(" "); // no early exit: of several media the last line decides
+    }
+
+    if (mountPath.isEmpty() && found) {
+        mountPath = fields.last();
+        checkMmc_udisk();
+    } else if (!mountPath.isEmpty() && !found) {
+        mountPath = QString();
+        uMount();
+    }
+}
+
+void Widget::checkMmc_udisk()
+{
+    linkMedium();
+    if (!QFile::exists(catalogueFile)) {
+        qDebug() << "/mnt/upgrade/zul_install/system.ini unPresence";
+        uMount();
+        return; // mountPath keeps its value, so that the medium is not tried again until it is removed
+    }
+
+    // By the mount directory, not by the device; a directory with neither text keeps the last medium's kind.
+    if (mountPath.contains("mmc"))
+        mediaType = SdCard;
+    else if (mountPath.contains("sd"))
+        mediaType = UsbDrive;
+
+    showFullScreen();
+    stopPrograms();
+    feed_dog_suspend(suspensionSeconds);
+    upgrading = true;
+    showDetails = false;
+    check_CMD(catalogueFile);
+}
+
+void Widget::linkMedium()
+{
+    systemCmdReadrealy("rm /mnt/upgrade");
+    systemCmdReadrealy(QString("ln -s %1 /mnt/upgrade").arg(mountPath));
+}
+
+void Widget::stopPrograms()
+{
+    systemCmdReadrealy("killall zul_main");
+    systemCmdReadrealy("killall zul_gui_en");
+    systemCmdReadrealy("killall zul_gui_cn");
+    systemCmdReadrealy("killall zul_gui_jk");
+    systemCmdReadrealy("killall zul_gui_lan");
+}
+
+// --- Read its catalogue ---------------------------------------------------------------------------------
+
+namespace
+{
+
+/// An item that stands in the middle of its cell.
+QStandardItem *centredItem(const QString &text)
+{
+    auto *item = new QStandardItem(text);
+    item->setTextAlignment(Qt::AlignCenter);
+    return item;
+}
+
+/// The record of a catalogue line "name@command". The settings reader has no codec and so read the file byte
+/// by byte; where the local encoding has one byte a character, this gives back the UTF-8 text of the file.
+_system_CMD recordOf(const QString &line)
+{
+    const QString text = QString::fromUtf8(line.toLocal8Bit().constData());
+    return {text.section("@", 0, 0), text.section("@", 1, 1), false, NotExecuted};
+}
+
+} // namespace
+
+void Widget::check_CMD(QString path)
+{
+    // One settings object a read, never released: its cache is part of how a catalogue is read.
+    auto *settings = new QSettings(path, QSettings::IniFormat);
+    if (settings->contains("/system/CMD_List"))
+        offerChoice(settings);
+    else if (settings->contains("/system/CMD_Type"))
+        runAtOnce(settings);
+    else
+        qDebug() << "unrecognized command line";
+}
+
+void Widget::runAtOnce(QSettings *settings)
+{
+    QString list;
+    get_string(settings, "/system/CMD_Type", &list);
+    const QStringList items = list.split(",");
+
+    runList.resize(0);
+    for (const QString &item : items) {
+        const QString line = commandLine(settings, item);
+        if (!item.isEmpty() && !line.isEmpty())
+            runList.append(recordOf(line));
+    }
+    if (!runList.isEmpty())
+        startBatch();
+}
+
+void Widget::offerChoice(QSettings *settings)
+{
+    startCountdown();
+    if (settings->contains("/system/ENDGAME"))
+        endGame = settings->value("/system/ENDGAME", true).toBool();
+
+    QString list;
+    get_string(settings, "/system/CMD_List", &list);
+    const QStringList items = list.split(",");
+
+    cmdMap.clear();
+    runList.resize(0);
+    if (!operationModel)
+        operationModel = new QStandardItemModel(this);
+    ensureSelectedModel();
+    operationModel->clear();
+    selectedModel->clear();
+    ui->widget->show(); // an earlier batch may have left the status page
+
+    if (items.isEmpty()) {
+        qDebug() << "empty command list";
+        return;
+    }
+    for (const QString &item : items) {
+        const QString line = commandLine(settings, item);
+        if (item.isEmpty())
+            qDebug() << "empty command name in the list";
+        else if (line.isEmpty())
+            qDebug() << "empty command";
+        else
+            offerOperation(line);
+    }
+
+    ui->operationList->setModel(operationModel);
+    ui->selectedList->setModel(selectedModel);
+    ui->operationList->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    ui->selectedList->setEditTriggers(QAbstractItemView::NoEditTriggers);
+}
+
+void Widget::startCountdown()
+{
+    if (!rebootTimer)
+        rebootTimer = new QTimer(this);
+    // One more connection every time, on purpose: a second catalogue makes the countdown run twice as fast.
+    connect(rebootTimer, SIGNAL(timeout()), this, SLOT(slot_rebootTimeout()));
+    rebootTimer->start(tickIntervalMs);
+}
+
+void Widget::offerOperation(const QString &line)
+{
+    const _system_CMD record = recordOf(line);
+    cmdMap.insert(record.name, record); // a repeated name shows twice and keeps the later command
+    operationModel->appendRow(centredItem(record.name));
+}
+
+QString Widget::commandLine(QSettings *settings, const QString &item)
+{
+    QString line;
+    get_string(settings, QString("/CMD/%1").arg(item), &line);
+    return line;
+}
+
+void Widget::get_string(QSettings *settings, QString key, QString *text)
+{
+    *text = settings->value(key, QVariant()).toString();
+}
+
+void Widget::set_string(QSettings *settings, QString key, QString *text)
+{
+    settings->setValue(key, *text);
+}
+
+// --- Choose operations ----------------------------------------------------------------------------------
+
+void Widget::ensureSelectedModel()
+{
+    if (!selectedModel)
+        selectedModel = new QStandardItemModel(this);
+}
+
+void Widget::on_operationList_clicked(const QModelIndex &index)
+{
+    const QString text = index.data(Qt::DisplayRole).toString();
+    ensureSelectedModel();
+    const QList<QStandardItem *> found = selectedModel->findItems(text, Qt::MatchExactly, 0);
+    if (found.isEmpty()) {
+        selectedModel->appendRow(centredItem(text));
+        qDebug().noquote() << QString("append item [%1] to selected list").arg(text);
+    } else {
+        removeFromSelection(found.first());
+    }
+    ui->selectedList->setModel(selectedModel);
+}
+
+void Widget::on_selectedList_clicked(const QModelIndex &index)
+{
+    const QString text = index.data(Qt::DisplayRole).toString();
+    ensureSelectedModel();
+    const QList<QStandardItem *> found = selectedModel->findItems(text, Qt::MatchExactly, 0);
+    if (found.isEmpty())
+        qDebug().noquote() << QString("item [%1] not in the selected list").arg(text);
+    else
+        removeFromSelection(found.first());
+    ui->selectedList->setModel(selectedModel);
+}
+
+void Widget::removeFromSelection(const QStandardItem *item)
+{
+    const int row = item->row();
+    const QString text = item->text();
+    selectedModel->removeRow(row);
+    qDebug().noquote() << QString("remove item %1[%2] in the selected list").arg(QString::number(row), text);
+}
+
+// --- Confirm, abort, count down -------------------------------------------------------------------------
+
+void Widget::buildQuestionBox()
+{
+    if (msgBox)
+        return;
+    msgBox = new QMessageBox(QMessageBox::NoIcon, tr("Attention"), " ", QMessageBox::Yes | QMessageBox::No,
+                             nullptr, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
+    msgBox->setStyleSheet("QMessageBox{border:1px solid;border-radius:10px;background:white;"
+                          "min-width:600px;min-height:350px;} "
+                          "QPushButton{background:lightgray;border:1px solid;border-radius:5px;"
+                          "min-width:100px;min-height:50px;}");
+    msgBox->setFont(QFont("Arial", 18, QFont::Bold));
+}
+
+bool Widget::isAnsweredYes(const QString &question)
+{
+    msgBox->setText(question);
+    return msgBox->exec() == QMessageBox::Yes;
+}
+
+void Widget::on_confirmPb_clicked()
+{
+    ensureSelectedModel();
+    const int rows = selectedModel->rowCount();
+    if (rows < 1) {
+        qDebug() << "no item selected";
+        return;
+    }
+
+    buildQuestionBox();
+    if (!isAnsweredYes(
+            QString("\n %1 \n %2 \n\n %3 \n\n")
+                .arg(tr("Selected operations"), tr("will be executed."), tr("Are you sure to continue?"))))
+        return;
+
+    runList.resize(0);
+    collectSelectedCommands(rows);
+    if (endGame) {
+        runList.append({tr("Save data"), "sync", false, NotExecuted});
+        runList.append({tr("Reboot system"), "reboot", false, NotExecuted});
+    }
+    if (!runList.isEmpty())
+        startBatch(); // the countdown goes on: its five minutes cover choosing and running
+}
+
+void Widget::collectSelectedCommands(int rows)
+{
+    for (int row = 0; row < rows; ++row) {
+        const QStandardItem *item = selectedModel->item(row, 0);
+        if (!item) {
+            qDebug().noquote() << QString("item[%1] is null").arg(row);
+            continue;
+        }
+        const QString name = item->text();
+        if (cmdMap.contains(name))
+            runList.append(cmdMap.value(name));
+        else
+            qDebug().noquote() << QString("item[%1] is not in the command list").arg(name);
+    }
+}
+
+void Widget::on_cancelPb_clicked()
+{
+    buildQuestionBox();
+    if (isAnsweredYes(
+            QString("\n %1 \n\n %2 \n\n").arg(tr("Are you sure to abort?"), tr("System will reboot."))))
+        quitAndReboot();
+}
+
+void Widget::slot_rebootTimeout()
+{
+    static int timeoutTick = 300;
+    if (timeoutTick < 0) {
+        timeoutTick = 360; // not 300, on purpose: a timer started again would count from 06:00
+        rebootTimer->stop();
+        quitAndReboot();
+        return;
+    }
+    ui->timeout->setText(QString("%1:%2")
+                             .arg(timeoutTick / 60, 2, 10, QLatin1Char('0'))
+                             .arg(timeoutTick % 60, 2, 10, QLatin1Char('0')));
+    --timeoutTick;
+}
+
+void Widget::quitAndReboot()
+{
+    QCoreApplication::exit(0);
+    // Nothing is left to do when it fails: the event loop ends all the same.
+    const int ignored = system("reboot");
+    Q_UNUSED(ignored)
+}
+
+// --- Run and report -------------------------------------------------------------------------------------
+
+void Widget::startBatch()
+{
+    ui->information->clear(); // an earlier batch's request to unplug must not stand over this one
+    ui->widget->hide();
+    ui->widget_2->show();
+    worker->setSyscmd(&runList);
+    createTabelview();
+}
+
+void Widget::slotsStateChange(QString dat)
+{
+    qDebug().noquote() << "#################" << dat;
+    // The empty text after a command leaves the label without a name until the next one starts.
+    ui->information->setText(tr("Executing：") + dat);
+    createTabelview();
+}
+
+void Widget::slotstsCalibrate(bool state)
+{
+    ui->widget_2->setVisible(state);
+}
+
+void Widget::slotsState_end()
+{
+    if (mediaType == SdCard)
+        ui->information->setText(tr("Operation completed，please unplug SD card！"));
+    else if (mediaType == UsbDrive)
+        ui->information->setText(tr("Operation completed，please unplug USB drive！"));
+    else
+        ui->information->setText(tr("Operation completed，please unplug storage device！"));
+}
+
+void Widget::createTabelview()
+{
+    tableModel->clear();
+    tableModel->setColumnCount(showDetails ? 4 : 3);
+    tableModel->setHeaderData(0, Qt::Horizontal, tr("Name"));
+    tableModel->setHeaderData(1, Qt::Horizontal, tr("Status"));
+    tableModel->setHeaderData(2, Qt::Horizontal, tr("Succeed?"));
+
+    ui->tableView->setModel(tableModel);
+    ui->tableView->setColumnWidth(0, 200);
+    ui->tableView->setColumnWidth(1, 150);
+    ui->tableView->setColumnWidth(2, 150);
+    if (showDetails) {
+        tableModel->setHeaderData(3, Qt::Horizontal, tr("Operation"));
+        ui->tableView->setColumnWidth(3, 260);
+    }
+    ui->tableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+
+    for (int row = 0; row < runList.size(); ++row)
+        fillRow(row, runList.at(row));
+}
+
+void Widget::fillRow(int row, const _system_CMD &record)
+{
+    QString status = tr("Not executed");
+    QString outcome;
+    if (record.state == Executing) {
+        status = tr("Executing");
+    } else if (record.state == Completed) {
+        status = tr("Completed");
+        outcome = record.succeed ? tr("Succeed") : tr("Failed");
+    }
+
+    tableModel->setItem(row, 0, centredItem(record.name));
+    tableModel->setItem(row, 1, centredItem(status));
+    tableModel->setItem(row, 2, centredItem(outcome));
+    if (showDetails)
+        tableModel->setItem(row, 3, centredItem(record.cmd));
+}
+
+void Widget::on_pushButton_clicked()
+{
+    showDetails = !showDetails;
+    createTabelview();
+}
+
+// --- Leave the medium -----------------------------------------------------------------------------------
+
+void Widget::uMount()
+{
+    if (upgrading) {
+        upgrading = false;
+        hide();
+        msgBox->reject(); // an open question counts as No: nothing runs for a medium that is gone
+        app_restart();
+        if (worker->running) {
+            worker->running = false;
+            if (worker->current.cmd == "ts_calibrate")
+                systemCmdReadrealy("killall ts_calibrate");
+        }
+    }
+    systemCmdReadrealy("rm /mnt/upgrade");
+    worker->suspend();
+}
+
+void Widget::feed_dog_stop()
+{
+    watchDog->onStop();
+}
+
+void Widget::feed_dog_suspend(unsigned int n)
+{
+    watchDog->onSuspend(n);
+}
+
+void Widget::app_restart()
+{
+    watchDog->onRestartApp();
+}
+
+// --- Shell and screen -----------------------------------------------------------------------------------
+
+int Widget::myexec(const char *command, QVector<QString> *lines)
+{
+    lines->resize(0);
+    FILE *pipe = popen(command, "r");
+    if (!pipe)
+        return -1;
+
+    char buffer[1024];
+    while (fgets(buffer, sizeof buffer, pipe)) {
+        size_t length = std::strlen(buffer);
+        if (length > 0 && buffer[length - 1] == '\n')
+            --length;
+        lines->append(QString::fromUtf8(buffer, static_cast<int>(length)));
+    }
+    pclose(pipe);
+    return lines->size();
+}
+
+bool Widget::systemCmdReadrealy(QString commandLine)
+{
+    QProcess process;
+    process.start(commandLine, QIODevice::ReadWrite);
+    for (int burst = 0; burst < outputBursts; ++burst) {
+        if (!process.waitForReadyRead(outputTimeoutMs)) {
+            // Read first: closing discards what the program has written.
+            const QByteArray output = process.readAllStandardOutput();
+            const QByteArray errors = process.readAllStandardError();
+            process.close();
+            qDebug().noquote() << QString::fromLocal8Bit(output);
+            qDebug().noquote() << QString::fromLocal8Bit(errors);
+            return false;
+        }
+        if (process.exitStatus() == QProcess::CrashExit) {
+            qDebug().noquote() << QString::fromLocal8Bit(process.readAllStandardError());
+            return false;
+        }
+    }
+    process.close();
+    return true;
+}
+
+void Widget::backup_grabWindow(QString path)
+{
+    grabDesktop().save(path, "JPG", -1);
+}
