@@ -3,6 +3,7 @@
 #include "ui_widget.h"
 #include "watchdogfeed.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QDebug>
 #include <QDesktopWidget>
@@ -454,6 +455,9 @@ void Widget::buildQuestionBox()
                           "QPushButton{background:lightgray;border:1px solid;border-radius:5px;"
                           "min-width:100px;min-height:50px;}");
     msgBox->setFont(QFont("Arial", 18, QFont::Bold));
+    // The style sheet keeps the box's font from its buttons, and the default one is too small to read.
+    for (QAbstractButton *button : msgBox->buttons())
+        button->setFont(msgBox->font());
 }
 
 bool Widget::isAnsweredYes(const QString &question)
