@@ -181,7 +181,8 @@ Widget::Widget(QWidget *parent)
     msgBox = nullptr;
     buildQuestionBox();
 
-    // The scroll bars have no sheet of their own; this keeps both lists' in the same state, whatever it is.
+    // They have no sheet of their own, but being given one, even an empty one, is what makes them take the
+    // width for fingers that the lists' sheets ask for.
     const QString sheet = ui->operationList->verticalScrollBar()->styleSheet();
     ui->operationList->verticalScrollBar()->setStyleSheet(sheet);
     ui->selectedList->verticalScrollBar()->setStyleSheet(sheet);
