@@ -1,0 +1,74 @@
+# shellcheck shell=bash
+# shellcheck disable=SC2034,SC2154 # state, display, tool_environment, simulator: the other files of lib/
+# The simulated controller where namespaces are refused: the computer's own mounts, processes and queues, with
+# stand-ins for df, killall, reboot and sync in PATH. Sourced, never run.
+#
+# A catalogue's commands are not kept in here. Only media with harmless commands are run this way.
+
+prepare_board() {
+    state=$ZUL_BOARD
+    mkdir "$state"/{media,stand-ins,programs,tmp}
+    programs=$state/programs
+    board_tmp=$state/tmp
+    mkdir -m 700 "$board_tmp/runtime"
+    : >"$state/stand-ins.log"
+    : >"$state/mounts"
+    install_programs "$programs"
+    install_stand_ins
+}
+
+install_stand_ins() {
+    local name
+    for name in reboot halt poweroff shutdown init telinit systemctl sync; do
+        install -m 755 "$simulator/lib/stand-in" "$state/stand-ins/$name"
+    done
+    install -m 755 "$simulator/lib/stand-in-df" "$state/stand-ins/df"
+    install -m 755 "$simulator/lib/stand-in-killall" "$state/stand-ins/killall"
+    for name in reboot sync df killall; do
+        if [[ $(PATH=$state/stand-ins:$PATH command -v "$name") != "$state/stand-ins/$name" ]]; then
+            die "$name would be the real one"
+        fi
+    done
+}
+
+boot_board() {
+    :
+}
+
+halt_board() {
+    "$simulator/lib/clean-up" --board "$state"
+}
+
+board_command() {
+    command=(env -i "${board_environment[@]}" "$@")
+}
+
+board_environment_is() {
+    board_environment=(
+        PATH="$state/stand-ins:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin:$programs"
+        HOME=/root LC_ALL=C.UTF-8 DISPLAY="$display" "${tool_environment[@]}"
+        ZUL_SANDBOX_LOG="$state/stand-ins.log" ZUL_BOARD="$state" ZUL_ON_BOARD="$state"
+    )
+}
+
+mount_medium() {
+    local device=$1 directory=$2 content=$3
+    mkdir -p "$directory"
+    cp -R "$content/." "$directory"
+    echo "$device 65536 16 65520 1% $directory" >>"$state/mounts"
+}
+
+unmount_medium() {
+    local directory=$1
+    grep -v -- " $directory\$" "$state/mounts" >"$state/mounts.new" || true
+    mv "$state/mounts.new" "$state/mounts"
+    rm -rf "$directory"
+}
+
+medium_directory() {
+    echo "$state/media/${1#/dev/}"
+}
+
+upgrade_link() {
+    readlink /mnt/upgrade
+}

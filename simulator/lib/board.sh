@@ -1,0 +1,174 @@
+# shellcheck shell=bash
+# shellcheck disable=SC2034,SC2119 # shared with the scripts that source this
+# The simulated controller: its life, its media and its operator. Sourced, never run.
+# Which of the two kinds it is (board-isolated.sh, board-here.sh) is decided by $ZUL_MODE: isolated or here.
+
+# shellcheck source=common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+# shellcheck source=places.sh
+source "$simulator/lib/places.sh"
+# shellcheck source=screen.sh
+source "$simulator/lib/screen.sh"
+ZUL_MODE=${ZUL_MODE:-isolated}
+if [[ $ZUL_MODE == isolated ]]; then
+    # shellcheck source=board-isolated.sh
+    source "$simulator/lib/board-isolated.sh"
+else
+    # shellcheck source=board-here.sh
+    source "$simulator/lib/board-here.sh"
+fi
+
+readonly application_programs="zul_main zul_gui_en zul_gui_cn zul_gui_jk zul_gui_lan"
+
+# Seconds between "reboot" and the moment at which everything is ended and starts again.
+restart_delay=10
+# start_board starts these; a scenario may take one out.
+board_programs=(zul_watchdog zul_upgrade)
+
+# install_programs DIRECTORY - what stands in a controller's program directory.
+install_programs() {
+    local directory=$1 name
+    install -m 755 "$build/zul_upgrade" "$build/simulator/zul_watchdog" "$build/simulator/ts_calibrate" "$directory"
+    for name in $application_programs; do install -m 755 "$build/simulator/zul_application" "$directory/$name"; done
+    install -m 755 "$simulator/programs/zul_version" "$directory"
+    install -m 644 "$simulator/fonts.conf" "$directory"
+}
+
+# start_board - everything up to the tool waiting for a medium.
+start_board() {
+    require_programs
+    prepare_board
+    start_transcript "$state"
+    tool_environment=(QT_FONT_DPI=64 "FONTCONFIG_FILE=$programs/fonts.conf" "XDG_RUNTIME_DIR=$board_tmp/runtime")
+    start_screen
+    board_environment_is
+    power_on
+    follow_stand_ins &
+    observe &
+}
+
+power_on() {
+    local program
+    boot_board
+    echo "$EPOCHREALTIME" >"$state/powered"
+    event simulator "the controller starts"
+    for program in "${board_programs[@]}"; do start_program "$program"; done
+}
+
+power_off() {
+    rm -f "$state/powered"
+    halt_board
+    event simulator "the controller is off: no program runs"
+}
+
+# in_board COMMAND... - runs a command on the board, as a program of the controller would.
+in_board() {
+    local -a command
+    board_command "$@"
+    "${command[@]}"
+}
+
+# start_program NAME - starts a program of the board in the background, with its output in the transcript.
+start_program() {
+    local out=${1#zul_} err=${1#zul_}
+    # What the tool itself says comes on standard error; on standard output it passes on what its commands say.
+    out=${out/#upgrade/command} err=${err/#upgrade/tool}
+    # Nothing from this shell about a program that is killed with the board.
+    run_program "$1" "$out" "$err" 2>/dev/null &
+}
+
+run_program() {
+    local status=0
+    local -a command
+    board_command "$programs/$1"
+    "${command[@]}" </dev/null > >(stamp "$2") 2> >(stamp "$3") &
+    wait $! || status=$?
+    if [[ -e $state/powered ]]; then event simulator "$1 ended with exit code $status"; fi
+}
+
+# Puts every call of a stand-in into the transcript, and restarts the controller after "reboot".
+follow_stand_ins() {
+    local call
+    tail -n +1 -f "$state/stand-ins.log" | while read -r _ call; do
+        event stand-in "$call"
+        if [[ $call == reboot* ]]; then restart & fi
+    done
+}
+
+restart() {
+    # One restart is enough, however often it is asked for.
+    mkdir "$state/restarting" 2>/dev/null || return 0
+    event simulator "the controller goes down in $restart_delay seconds"
+    sleep "$restart_delay"
+    power_off
+    rmdir "$state/restarting"
+    power_on
+}
+
+# Puts what can be seen from outside into the transcript whenever it changes, and anew after each start.
+observe() {
+    local before_start="" before_link before_window before_count start link window count
+    while sleep 0.2; do
+        start=$(cat "$state/powered" 2>/dev/null) || continue
+        if [[ $start != "$before_start" ]]; then
+            before_start=$start before_link=gone before_window=hidden before_count=-1
+        fi
+        link=$(upgrade_link 2>/dev/null) || link=gone
+        if [[ $link != "$before_link" ]]; then event simulator "/mnt/upgrade ${link/#\//points at /}"; fi
+        window=hidden
+        if window_visible; then window=visible; fi
+        if [[ $window != "$before_window" ]]; then event simulator "the tool's window is $window"; fi
+        count=$(count_applications)
+        if [[ $count != "$before_count" ]]; then event simulator "$count application programs run"; fi
+        before_link=$link before_window=$window before_count=$count
+    done
+}
+
+# plug sd|usb|DEVICE CONTENT [DIRECTORY] - plugs a medium in; CONTENT is a folder, or the name of one in media/.
+plug() {
+    local device content=$2 directory
+    device=$(medium_device "$1")
+    directory=${3:-$(medium_directory "$device")}
+    if [[ ! -d $content ]]; then content=$simulator/media/$2; fi
+    if [[ ! -d $content ]]; then die "no such medium: $2"; fi
+    event operator "plugs $device in, mounted on $directory"
+    mount_medium "$device" "$directory" "$content"
+}
+
+# unplug sd|usb|DEVICE [DIRECTORY]
+unplug() {
+    local device
+    device=$(medium_device "$1")
+    event operator "pulls $device out"
+    unmount_medium "${2:-$(medium_directory "$device")}"
+}
+
+medium_device() {
+    case $1 in
+        sd) echo /dev/mmcblk1p1 ;;
+        usb) echo /dev/sda1 ;;
+        *) echo "$1" ;;
+    esac
+}
+
+# running NAME - whether a program of the controller runs.
+running() {
+    grep -qxF -- "$programs/$1" < <(readlink /proc/[0-9]*/exe 2>/dev/null || true)
+}
+
+count_applications() {
+    grep -cE -- "^$programs/zul_(main|gui_(en|cn|jk|lan))\$" < <(readlink /proc/[0-9]*/exe 2>/dev/null || true) || true
+}
+
+all_applications_run() {
+    [[ $(count_applications) -eq 5 ]]
+}
+
+no_application_runs() {
+    [[ $(count_applications) -eq 0 ]]
+}
+
+# tool_ready - whether the tool has got as far as its event loop: it has opened the queue and waits for media.
+tool_ready() {
+    logged ' tool +key = ' && running zul_upgrade
+}

@@ -1,0 +1,94 @@
+# shellcheck shell=bash
+# shellcheck disable=SC2154 # board_programs: board.sh
+# Steps that many scenarios have in common. Each ends the scenario when it does not come about. Sourced, never run.
+
+# let_pass SECONDS - for what must not happen there is nothing to wait for but time.
+let_pass() {
+    sleep "$1"
+}
+
+# board_is_up - the tool waits for a medium and the application programs run.
+board_is_up() {
+    start_board
+    must "the tool starts" within 30 tool_ready
+    if [[ " ${board_programs[*]} " == *" zul_watchdog "* ]]; then
+        must "the application programs run" within 20 all_applications_run
+    fi
+    must "no window is there before a medium is" window_hidden
+}
+
+link_points_at() {
+    [[ $(upgrade_link 2>/dev/null) == "$1" ]]
+}
+
+# medium_taken_up DIRECTORY - the tool is in upgrade mode with the medium mounted there.
+medium_taken_up() {
+    must "the link points at the medium" within 20 link_points_at "$1"
+    must "the window comes up" within 20 window_visible
+    must "the watchdog is asked for a suspension" wait_for_log ' watchdog +received syscmd_suspend@600$' 10
+    must "no application program runs" within 10 no_application_runs
+}
+
+# given_back - the tool has left upgrade mode.
+given_back() {
+    must "the window goes" within 20 window_hidden
+    must "the watchdog is asked to restart the programs" wait_for_log ' watchdog +received syscmd_apprestart$' 10
+    must "the application programs run" within 20 all_applications_run
+    must "the link goes" within 10 fails upgrade_link
+}
+
+# choose ROW... - takes rows of the operation list over into the selection.
+choose() {
+    local row before
+    must "the list page is shown" within 10 list_page_shown
+    for row in "$@"; do
+        before=$(times_logged ' tool +append item ')
+        tap_operation "$row"
+        must "row $row is taken over" within 10 logged_more_than "$before" ' tool +append item '
+    done
+}
+
+logged_more_than() {
+    [[ $(times_logged "$2") -gt $1 ]]
+}
+
+answer() {
+    must "the question comes up" within 10 window_visible Attention
+    tap "question_$1"
+    must "the question goes" within 10 window_hidden Attention
+}
+
+# confirm_choice - the batch is given to the worker.
+confirm_choice() {
+    tap confirm
+    answer yes
+    must "the status page is shown" within 10 status_page_shown
+}
+
+# The next command is announced at once when one has ended: a second without one is the end of the batch.
+batch_over() {
+    every_command_ended && sleep 1 && every_command_ended
+}
+
+command_started() {
+    logged " tool +#+ $1\$"
+}
+
+# queue_holds KEY "BYTES MESSAGES" - what waits in the board's queue whose key begins so; the tool's own with 0x8f,
+# from the project id 143.
+queue_holds() {
+    [[ $(in_board ipcs -q | awk -v key="$1" 'index($1, key) == 1 && $4 == 666 {print $5, $6}') == "$2" ]]
+}
+
+# message_is sd|usb|other - which of the three requests to unplug is shown, told by its length: with the fonts of
+# fonts.conf the three are 523, 545 and 595 pixels long.
+message_is() {
+    local width expected
+    width=$(message_width)
+    case $1 in
+        sd) expected=523 ;;
+        usb) expected=545 ;;
+        other) expected=595 ;;
+    esac
+    ((width >= expected - 8 && width <= expected + 8))
+}

@@ -1,0 +1,11 @@
+// Stands in for the touch-screen calibration program: holds the screen for a moment, as an operator touching
+// the crosses would, and succeeds.
+
+#include <unistd.h>
+
+int main()
+{
+    constexpr unsigned int calibrationSeconds = 6;
+    sleep(calibrationSeconds);
+    return 0;
+}

@@ -1,0 +1,42 @@
+# shellcheck shell=bash
+# Whatever a medium's commands write, remove and kill, this computer keeps what it has.
+
+precious=$(mktemp /var/tmp/zul-precious-XXXXXX)
+remove_at_end "$precious"
+medium=$(mktemp -d /mnt/medium-XXXXXX)
+mkdir "$medium/zul_install"
+cat >"$medium/zul_install/system.ini" <<INI
+[system]
+CMD_Type="write,replace,remove,end,reboot,last"
+
+[CMD]
+write=Write@sh /mnt/upgrade/write.sh
+replace=Replace a program@cp -f /mnt/upgrade/write.sh /usr/bin/zul-was-here
+remove=Remove@rm -f $precious
+end=End processes@killall Xvfb bash tail nsenter unshare
+reboot=Reboot by its path@/sbin/reboot
+last=Last@true
+INI
+cat >"$medium/write.sh" <<'SH'
+for directory in /etc /usr/lib /opt /root /var/tmp /media /dev /run; do echo here >$directory/zul-was-here; done
+SH
+
+board_is_up
+plug sd "$medium"
+medium_taken_up /media/mmcblk1p1
+must "all commands run" within 60 command_started Last
+for directory in /etc /usr/lib /opt /root /var/tmp /media /dev /run; do
+    check "$directory is written inside" in_board test -e $directory/zul-was-here
+    check "and not outside" test ! -e $directory/zul-was-here
+done
+check "a program is replaced inside" in_board test -e /usr/bin/zul-was-here
+check "and not outside" test ! -e /usr/bin/zul-was-here
+check "a file is gone inside" fails in_board test -e "$precious"
+check "and is there outside" test -e "$precious"
+check "the screen lives" window_visible
+check "reboot by its path is the stand-in" logged ' stand-in +reboot$'
+must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
+must "and comes back" wait_for_log ' simulator +the controller starts' 30
+
+in_board bash -c 'kill -KILL -1' || true
+check "killing everything ends no process out here" window_hidden

@@ -1,0 +1,37 @@
+# shellcheck shell=bash
+# A show that is interrupted, ended or killed in the middle of an upgrade leaves nothing behind, in either mode.
+
+export TMPDIR=/mnt/tmp
+mkdir /mnt/tmp
+output=$build/simulator/$name
+remove_at_end "$output"
+
+traces() {
+    echo "mounts: $(sort </proc/mounts)"
+    echo "queues: $(ipcs -q | awk '$1 ~ /^0x/')"
+    echo "files: $(find /mnt /mnt/tmp -maxdepth 1 ! -name shown | sort)"
+    echo "processes: $(pgrep -af 'zul-|zul_|Xvfb|simulator/show|clean-up|board-init|nsenter' || true)"
+}
+
+end_in_the_middle() {
+    local signal=$1 pid
+    shift
+    env --default-signal=INT "$simulator/show" --output "$output" "$@" >/mnt/shown 2>&1 &
+    pid=$!
+    within 60 grep -qE ' tool +#+ .' /mnt/shown || must "the show gets to its first command" fails cat /mnt/shown
+    kill -s "$signal" "$pid"
+    if wait "$pid" 2>/dev/null; then return 1; fi
+}
+
+nothing_more_than_before() {
+    [[ $(traces) == "$before" ]]
+}
+
+before=$(traces)
+for signal in INT TERM KILL; do
+    check "SIG$signal ends the show" end_in_the_middle $signal
+    check "and leaves nothing" within 20 nothing_more_than_before
+    check "SIG$signal ends it without namespaces" end_in_the_middle $signal --fallback
+    check "and leaves nothing" within 20 nothing_more_than_before
+done
+diff <(echo "$before") <(traces) || true

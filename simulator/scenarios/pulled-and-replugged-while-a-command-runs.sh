@@ -1,0 +1,24 @@
+# shellcheck shell=bash
+# The run list is rebuilt under the worker: the batch stops after the command that is running, and the tool lives on.
+
+board_is_up
+plug sd continue
+medium_taken_up /media/mmcblk1p1
+choose 2 1
+confirm_choice
+must "the slow command runs" within 20 command_started "Slow operation"
+must "its program runs" within 10 in_board pgrep -f 'sleep 8$'
+unplug sd
+given_back
+mark
+plug sd continue
+medium_taken_up /media/mmcblk1p1
+must "the list page is back" within 10 list_page_shown
+must "the slow command ends" wait_for_log ' tool +#+ $' 20
+let_pass 5
+check "the command behind it does not start" fails command_started "Quick operation"
+check "the tool still runs" running zul_upgrade
+choose 1
+confirm_choice
+must "the next batch runs" within 20 command_started "Quick operation"
+must "and ends" within 20 batch_over

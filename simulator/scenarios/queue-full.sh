@@ -1,0 +1,22 @@
+# shellcheck shell=bash
+# A command that finds the queue full is lost, says so in the log and holds nothing up.
+
+board_programs=()
+start_board
+# Room for one record of 512 bytes, in the board's own IPC namespace; it holds for queues made from now on.
+in_board sh -c 'echo 600 >/proc/sys/kernel/msgmnb'
+start_program zul_upgrade
+must "the tool starts" within 30 tool_ready
+plug sd continue
+must "the window comes up" within 20 window_visible
+let_pass 1
+check "the first command found room" fails logged ' tool +msgsnd failed'
+check "it waits in the queue" queue_holds 0x8f "512 1"
+unplug sd
+must "the window goes" within 20 window_hidden
+must "the second command finds none" wait_for_log ' tool +msgsnd failed: ?$' 10
+must "the link goes" within 10 fails upgrade_link
+check "the queue is as it was" queue_holds 0x8f "512 1"
+plug usb other
+must "the tool goes on" within 20 window_visible
+check "and loses this command, too" test "$(times_logged ' tool +msgsnd failed: ?$')" = 2

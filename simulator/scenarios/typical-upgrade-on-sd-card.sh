@@ -1,0 +1,28 @@
+# shellcheck shell=bash
+# From the medium to the restart: operations of a choice run one after the other, then sync and reboot.
+
+board_is_up
+plug sd typical
+medium_taken_up /media/mmcblk1p1
+must "it was noticed within 3 seconds" noticed_in_time
+must "the countdown is shown" within 10 countdown_shown
+choose 1 5
+must "nothing has been started yet" fails logged ' tool +#+ '
+confirm_choice
+must "the batch ends" within 60 batch_over
+must "reboot is called" wait_for_log ' stand-in +reboot$' 10
+check "the commands ran in the order of the choice, then sync and reboot" in_order \
+    ' tool +#+ Update application$' ' tool +#+ $' ' tool +#+ Restore settings$' ' tool +#+ $' \
+    ' tool +#+ Save data$' ' tool +#+ $' ' tool +#+ Reboot system$' ' tool +#+ $'
+check "the first one did its work" logged ' command +after:  application 2.1.0$'
+check "sync was called before reboot" in_order ' stand-in +sync$' ' stand-in +reboot$'
+check "sync was called once" test "$(times_logged ' stand-in +sync$')" = 1
+check "reboot was called once" test "$(times_logged ' stand-in +reboot$')" = 1
+check "the message asks for the SD card" within 5 message_is sd
+must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
+mark
+must "the tool is back" wait_for_log ' tool +key = ' 30
+medium_taken_up /media/mmcblk1p1
+check "what was upgraded is still there" test "$(in_board /opt/zul/zul_version)" = "application 2.1.0"
+unplug sd
+given_back
