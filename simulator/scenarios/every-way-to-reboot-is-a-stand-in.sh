@@ -21,6 +21,6 @@ check "the controller's processes are its own" test "$(in_board sh -c 'readlink 
 
 for call in "/sbin/reboot now" "/bin/systemctl reboot" "telinit 6" "/usr/sbin/shutdown -r now" "poweroff" "/sbin/halt"; do
     in_board bash -c "$call || true" 2>/dev/null
-    name=${call%% *}
-    must "\"$call\" is recorded" wait_for_log " stand-in +${name##*/}( |\$)" 10
+    program=${call%% *}
+    must "\"$call\" is recorded" wait_for_log " stand-in +${program##*/}( |\$)" 10
 done
