@@ -1,0 +1,50 @@
+#include "commandline.h"
+
+namespace
+{
+
+int quotesFrom(const QString &text, int start)
+{
+    int end = start;
+    while (end < text.size() && text.at(end) == '"')
+        ++end;
+    return end - start;
+}
+
+} // namespace
+
+CommandLine splitCommandLine(const QString &text)
+{
+    CommandLine line;
+    QString word;
+    for (int i = 0; i < text.size();) {
+        const int quotes = quotesFrom(text, i);
+        if (quotes > 0) {
+            // Every three are one literal mark. Of the rest, a single one opens or closes; two cancel out.
+            word += QString(quotes / 3, '"');
+            if (quotes % 3 == 1)
+                line.openQuote = !line.openQuote;
+            line.bare += QString(quotes, 'x');
+            i += quotes;
+            continue;
+        }
+        const QChar character = text.at(i++);
+        line.bare += line.openQuote ? QChar('x') : character;
+        if (line.openQuote || !character.isSpace()) {
+            word += character;
+        } else if (!word.isEmpty()) {
+            line.words.append(word);
+            word.clear();
+        }
+    }
+    if (!word.isEmpty())
+        line.words.append(word);
+    return line;
+}
+
+QString throughShell(const QString &script)
+{
+    QString literal = script;
+    literal.replace("\"", "\"\"\"");
+    return "sh -c \"" + literal + '"';
+}

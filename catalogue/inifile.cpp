@@ -1,0 +1,335 @@
+#include "inifile.h"
+
+#include <QTextCodec>
+
+#include <algorithm>
+
+namespace
+{
+
+bool isBlank(char byte)
+{
+    return byte == ' ' || byte == '\t';
+}
+
+bool isLineEnd(char byte)
+{
+    return byte == '\n' || byte == '\r';
+}
+
+bool isHexDigit(char byte)
+{
+    return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'f') || (byte >= 'A' && byte <= 'F');
+}
+
+/// "\" becomes "/", "%41" and "%U0041" become "A"; every other byte is one character.
+QString decodedKey(const QByteArray &raw)
+{
+    QString key;
+    for (int i = 0; i < raw.size();) {
+        const bool wide = raw.mid(i + 1, 1) == "U";
+        const QByteArray digits = raw.mid(wide ? i + 2 : i + 1, wide ? 4 : 2);
+        bool isNumber = false;
+        const int code = digits.toInt(&isNumber, 16);
+        if (raw.at(i) == '%' && isNumber && digits.size() == (wide ? 4 : 2)) {
+            key += QChar(code);
+            i += (wide ? 2 : 1) + digits.size();
+        } else {
+            key += raw.at(i) == '\\' ? QChar('/') : QChar(QLatin1Char(raw.at(i)));
+            ++i;
+        }
+    }
+    return key;
+}
+
+/// Takes a value apart as the reader does.
+class ValueReader
+{
+public:
+    ValueReader(const QByteArray &bytes, int begin, int end, QTextCodec *textCodec)
+        : data(bytes)
+        , i(begin)
+        , to(end)
+        , codec(textCodec)
+    {
+    }
+
+    DecodedValue read()
+    {
+        skipBlanks();
+        while (i < to)
+            readNext();
+        chopBlanks();
+        return value;
+    }
+
+private:
+    void readNext()
+    {
+        const char byte = data.at(i);
+        if (byte == '\\')
+            readEscape();
+        else if (byte == '"')
+            readQuote();
+        else if (byte == ',' && !inQuotes)
+            startNextPart();
+        else
+            readPlain();
+    }
+
+    void readQuote()
+    {
+        ++i;
+        quoted = true;
+        inQuotes = !inQuotes;
+        if (!inQuotes)
+            skipBlanks();
+    }
+
+    void startNextPart()
+    {
+        if (value.comma < 0)
+            value.comma = i;
+        value.text.clear();
+        value.at.clear();
+        quoted = false;
+        ++i;
+        skipBlanks();
+    }
+
+    void readPlain()
+    {
+        const int begin = i++;
+        while (i < to && data.at(i) != '\\' && data.at(i) != '"' && data.at(i) != ',')
+            ++i;
+        if (!codec) {
+            for (int offset = begin; offset < i; ++offset)
+                append(QLatin1Char(data.at(offset)), offset);
+            return;
+        }
+        const QString decoded = codec->toUnicode(data.constData() + begin, i - begin);
+        for (const QChar character : decoded)
+            append(character, begin);
+    }
+
+    void readEscape()
+    {
+        static const char letters[] = "abfnrtv\"?'\\";
+        static const char meanings[] = "\a\b\f\n\r\t\v\"?'\\";
+        const int begin = i++;
+        if (i >= to)
+            return;
+        const char byte = data.at(i++);
+        const char *letter = std::find(letters, letters + sizeof letters - 1, byte);
+        if (*letter)
+            append(QLatin1Char(meanings[letter - letters]), begin);
+        else if (byte == 'x' && i < to && isHexDigit(data.at(i)))
+            readNumber(begin, 16);
+        else if (byte >= '0' && byte <= '7')
+            readNumber(begin, 8);
+        else if (isLineEnd(byte) && i < to && isLineEnd(data.at(i)) && data.at(i) != byte)
+            ++i;
+        chopLimit = value.text.size();
+    }
+
+    /// However many digits there are, they are one character.
+    void readNumber(int begin, uint base)
+    {
+        if (base == 8)
+            --i;
+        uint code = 0;
+        while (i < to && (base == 16 ? isHexDigit(data.at(i)) : data.at(i) >= '0' && data.at(i) <= '7'))
+            code = code * base + QByteArray(1, data.at(i++)).toUInt(nullptr, 16);
+        append(QChar(code & 0xffff), begin);
+    }
+
+    void append(QChar character, int offset)
+    {
+        value.text += character;
+        value.at += offset;
+    }
+
+    void skipBlanks()
+    {
+        while (i < to && isBlank(data.at(i)))
+            ++i;
+        chopLimit = value.text.size();
+    }
+
+    void chopBlanks()
+    {
+        while (!quoted && value.text.size() > chopLimit
+               && (value.text.endsWith(' ') || value.text.endsWith('\t'))) {
+            value.text.chop(1);
+            value.at.removeLast();
+        }
+    }
+
+    const QByteArray &data;
+    int i;
+    const int to;
+    QTextCodec *codec;
+    bool inQuotes = false;
+    bool quoted = false;
+    int chopLimit = 0; ///< blanks before it were written as escapes, or within quotes
+    DecodedValue value;
+};
+
+QString escaped(ushort unit, bool afterEscape)
+{
+    if (unit == '"' || unit == '\\')
+        return QString("\\") + QChar(unit);
+    const bool joins = afterEscape && unit < 0x80 && isHexDigit(static_cast<char>(unit));
+    if (unit >= 0x20 && unit < 0x7f && !joins)
+        return QChar(unit);
+    return "\\x" + QString::number(unit, 16);
+}
+
+} // namespace
+
+QString IniEntry::path() const
+{
+    // A key outside the sections that looks like one within is never found, so it gets a path of its own.
+    return section.isEmpty() && !key.contains('/') ? key : section + '/' + key;
+}
+
+IniFile::IniFile(const QByteArray &bytes)
+    : text(bytes)
+    , byteOrderMark(bytes.startsWith("\xef\xbb\xbf"))
+{
+    findLineStarts();
+    int offset = byteOrderMark ? 3 : 0;
+    LogicalLine line;
+    while (readLine(&offset, &line)) {
+        if (text.at(line.begin) == '[')
+            addHead(line);
+        else if (line.equals >= 0)
+            addEntry(line);
+        else
+            strays.append({line.begin, line.end, section, false});
+    }
+}
+
+void IniFile::findLineStarts()
+{
+    lineStarts.append(0);
+    for (int i = 0; i < text.size(); ++i) {
+        if (text.at(i) == '\n' || (text.at(i) == '\r' && text.mid(i + 1, 1) != "\n"))
+            lineStarts.append(i + 1);
+    }
+}
+
+Position IniFile::position(int offset) const
+{
+    const auto next = std::upper_bound(lineStarts.begin(), lineStarts.end(), offset);
+    const int line = static_cast<int>(next - lineStarts.begin());
+    return {line, offset - *(next - 1) + 1};
+}
+
+QByteArray IniFile::lines(int begin, int end) const
+{
+    const int first = lineStarts.at(position(begin).line - 1);
+    int last = end;
+    while (last < text.size() && !isLineEnd(text.at(last)))
+        ++last;
+    return text.mid(first, last - first);
+}
+
+void IniFile::skipComment(int *offset, LogicalLine *line) const
+{
+    while (*offset < text.size() && !isLineEnd(text.at(*offset)))
+        ++*offset;
+    while (*offset < text.size() && (isBlank(text.at(*offset)) || isLineEnd(text.at(*offset))))
+        ++*offset;
+    line->begin = *offset;
+}
+
+bool IniFile::readLine(int *offset, LogicalLine *line) const
+{
+    int &i = *offset;
+    while (i < text.size() && (isBlank(text.at(i)) || isLineEnd(text.at(i))))
+        ++i;
+    *line = {i, i, -1, -1, false};
+    while (i < text.size()) {
+        const char byte = text.at(i++);
+        const bool first = i == line->begin + 1;
+        if (byte == '=' && !line->openQuote && line->equals < 0) {
+            line->equals = i - 1;
+        } else if (byte == '"') {
+            line->openQuote = !line->openQuote;
+        } else if (byte == '\\' && i < text.size()) {
+            const char escapedByte = text.at(i++);
+            if (isLineEnd(escapedByte) && i < text.size() && isLineEnd(text.at(i))
+                && text.at(i) != escapedByte)
+                ++i;
+        } else if (isLineEnd(byte) && first) {
+            ++line->begin;
+        } else if (byte == ';' && first) {
+            skipComment(&i, line);
+        } else if ((isLineEnd(byte) || byte == ';') && !line->openQuote) {
+            --i;
+            line->semicolon = byte == ';' ? i : -1;
+            break;
+        }
+    }
+    line->end = i;
+    return line->end > line->begin;
+}
+
+void IniFile::addHead(const LogicalLine &line)
+{
+    const int bracket = text.indexOf(']', line.begin);
+    const bool closed = bracket >= 0 && bracket < line.end;
+    const QByteArray name =
+        text.mid(line.begin + 1, (closed ? bracket : line.end) - line.begin - 1).trimmed();
+    if (qstricmp(name, "general") == 0)
+        section.clear();
+    else if (name.isEmpty())
+        section = "/"; // not the same as the place outside sections
+    else
+        section = qstricmp(name, "%general") == 0 ? QString::fromLatin1(name.mid(1)) : decodedKey(name);
+    heads.append({line.begin, line.end, section, closed});
+}
+
+void IniFile::addEntry(const LogicalLine &line)
+{
+    int keyEnd = line.equals;
+    while (keyEnd > line.begin && isBlank(text.at(keyEnd - 1)))
+        --keyEnd;
+    QTextCodec *codec = byteOrderMark ? QTextCodec::codecForName("UTF-8") : nullptr;
+    const QString key = decodedKey(text.mid(line.begin, keyEnd - line.begin));
+    keyLines.append({section, key, line.begin, keyEnd, line.equals + 1, line.end, line.semicolon,
+                     line.openQuote, ValueReader(text, line.equals + 1, line.end, codec).read()});
+}
+
+QString iniLine(const QString &key, const QString &value)
+{
+    QString line;
+    bool afterEscape = false;
+    for (const QChar character : value) {
+        const QString part = escaped(character.unicode(), afterEscape);
+        afterEscape = part.startsWith("\\x");
+        line += part;
+    }
+    return key + "=\"" + line + '"';
+}
+
+QString intendedText(const IniFile &file, const DecodedValue &value)
+{
+    QString meant;
+    QByteArray run;
+    for (int i = 0; i <= value.text.size(); ++i) {
+        const bool plain =
+            i < value.text.size() && !file.hasByteOrderMark() && file.bytes().at(value.at.at(i)) != '\\';
+        if (plain) {
+            run += file.bytes().at(value.at.at(i));
+            continue;
+        }
+        const QString decoded = QString::fromUtf8(run);
+        meant += decoded.contains(QChar::ReplacementCharacter) ? QString::fromLatin1(run) : decoded;
+        run.clear();
+        if (i < value.text.size())
+            meant += value.text.at(i);
+    }
+    return meant;
+}

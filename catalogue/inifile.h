@@ -1,0 +1,108 @@
+#ifndef INIFILE_H
+#define INIFILE_H
+
+#include <QByteArray>
+#include <QString>
+#include <QVector>
+
+/// A place in the text: both start at 1, columns count bytes.
+struct Position {
+    int line;
+    int column;
+};
+
+/// A value as the settings reader takes it in, with the byte that each of its characters came from.
+struct DecodedValue {
+    QString text;    ///< of a list, the last part: what stands after the last separator
+    QVector<int> at; ///< one offset a character
+    int comma = -1;  ///< offset of the first comma outside quotes, which makes the value a list
+};
+
+/// One "key=value" line. All numbers are byte offsets in the text.
+struct IniEntry {
+    QString section;
+    QString key;
+    int begin;      ///< of the key
+    int keyEnd;     ///< behind the key
+    int valueBegin; ///< behind the "="
+    int end;        ///< behind the value
+    int semicolon;  ///< of the ";" that ended the line, or -1
+    bool openQuote; ///< the file ends inside its quotes
+    DecodedValue value;
+
+    /// What the tool asks for: "system/CMD_List".
+    QString path() const;
+};
+
+/// A section's head, or a line that is neither that, nor an entry, nor a comment.
+struct IniLine {
+    int begin;
+    int end;
+    QString section; ///< of a head
+    bool closed;     ///< the head has its "]"
+};
+
+/// The text of a settings file with the place of everything in it, read by the rules of QSettings for the INI
+/// format without a codec: what is an entry here is one there, with the same value. The tool never uses this;
+/// it only tells where in the file the reason for what the tool does is to be found.
+class IniFile
+{
+public:
+    explicit IniFile(const QByteArray &bytes);
+
+    const QByteArray &bytes() const
+    {
+        return text;
+    }
+    const QVector<IniEntry> &entries() const
+    {
+        return keyLines;
+    }
+    const QVector<IniLine> &sections() const
+    {
+        return heads;
+    }
+    const QVector<IniLine> &strayLines() const
+    {
+        return strays;
+    }
+    bool hasByteOrderMark() const
+    {
+        return byteOrderMark;
+    }
+    Position position(int offset) const;
+    /// The bytes of the whole line, or lines, that hold these, without the last line end.
+    QByteArray lines(int begin, int end) const;
+
+private:
+    struct LogicalLine {
+        int begin;
+        int end;
+        int equals;
+        int semicolon;
+        bool openQuote;
+    };
+
+    bool readLine(int *offset, LogicalLine *line) const;
+    void skipComment(int *offset, LogicalLine *line) const;
+    void addHead(const LogicalLine &line);
+    void addEntry(const LogicalLine &line);
+    void findLineStarts();
+
+    QByteArray text;
+    bool byteOrderMark;
+    QString section; ///< while reading
+    QVector<IniEntry> keyLines;
+    QVector<IniLine> heads;
+    QVector<IniLine> strays;
+    QVector<int> lineStarts;
+};
+
+/// The line that gives `value` back unchanged, whatever it holds: quoted, with everything escaped that the
+/// reader would change.
+QString iniLine(const QString &key, const QString &value);
+
+/// The text that the author meant: UTF-8 that the reader took in byte by byte becomes characters again.
+QString intendedText(const IniFile &file, const DecodedValue &value);
+
+#endif

@@ -1,0 +1,198 @@
+#include "medium.h"
+#include "preview.h"
+#include "report.h"
+#include "scaffold.h"
+#include "screen.h"
+#include "widget.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QFile>
+#include <QFileInfo>
+#include <QFontInfo>
+#include <QTemporaryDir>
+#include <QTextCodec>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace
+{
+
+const char usage[] = R"(Usage: zul_catalogue check [--strict] [--json] [--mounted-at DIR] MEDIUM
+       zul_catalogue preview MEDIUM -o DIR [--language FILE.qm]
+       zul_catalogue new DIR
+
+check    prints what the controller shows and runs with a medium, then what is
+         wrong with it; MEDIUM is its folder, or a system.ini
+preview  draws every screen that the operator sees, as pictures
+new      makes a small, commented medium to start from
+
+  --strict           warnings count: exit code 1
+  --json             print the report for programs
+  --mounted-at DIR   where the controller mounts the medium
+  -o, --output DIR   folder for the pictures
+  --language FILE    translation file of the controller
+  -h, --help         print this
+  -v, --version      print the version
+
+Exit codes: 0 clean, 1 warnings with --strict, 2 errors, 64 wrong usage,
+65 not a catalogue, 66 nothing to read, 70 no screen, 73 cannot be written.
+Runs nothing of the medium. Manual: man zul_catalogue, writing-catalogues.md
+)";
+
+struct Options {
+    QStringList words; ///< the command and its arguments
+    bool strict = false;
+    bool json = false;
+    bool help = false;
+    bool version = false;
+    QString output;
+    QString language;
+    QString mountedAt;
+};
+
+bool readOptions(const QStringList &arguments, Options *options, QString *error)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption strict("strict"), json("json"), help(QStringList{"h", "help"}),
+        version(QStringList{"v", "version"});
+    const QCommandLineOption output(QStringList{"o", "output"}, "", "DIR"), language("language", "", "FILE");
+    const QCommandLineOption mountedAt("mounted-at", "", "DIR");
+    parser.addOptions({strict, json, help, version, output, language, mountedAt});
+    if (!parser.parse(arguments)) {
+        *error = parser.errorText();
+        return false;
+    }
+    *options = {parser.positionalArguments(), parser.isSet(strict),   parser.isSet(json),
+                parser.isSet(help),           parser.isSet(version),  parser.value(output),
+                parser.value(language),       parser.value(mountedAt)};
+    return true;
+}
+
+QString wrongUsage(const Options &options)
+{
+    const QString command = options.words.value(0);
+    if (command.isEmpty())
+        return "a command is missing";
+    if (!QStringList{"check", "preview", "new"}.contains(command))
+        return "unknown command: " + command;
+    if (options.words.size() != 2 || options.words.at(1).isEmpty())
+        return command + " takes one " + (command == "new" ? "DIR" : "MEDIUM");
+    if ((options.strict || options.json || !options.mountedAt.isEmpty()) && command != "check")
+        return "--strict, --json and --mounted-at are for check";
+    if ((!options.output.isEmpty() || !options.language.isEmpty()) && command != "preview")
+        return "-o and --language are for preview";
+    return command == "preview" && options.output.isEmpty() ? "preview needs -o DIR" : QString();
+}
+
+int fail(int exitCode, const QString &message)
+{
+    std::fprintf(stderr, "zul_catalogue: %s\n", qPrintable(printable(message)));
+    return exitCode;
+}
+
+/// The controller's fonts and resolution, whatever this computer has; no display, no theme of a desktop.
+void takeControllersScreen()
+{
+    const QString here = QFileInfo(QFile::symLinkTarget("/proc/self/exe")).path();
+    for (const QString &fonts : {here + "/fonts.conf", here + "/../share/zul-catalogue/fonts.conf"}) {
+        if (QFileInfo::exists(fonts))
+            qputenv("FONTCONFIG_FILE", QFile::encodeName(fonts));
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_FONT_DPI", "64");
+    for (const char *name :
+         {"QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS",
+          "QT_AUTO_SCREEN_SCALE_FACTOR", "QT_ENABLE_HIGHDPI_SCALING", "QT_DEVICE_PIXEL_RATIO"})
+        qunsetenv(name);
+}
+
+/// The tool's debug lines are not for the author.
+void printFatalOnly(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    if (type == QtFatalMsg)
+        fail(ExitSoftware, text);
+}
+
+void warnOfOtherFonts()
+{
+    const QString family = QFontInfo(QApplication::font()).family();
+    if (family != "Liberation Sans")
+        fail(0, "warning: the controller's font, Liberation Sans, is not installed; widths are those of "
+                    + family);
+}
+
+bool wantsColours()
+{
+    return isatty(STDOUT_FILENO) && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
+}
+
+int check(const Options &options, Medium &medium)
+{
+    if (!options.mountedAt.isEmpty())
+        medium.mountDirectory = options.mountedAt;
+    Widget window;
+    const Verdict verdict = readVerdict(window, medium.catalogue);
+    const IniFile file(medium.bytes);
+    const Findings findings = findAll(medium, file, verdict, Screen());
+    const QByteArray report = options.json ? jsonReport(medium, verdict, findings)
+                                           : textReport(medium, verdict, findings, wantsColours());
+    std::fwrite(report.constData(), 1, static_cast<size_t>(report.size()), stdout);
+    return exitCodeOf(findings, options.strict);
+}
+
+int printFiles(bool done, const QStringList &files, const Failure &failure)
+{
+    if (!done)
+        return fail(failure.exitCode, failure.message);
+    for (const QString &file : files)
+        std::printf("%s\n", qPrintable(printable(file)));
+    return ExitClean;
+}
+
+int run(const Options &options)
+{
+    Failure failure;
+    QStringList files;
+    if (options.words.at(0) == "new")
+        return printFiles(makeMedium(options.words.at(1), &files, &failure), files, failure);
+    Medium medium;
+    if (!openMedium(options.words.at(1), &medium, &failure))
+        return fail(failure.exitCode, failure.message);
+    warnOfOtherFonts();
+    if (options.words.at(0) == "check")
+        return check(options, medium);
+    return printFiles(previewMedium(medium, options.output, options.language, &files, &failure), files,
+                      failure);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    qInstallMessageHandler(printFatalOnly);
+    takeControllersScreen();
+    // The controller's Qt takes UTF-8 for the local encoding; what names look like depends on it.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QFile::decodeName(argv[i]));
+
+    Options options;
+    QString error;
+    if (!readOptions(arguments, &options, &error))
+        return fail(ExitUsage, error + "; see zul_catalogue --help");
+    if (options.help || options.version)
+        return std::printf("%s", options.help ? usage : "zul_catalogue " ZUL_VERSION "\n") < 0;
+    error = wrongUsage(options);
+    if (!error.isEmpty())
+        return fail(ExitUsage, error + "; see zul_catalogue --help");
+
+    int noArguments = 1;               // the toolkit has options of its own, which are not for the author
+    const QTemporaryDir runtimeFolder; // without one, the toolkit would leave one of its own in /tmp
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
+    QApplication application(noArguments, argv);
+    return run(options);
+}

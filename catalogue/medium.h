@@ -1,0 +1,59 @@
+#ifndef MEDIUM_H
+#define MEDIUM_H
+
+#include <QByteArray>
+#include <QHash>
+#include <QString>
+
+/// Exit codes; those from 64 on have the meaning that sysexits.h gives them.
+enum ExitCode {
+    ExitClean = 0,
+    ExitWarnings = 1,
+    ExitErrors = 2,
+    ExitUsage = 64,
+    ExitData = 65,     ///< not a text file, or too big to be a catalogue
+    ExitNoInput = 66,  ///< nothing there, or not readable
+    ExitSoftware = 70, ///< the toolkit cannot be started
+    ExitNoOutput = 73, ///< cannot be written, or exists already
+};
+
+/// Why nothing could be done: one line for the user, and the exit code.
+struct Failure {
+    int exitCode = ExitClean;
+    QString message;
+};
+
+/// A medium as it lies on the author's computer.
+struct Medium {
+    QString root;           ///< its folder; empty when only the catalogue itself was named, outside a medium
+    QString catalogue;      ///< path of the catalogue
+    QString mountDirectory; ///< where the controller mounts it; empty when that is not known
+    QByteArray bytes;       ///< the catalogue's content
+
+    /// The path here of what a command names below /mnt/upgrade; empty for any other path.
+    QString local(const QString &pathOnController) const;
+};
+
+/// Finds and reads the catalogue of `argument`, a medium's folder or a catalogue.
+bool openMedium(const QString &argument, Medium *medium, Failure *failure);
+
+/// The files below a folder, for finding out how they are spelled. Each folder is listed once.
+class SpelledFiles
+{
+public:
+    explicit SpelledFiles(const QString &root);
+
+    /// `path`, relative to the root, as it is spelled on the disk: itself if there is such a file, otherwise
+    /// one that differs in capitals; empty when there is none.
+    QString spelling(const QString &path);
+
+private:
+    using Names = QMultiHash<QString, QString>; ///< by the name in small letters
+
+    const Names &namesIn(const QString &folder);
+
+    const QString root;
+    QHash<QString, Names> listed;
+};
+
+#endif

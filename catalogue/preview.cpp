@@ -1,0 +1,217 @@
+#include "preview.h"
+
+#include "isolation.h"
+#include "medium.h"
+#include "windowaccess.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QListView>
+#include <QMessageBox>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPixmap>
+#include <QStandardItemModel>
+#include <QTimer>
+#include <QTranslator>
+
+using RunList = QVector<_system_CMD>;
+WINDOW_MEMBER(QTimer *, pollTimer)
+WINDOW_MEMBER(QTimer *, rebootTimer)
+WINDOW_MEMBER(QStandardItemModel *, operationModel)
+WINDOW_MEMBER(QMessageBox *, msgBox)
+WINDOW_MEMBER(myThread *, worker)
+WINDOW_MEMBER(RunList, runList)
+
+namespace
+{
+
+// The window's access to the worker's batch; see windowaccess.h.
+void runBatchOf(myThread &worker);
+template <void (myThread::*Batch)()>
+struct AccessBatch {
+    friend void runBatchOf(myThread &worker)
+    {
+        (worker.*Batch)();
+    }
+};
+template struct AccessBatch<&myThread::runBatch>;
+
+const QSize screenSize(800, 480);
+constexpr int mostChosen = 200; // the window redraws the whole table for every command
+
+/// One preview: a window of the tool, and the pictures taken of it.
+class Walk
+{
+public:
+    explicit Walk(const QString &itsFolder)
+        : folder(itsFolder)
+    {
+        pollTimerOf(window)->stop();
+        window.resize(screenSize);
+        window.show();
+    }
+
+    ~Walk()
+    {
+        rehearseCommands(Rehearsal());
+    }
+
+    Q_DISABLE_COPY(Walk)
+
+    bool run(const QString &catalogue)
+    {
+        window.check_CMD(catalogue);
+        if (rebootTimerOf(window)) {
+            rebootTimerOf(window)->stop();
+            QMetaObject::invokeMethod(&window, "slot_rebootTimeout");
+        }
+        if (QStandardItemModel *model = operationModelOf(window))
+            choose(model);
+        else if (runListOf(window).isEmpty())
+            take("list");
+        if (!runListOf(window).isEmpty())
+            showBatch();
+        return written && writeSheet();
+    }
+
+    QStringList files;
+
+private:
+    void choose(QStandardItemModel *model)
+    {
+        take("list");
+        auto *list = window.findChild<QListView *>("operationList");
+        QStringList chosen; // a second tap on a name would take it out again
+        for (int row = 0; row < qMin(mostChosen, model->rowCount()); ++row) {
+            const QModelIndex index = model->index(row, 0);
+            if (chosen.contains(index.data().toString()))
+                continue;
+            chosen.append(index.data().toString());
+            tap(list, index);
+        }
+        take("selected");
+        QTimer::singleShot(0, &window, [this] { answerQuestion(); });
+        if (model->rowCount() > 0)
+            window.findChild<QAbstractButton *>("confirmPb")->click();
+    }
+
+    static void tap(QListView *list, const QModelIndex &index)
+    {
+        list->scrollTo(index);
+        const QPointF place = list->visualRect(index).center();
+        QMouseEvent press(QEvent::MouseButtonPress, place, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QMouseEvent release(QEvent::MouseButtonRelease, place, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(list->viewport(), &press);
+        QApplication::sendEvent(list->viewport(), &release);
+    }
+
+    void answerQuestion()
+    {
+        QMessageBox *box = msgBoxOf(window);
+        if (!box->isVisible())
+            return;
+        QPixmap picture = window.grab();
+        const QPixmap question = box->grab();
+        QPainter(&picture).drawPixmap((screenSize.width() - question.width()) / 2,
+                                      (screenSize.height() - question.height()) / 2, question);
+        take("question", picture);
+        box->button(QMessageBox::Yes)->click();
+    }
+
+    void showBatch()
+    {
+        take("start");
+        const int commands = runListOf(window).size();
+        int started = 0;
+        rehearseCommands([&](const QString &) {
+            if (started++ == commands / 2)
+                take("running");
+            return 0;
+        });
+        runBatchOf(*workerOf(window));
+        if (started <= commands / 2)
+            take("running"); // so much is skipped that the middle of the batch never runs
+        take("finished");
+        window.findChild<QAbstractButton *>("pushButton")->click();
+        take("details");
+    }
+
+    void take(const QString &name)
+    {
+        QApplication::processEvents();
+        take(name, window.grab());
+    }
+
+    void take(const QString &name, const QPixmap &picture)
+    {
+        const QString file =
+            QString("%1/%2-%3.png").arg(folder).arg(files.size() + 1, 2, 10, QLatin1Char('0')).arg(name);
+        written = picture.save(file) && written;
+        files.append(file);
+        pictures.append(picture);
+    }
+
+    bool writeSheet()
+    {
+        constexpr int columns = 3;
+        constexpr int gap = 16;
+        const QSize cell = screenSize / 2;
+        const int rows = (pictures.size() + columns - 1) / columns;
+        QPixmap sheet(columns * (cell.width() + gap) + gap, rows * (cell.height() + gap) + gap);
+        sheet.fill(Qt::darkGray);
+        QPainter painter(&sheet);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        for (int i = 0; i < pictures.size(); ++i) {
+            const QPoint place(gap + i % columns * (cell.width() + gap),
+                               gap + i / columns * (cell.height() + gap));
+            painter.drawPixmap(QRect(place, cell),
+                               pictures.at(i).scaled(cell, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        }
+        painter.end();
+        files.append(folder + "/contact-sheet.png");
+        return sheet.save(files.last());
+    }
+
+    const QString folder;
+    Widget window;
+    QVector<QPixmap> pictures;
+    bool written = true;
+};
+
+/// A translation, installed as long as it lives.
+class Language
+{
+public:
+    bool load(const QString &file)
+    {
+        return translator.load(file) && QApplication::installTranslator(&translator);
+    }
+
+    ~Language()
+    {
+        QApplication::removeTranslator(&translator);
+    }
+
+private:
+    QTranslator translator;
+};
+
+} // namespace
+
+bool previewMedium(const Medium &medium, const QString &folder, const QString &languageFile,
+                   QStringList *files, Failure *failure)
+{
+    Language language;
+    if (!languageFile.isEmpty() && !language.load(languageFile)) {
+        *failure = {ExitNoInput, languageFile + ": not a translation file that can be read"};
+        return false;
+    }
+    Walk walk(folder);
+    const bool done = QDir().mkpath(folder) && walk.run(medium.catalogue);
+    *files = walk.files;
+    if (!done)
+        *failure = {ExitNoOutput, folder + ": the pictures cannot be written"};
+    return done;
+}

@@ -1,0 +1,16 @@
+#ifndef PREVIEW_H
+#define PREVIEW_H
+
+#include <QString>
+#include <QStringList>
+
+struct Failure;
+struct Medium;
+
+/// Draws every screen that the operator sees with this medium, by the tool's own window and worker, with no
+/// command run: 800 x 480 PNG files and a sheet with all of them, into `folder`, which is made if need be.
+/// `language` is a translation file, or empty. Stores the names of the files in `files`.
+bool previewMedium(const Medium &medium, const QString &folder, const QString &language, QStringList *files,
+                   Failure *failure);
+
+#endif

@@ -1,0 +1,23 @@
+#ifndef REPORT_H
+#define REPORT_H
+
+#include "findings.h"
+#include "verdict.h"
+
+#include <QByteArray>
+
+struct Medium;
+
+/// The report for people: what the operator sees, what is run, the findings in the style of a compiler.
+QByteArray textReport(const Medium &medium, const Verdict &verdict, const Findings &findings, bool colours);
+
+/// The report for programs. Its form has a version; a new field does not change it, anything else does.
+QByteArray jsonReport(const Medium &medium, const Verdict &verdict, const Findings &findings);
+
+/// 0 clean, 1 warnings that count, 2 errors.
+int exitCodeOf(const Findings &findings, bool strict);
+
+/// The text with control characters as escapes, so that a catalogue cannot steer the terminal that shows it.
+QString printable(const QString &text);
+
+#endif

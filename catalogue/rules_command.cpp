@@ -1,0 +1,316 @@
+// Findings on the command lines: what the controller runs, for how long, and how it is shown.
+
+#include "rules.h"
+#include "widget.h"
+
+#include <QRegularExpression>
+
+namespace
+{
+
+QString baseName(const QString &program)
+{
+    return program.section('/', -1);
+}
+
+/// Where in the catalogue the n-th character of the entry's text stands.
+int offsetOf(const CommandEntry &command, int character)
+{
+    const QVector<int> &at = command.entry->value.at;
+    return at.value(qMin(character, at.size() - 1), command.entry->valueBegin);
+}
+
+int commandOffset(const CommandEntry &command)
+{
+    return offsetOf(command, command.entry->value.text.indexOf('@') + 1);
+}
+
+// --- Name and command -----------------------------------------------------------------------------------
+
+void noAt(const Subject &subject, Report &report)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (command.ats == 0)
+            report.replace(*command.entry, offsetOf(command, 0),
+                           "Without \"@\" all of this is the name, and nothing is run",
+                           subject.line(*command.entry, command.entry->key + '@' + command.name));
+    }
+}
+
+void severalAt(const Subject &subject, Report &report)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (command.ats < 2)
+            continue;
+        const QString &text = command.entry->value.text;
+        const QString script = "sh /mnt/upgrade/zul_install/" + command.entry->key + ".sh";
+        report.replace(*command.entry, offsetOf(command, text.indexOf('@', text.indexOf('@') + 1)),
+                       "The second \"@\" ends the command; put a command with \"@\" into a script",
+                       subject.commandLine(command, script));
+    }
+}
+
+void emptyName(const Subject &subject, Report &report)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (command.name.trimmed().isEmpty())
+            report.replace(*command.entry, offsetOf(command, 0),
+                           "Nothing before \"@\": the operator sees an empty row",
+                           subject.line(*command.entry, command.entry->key + '@' + command.command));
+    }
+}
+
+void emptyCommand(const Subject &subject, Report &report)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (command.ats > 0 && command.command.trimmed().isEmpty())
+            report.replace(*command.entry, commandOffset(command),
+                           "Nothing behind \"@\": there is nothing to run",
+                           subject.commandLine(command, "COMMAND"));
+    }
+}
+
+void singleWordSh(const Subject &subject, Report &report)
+{
+    myThread worker; // never started; asked only
+    for (const CommandEntry &command : subject.commands) {
+        const QString text = command.command.trimmed();
+        if (!text.isEmpty() && worker.isSkipped(command.command))
+            report.replace(
+                *command.entry, commandOffset(command),
+                "A command that contains \"sh\" and has no argument is never run, only marked completed",
+                subject.commandLine(command, (text.endsWith(".sh") ? "sh " : "env ") + text));
+    }
+}
+
+// --- Shell syntax ---------------------------------------------------------------------------------------
+
+void findShellSyntax(const Subject &subject, Report &report, const char *pattern, const QString &message)
+{
+    const QRegularExpression syntax(pattern);
+    for (const CommandEntry &command : subject.commands) {
+        const QRegularExpressionMatch match = syntax.match(command.bare);
+        if (match.hasMatch())
+            report.replace(*command.entry, commandOffset(command) + match.capturedStart(1), message,
+                           subject.commandLine(command, throughShell(command.command)));
+    }
+}
+
+void shellPipe(const Subject &subject, Report &report)
+{
+    findShellSyntax(subject, report, "(?<!\\|)(\\|)(?!\\|)",
+                    "No shell reads this: the pipe is passed to the program as an argument");
+}
+
+void shellChain(const Subject &subject, Report &report)
+{
+    // A ";" of its own at the end belongs to find's -exec, which needs no shell.
+    findShellSyntax(subject, report, "(&&|\\|\\||;(?!\\s*$)|(?<!\\s);|(?<=\\s)&(?=\\s|$))",
+                    "No shell reads this: one command line runs one program, the rest are its arguments");
+}
+
+void shellRedirect(const Subject &subject, Report &report)
+{
+    findShellSyntax(subject, report, "(\\d?[<>])",
+                    "No shell reads this: the redirection is passed to the program as an argument");
+}
+
+void shellVariable(const Subject &subject, Report &report)
+{
+    findShellSyntax(subject, report, "(\\$[A-Za-z0-9_{(?@#*!$]|`)",
+                    "No shell reads this: the variable is passed to the program as it is written");
+}
+
+void shellGlob(const Subject &subject, Report &report)
+{
+    findShellSyntax(subject, report, "([*?]|\\[[^\\]\\s]+\\])",
+                    "No shell reads this: the pattern is passed to the program as it is written");
+}
+
+void shellTilde(const Subject &subject, Report &report)
+{
+    findShellSyntax(subject, report, "(?:^|\\s)(~)(?=[/\\w]|\\s|$)",
+                    "No shell reads this: \"~\" is passed to the program as it is written");
+}
+
+int singleQuote(const CommandEntry &command)
+{
+    return command.split.bare.indexOf('\'');
+}
+
+void shellQuote(const Subject &subject, Report &report)
+{
+    static const QRegularExpression quotedScript("^(\\S*sh -c) '(.*)'$");
+    for (const CommandEntry &command : subject.commands) {
+        if (singleQuote(command) < 0)
+            continue;
+        const QRegularExpressionMatch match = quotedScript.match(command.command);
+        const QString script = match.hasMatch() ? match.captured(2) : command.command;
+        report.replace(
+            *command.entry, commandOffset(command) + singleQuote(command),
+            "Only double quotation marks keep words together here; this one is part of the argument",
+            subject.commandLine(command, throughShell(script)));
+    }
+}
+
+void shellScriptSplit(const Subject &subject, Report &report)
+{
+    static const QRegularExpression start("^\\S*sh\\s+-\\S*c\\s+");
+    for (const CommandEntry &command : subject.commands) {
+        const QStringList &words = command.split.words;
+        const bool split = words.size() > 3 && isShellScript(words) && !words.at(2).contains(' ');
+        const bool eaten = bareQuotes(subject.file, *command.entry).size() > 2;
+        if (!split || eaten || singleQuote(command) >= 0)
+            continue;
+        QString script = command.command;
+        script.remove(start);
+        report.replace(*command.entry, commandOffset(command),
+                       QString("The shell gets \"%1\" as its whole script; quote all of it").arg(words.at(2)),
+                       subject.commandLine(command, throughShell(script)));
+    }
+}
+
+void unbalancedCommandQuotes(const Subject &subject, Report &report)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (command.split.openQuote)
+            report.replace(
+                *command.entry, commandOffset(command) + command.command.lastIndexOf('"'),
+                "This quotation mark in the command is not closed: everything behind it is one argument",
+                subject.commandLine(command, command.command + '"'));
+    }
+}
+
+// --- End and duration -----------------------------------------------------------------------------------
+
+void ownSyncReboot(const Subject &subject, Report &report)
+{
+    if (subject.verdict.closing.isEmpty())
+        return;
+    for (const CommandEntry &command : subject.commands) {
+        const QStringList &words = command.split.words;
+        const QString program = words.isEmpty() ? QString() : baseName(words.first());
+        if (program != "sync" && program != "reboot")
+            continue;
+        QStringList others = subject.itemTexts();
+        others.removeAll(command.entry->key);
+        report.replace(subject.list->begin, subject.list->end, commandOffset(command),
+                       QString("Every batch ends with \"sync\" and \"reboot\" already, because of ENDGAME%1")
+                           .arg(program == "reboot" ? "; this one would cut it short" : ""),
+                       others.isEmpty() ? "ENDGAME=false" : subject.listLine(others));
+    }
+}
+
+/// The least time that a command takes: the tool's pause before it, and what it sleeps by its own words.
+double leastSeconds(const QString &command)
+{
+    static const QRegularExpression pause("\\bsleep\\s+(\\d+(?:\\.\\d+)?)([smhd]?)");
+    const QMap<QString, double> units = {{"", 1}, {"s", 1}, {"m", 60}, {"h", 3600}, {"d", 86400}};
+    double seconds = 2;
+    for (auto pauses = pause.globalMatch(command); pauses.hasNext();) {
+        const QRegularExpressionMatch match = pauses.next();
+        seconds += match.captured(1).toDouble() * units.value(match.captured(2));
+    }
+    return seconds;
+}
+
+void outlastsCountdown(const Subject &subject, Report &report)
+{
+    constexpr double countdownSeconds = 302;
+    if (subject.verdict.mode != Verdict::Selection || !subject.list)
+        return;
+    double seconds = 2.0 * subject.verdict.closing.size();
+    for (const CommandEntry &command : subject.commands)
+        seconds += leastSeconds(command.command);
+    if (seconds < countdownSeconds)
+        return;
+    report.replace(
+        *subject.list, subject.list->begin,
+        QString("All of it together takes at least %1 seconds, but the countdown reboots after 302, "
+                "in the middle of a command; direct mode has no countdown")
+            .arg(seconds, 0, 'f', 0),
+        iniLine("CMD_Type", subject.itemTexts().join(',')));
+}
+
+// --- How it is shown ------------------------------------------------------------------------------------
+
+bool fitsList(const Subject &subject, const QString &name)
+{
+    const bool scrolls = subject.verdict.operations.size() > subject.screen.listRows();
+    return subject.verdict.mode != Verdict::Selection || subject.screen.fitsList(name, scrolls);
+}
+
+/// The longest beginning of the name that fits both the list and the table.
+QString shortened(const Subject &subject, const QString &name)
+{
+    int enough = 0;
+    int tooMany = name.size();
+    while (tooMany - enough > 1) {
+        const int middle = (enough + tooMany) / 2;
+        const QString beginning = name.left(middle);
+        (fitsList(subject, beginning) && subject.screen.fitsTable(beginning) ? enough : tooMany) = middle;
+    }
+    return name.left(enough).trimmed();
+}
+
+void reportLongName(const Subject &subject, Report &report, const CommandEntry &command, const QString &where)
+{
+    const QString name = report.hasRoom() ? shortened(subject, command.name) : QString();
+    report.replace(*command.entry, offsetOf(command, 0), "This name is wider than " + where,
+                   subject.line(*command.entry, name + '@' + command.command));
+}
+
+void nameTooLongList(const Subject &subject, Report &report)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (!fitsList(subject, command.name))
+            reportLongName(subject, report, command,
+                           "the operations list, and than its column of the status table");
+    }
+}
+
+void nameTooLongTable(const Subject &subject, Report &report)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (fitsList(subject, command.name) && !subject.screen.fitsTable(command.name))
+            reportLongName(subject, report, command, "its column of the status table");
+    }
+}
+
+void commandTooLong(const Subject &subject, Report &report)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (!subject.screen.fitsDetails(command.command))
+            report.replace(
+                *command.entry, commandOffset(command),
+                "This command is wider than the details column; it runs, but is not shown whole",
+                subject.commandLine(command, "sh /mnt/upgrade/zul_install/" + command.entry->key + ".sh"));
+    }
+}
+
+} // namespace
+
+QVector<Rule> commandRules()
+{
+    return {
+        {"no-at", Severity::Error, noAt},
+        {"several-at", Severity::Error, severalAt},
+        {"empty-name", Severity::Warning, emptyName},
+        {"empty-command", Severity::Error, emptyCommand},
+        {"single-word-sh", Severity::Error, singleWordSh},
+        {"shell-pipe", Severity::Error, shellPipe},
+        {"shell-chain", Severity::Error, shellChain},
+        {"shell-redirect", Severity::Error, shellRedirect},
+        {"shell-variable", Severity::Warning, shellVariable},
+        {"shell-glob", Severity::Warning, shellGlob},
+        {"shell-tilde", Severity::Warning, shellTilde},
+        {"shell-quote", Severity::Error, shellQuote},
+        {"shell-script-split", Severity::Error, shellScriptSplit},
+        {"unbalanced-command-quotes", Severity::Error, unbalancedCommandQuotes},
+        {"own-sync-reboot", Severity::Warning, ownSyncReboot},
+        {"outlasts-countdown", Severity::Warning, outlastsCountdown},
+        {"name-too-long-list", Severity::Warning, nameTooLongList},
+        {"name-too-long-table", Severity::Warning, nameTooLongTable},
+        {"command-too-long", Severity::Note, commandTooLong},
+    };
+}

@@ -1,0 +1,333 @@
+// Findings on the lists, the keys and ENDGAME: what the operator is offered.
+
+#include "rules.h"
+
+#include <QRegularExpression>
+#include <QSet>
+
+#include <algorithm>
+
+namespace
+{
+
+const QStringList systemKeys = {"CMD_List", "CMD_Type", "ENDGAME"};
+
+/// "" when `name` is one of `names`, otherwise the one that differs from it in capitals only.
+QString rightCapitals(const QString &name, const QStringList &names)
+{
+    const auto same = [&name](const QString &other) { return other.compare(name, Qt::CaseInsensitive) == 0; };
+    const auto found = std::find_if(names.begin(), names.end(), same);
+    return names.contains(name) || found == names.end() ? QString() : *found;
+}
+
+/// Items that the list names without there being such a line, and the lines that were probably meant.
+QHash<QString, const IniEntry *> nearMisses(const Subject &subject)
+{
+    QHash<QString, const IniEntry *> unused; // by name in small letters, and by the key as written
+    QSet<QString> listed;
+    for (const Item &item : subject.items)
+        listed.insert(item.text);
+    for (const IniEntry &entry : subject.file.entries()) {
+        const bool used = entry.section == "CMD" && listed.contains(entry.key);
+        if (used || entry.section.compare("CMD", Qt::CaseInsensitive) != 0)
+            continue;
+        unused.insert(entry.key.toLower(), &entry);
+        if (subject.rawKey(entry).contains('%'))
+            unused.insert(subject.rawKey(entry), &entry);
+    }
+    QHash<QString, const IniEntry *> misses;
+    for (const Item &item : subject.items) {
+        const IniEntry *near = unused.value(item.text, unused.value(item.text.trimmed().toLower()));
+        if (!item.entry && near)
+            misses.insert(item.text, near);
+    }
+    return misses;
+}
+
+bool isBlankAround(const Item &item)
+{
+    return item.text != item.text.trimmed() && !item.entry;
+}
+
+void noList(const Subject &subject, Report &report)
+{
+    QStringList keys;
+    for (const IniEntry &entry : subject.file.entries()) {
+        const QString path = entry.path();
+        const bool nearly = path.compare("system/CMD_List", Qt::CaseInsensitive) == 0
+                            || path.compare("system/CMD_Type", Qt::CaseInsensitive) == 0;
+        if (nearly)
+            return;
+        if (entry.section == "CMD")
+            keys.append(entry.key);
+    }
+    report.add(0, "Section [system] has neither CMD_List nor CMD_Type, so the tool offers and runs nothing",
+               subject.listLine(keys.isEmpty() ? QStringList("KEY") : keys));
+}
+
+void bothLists(const Subject &subject, Report &report)
+{
+    const IniEntry *direct = subject.entry("system/CMD_Type");
+    if (direct && subject.entry("system/CMD_List"))
+        report.replace(*direct, direct->begin, "CMD_Type is not looked at, because there is a CMD_List",
+                       subject.commented(*direct));
+}
+
+void blankAfterComma(const Subject &subject, Report &report)
+{
+    if (!subject.list)
+        return;
+    const QString right = subject.listLine(subject.itemTexts());
+    for (const Item &item : subject.items) {
+        if (isBlankAround(item) && !item.text.trimmed().isEmpty())
+            report.replace(
+                *subject.list, item.offset,
+                QString("The blank is part of the item: the tool looks for the key \"%1\"").arg(item.text),
+                right);
+    }
+}
+
+void emptyItem(const Subject &subject, Report &report)
+{
+    if (!subject.list)
+        return;
+    QStringList texts = subject.itemTexts();
+    if (subject.list->value.text.trimmed().isEmpty()) {
+        for (const IniEntry &entry : subject.file.entries()) {
+            if (entry.section == "CMD")
+                texts.append(entry.key);
+        }
+    }
+    const QString right = subject.listLine(texts);
+    for (const Item &item : subject.items) {
+        if (item.text.trimmed().isEmpty())
+            report.replace(*subject.list, item.offset, "An empty item, which the tool leaves out", right);
+    }
+}
+
+void itemWithoutCommand(const Subject &subject, Report &report)
+{
+    const auto misses = nearMisses(subject);
+    for (const Item &item : subject.items) {
+        const QString right = iniLine(writtenKey(item.text), item.text + "@COMMAND");
+        if (item.entry && item.entry->value.text.isEmpty() && item.entry->value.comma < 0)
+            report.replace(*item.entry, item.entry->begin, "This line is empty, so the tool leaves it out",
+                           right);
+        else if (!item.entry && !item.text.trimmed().isEmpty() && !isBlankAround(item)
+                 && !misses.contains(item.text))
+            report.add(
+                item.offset,
+                QString("Section [CMD] has no \"%1\", so the tool leaves this item out").arg(item.text),
+                right);
+    }
+}
+
+void duplicateKey(const Subject &subject, Report &report)
+{
+    for (const IniEntry &entry : subject.file.entries()) {
+        const IniEntry *last = subject.entry(entry.path());
+        if (last != &entry)
+            report.replace(entry, entry.begin,
+                           QString("\"%1\" is defined again on line %2, and that one counts")
+                               .arg(subject.rawKey(entry))
+                               .arg(subject.file.position(last->begin).line),
+                           subject.commented(entry));
+    }
+}
+
+void unlistedKey(const Subject &subject, Report &report)
+{
+    if (!subject.list)
+        return;
+    const auto misses = nearMisses(subject);
+    QSet<QString> known;
+    for (const Item &item : subject.items)
+        known << item.text << item.text.trimmed();
+    for (auto miss = misses.begin(); miss != misses.end(); ++miss)
+        known.insert(miss.value()->key);
+    QVector<const IniEntry *> unlisted;
+    QStringList all = subject.itemTexts();
+    for (const IniEntry &entry : subject.file.entries()) {
+        if (entry.section != "CMD" || entry.key.startsWith('#') || known.contains(entry.key))
+            continue;
+        known.insert(entry.key);
+        unlisted.append(&entry);
+        all.append(entry.key);
+    }
+    const QString right = unlisted.isEmpty() ? QString() : subject.listLine(all);
+    const IniEntry &list = *subject.list;
+    for (const IniEntry *entry : qAsConst(unlisted))
+        report.replace(list.begin, list.end, entry->begin,
+                       QString("The list does not name \"%1\", so nobody is offered it").arg(entry->key),
+                       right);
+}
+
+void capitalsOfSections(const Subject &subject, Report &report)
+{
+    for (const IniLine &head : subject.file.sections()) {
+        const QString right = rightCapitals(head.section, {"system", "CMD"});
+        if (!right.isEmpty())
+            report.replace(head.begin, head.end, head.begin,
+                           QString("Capitals count: the tool looks for section [%1]").arg(right),
+                           '[' + right + ']');
+    }
+}
+
+void wrongCapitals(const Subject &subject, Report &report)
+{
+    capitalsOfSections(subject, report);
+    for (const IniEntry &entry : subject.file.entries()) {
+        const QString right = rightCapitals(entry.key, systemKeys);
+        if (entry.section.compare("system", Qt::CaseInsensitive) == 0 && !right.isEmpty())
+            report.replace(entry, entry.begin, QString("Capitals count: the tool looks for %1").arg(right),
+                           iniLine(right, intendedText(subject.file, entry.value)));
+    }
+    const auto misses = nearMisses(subject);
+    for (auto miss = misses.begin(); miss != misses.end(); ++miss) {
+        const IniEntry &entry = *miss.value();
+        const bool capitalsOnly = entry.section == "CMD" && entry.key != miss.key()
+                                  && entry.key.compare(miss.key().trimmed(), Qt::CaseInsensitive) == 0
+                                  && entry.key != miss.key().trimmed();
+        if (capitalsOnly)
+            report.replace(
+                entry, entry.begin,
+                QString("Capitals count: the list names \"%1\"").arg(miss.key().trimmed()),
+                iniLine(writtenKey(miss.key().trimmed()), intendedText(subject.file, entry.value)));
+    }
+}
+
+void percentInKey(const Subject &subject, Report &report)
+{
+    const auto misses = nearMisses(subject);
+    for (auto miss = misses.begin(); miss != misses.end(); ++miss) {
+        const IniEntry &entry = *miss.value();
+        const QString key = subject.rawKey(entry);
+        if (key != miss.key() || entry.key == key)
+            continue;
+        report.replace(
+            entry, entry.begin,
+            QString("The reader turns this key into \"%1\", which the list does not name").arg(entry.key),
+            iniLine(writtenKey(key), intendedText(subject.file, entry.value)));
+    }
+}
+
+void spaceInKey(const Subject &subject, Report &report)
+{
+    for (const IniEntry &entry : subject.file.entries()) {
+        QString key = subject.rawKey(entry);
+        if (entry.section == "CMD" && key.contains(' ') && !key.startsWith('#'))
+            report.replace(
+                entry, entry.begin + key.indexOf(' '),
+                "A blank in a key: other programs that save the file write it as %20; use another letter",
+                iniLine(key.replace(' ', '_'), intendedText(subject.file, entry.value)));
+    }
+}
+
+void unknownKey(const Subject &subject, Report &report)
+{
+    for (const IniEntry &entry : subject.file.entries()) {
+        const bool nearlySystem = entry.section.compare("system", Qt::CaseInsensitive) == 0;
+        const bool nearlyCommand =
+            entry.section.compare("CMD", Qt::CaseInsensitive) == 0 || entry.path().startsWith("CMD/");
+        const bool known =
+            nearlySystem
+            && (systemKeys.contains(entry.key) || !rightCapitals(entry.key, systemKeys).isEmpty());
+        if (!known && !nearlyCommand && !entry.key.startsWith('#'))
+            report.replace(entry, entry.begin,
+                           QString("The tool does not know \"%1\" and never reads it").arg(entry.path()),
+                           subject.commented(entry));
+    }
+}
+
+void endgameValue(const Subject &subject, Report &report)
+{
+    const IniEntry *entry = subject.entry("system/ENDGAME");
+    if (!entry || subject.verdict.mode != Verdict::Selection)
+        return;
+    const QString text = entry->value.text.toLower();
+    const QStringList clear = {"true", "1", "false", "0"};
+    if (entry->value.comma < 0 && clear.contains(text))
+        return;
+    const bool meantFalse = QStringList{"no", "off", "n", "never", "f", "-1", "none"}.contains(text.trimmed())
+                            || text.trimmed() == "false" || text.trimmed() == "0" || text.isEmpty();
+    report.replace(*entry, entry->value.at.value(0, entry->valueBegin),
+                   QString("The tool takes this value for %1; it knows true and false only")
+                       .arg(subject.verdict.endGame ? "true" : "false"),
+                   iniLine(subject.rawKey(*entry), meantFalse ? "false" : "true"));
+}
+
+void endgameUnused(const Subject &subject, Report &report)
+{
+    const IniEntry *entry = subject.entry("system/ENDGAME");
+    if (entry && subject.verdict.mode == Verdict::Direct)
+        report.replace(*entry, entry->begin,
+                       "ENDGAME is not looked at in direct mode: write the closing commands yourself",
+                       subject.commented(*entry));
+}
+
+void duplicateName(const Subject &subject, Report &report)
+{
+    if (subject.verdict.mode != Verdict::Selection)
+        return;
+    QStringList unique = subject.itemTexts();
+    unique.removeDuplicates();
+    const QString rightList = unique.size() < subject.items.size() ? subject.listLine(unique) : QString();
+    QSet<QString> items;
+    for (const Item &item : subject.items) {
+        if (item.entry && items.contains(item.text))
+            report.replace(
+                *subject.list, item.offset,
+                QString("The list names \"%1\" twice: it shows twice and can be chosen once").arg(item.text),
+                rightList);
+        items.insert(item.text);
+    }
+    QHash<QString, const CommandEntry *> names;
+    for (const CommandEntry &command : subject.commands) {
+        const CommandEntry *first = names.value(command.name);
+        if (first)
+            report.replace(
+                *command.entry, command.entry->value.at.value(0),
+                QString("\"%1\" is the name of line %2 too: both show, and both run this command")
+                    .arg(command.name)
+                    .arg(subject.file.position(first->entry->begin).line),
+                subject.line(*command.entry,
+                             QString("%1 (%2)@%3").arg(command.name, command.entry->key, command.command)));
+        else
+            names.insert(command.name, &command);
+    }
+}
+
+void needsScrolling(const Subject &subject, Report &report)
+{
+    const int rows = subject.screen.listRows();
+    if (subject.list && subject.verdict.mode == Verdict::Selection
+        && subject.verdict.operations.size() > rows)
+        report.replace(*subject.list, subject.list->begin,
+                       QString("%1 operations; %2 are seen at once, the operator has to scroll to the others")
+                           .arg(subject.verdict.operations.size())
+                           .arg(rows),
+                       subject.listLine(subject.itemTexts().mid(0, rows)));
+}
+
+} // namespace
+
+QVector<Rule> listRules()
+{
+    return {
+        {"no-list", Severity::Error, noList},
+        {"both-lists", Severity::Warning, bothLists},
+        {"blank-after-comma", Severity::Error, blankAfterComma},
+        {"empty-item", Severity::Warning, emptyItem},
+        {"item-without-command", Severity::Error, itemWithoutCommand},
+        {"duplicate-key", Severity::Warning, duplicateKey},
+        {"unlisted-key", Severity::Warning, unlistedKey},
+        {"wrong-capitals", Severity::Error, wrongCapitals},
+        {"percent-in-key", Severity::Error, percentInKey},
+        {"space-in-key", Severity::Warning, spaceInKey},
+        {"unknown-key", Severity::Warning, unknownKey},
+        {"endgame-value", Severity::Warning, endgameValue},
+        {"endgame-unused", Severity::Warning, endgameUnused},
+        {"duplicate-name", Severity::Error, duplicateName},
+        {"needs-scrolling", Severity::Note, needsScrolling},
+    };
+}

@@ -1,0 +1,232 @@
+// Findings on the other files of the medium, and on the medium itself.
+
+#include "rules.h"
+#include "widget.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSet>
+
+namespace
+{
+
+const char linkedFolder[] = "/mnt/upgrade/";
+constexpr int prefixSize = static_cast<int>(sizeof linkedFolder) - 1;
+
+/// What a command line names on the medium.
+struct Use {
+    const CommandEntry *command;
+    QString path;     ///< on the controller
+    bool isProgram;   ///< run itself, or by an interpreter
+    bool interpreted; ///< an interpreter stands in front
+    QString
+        found; ///< on the medium, relative to its folder, as it is spelled there; empty when it is not there
+};
+
+bool isInterpreter(const QString &program)
+{
+    static const QRegularExpression names("^(ba|da|a|)sh$|^(python[0-9.]*|perl|lua)$");
+    return names.match(program.section('/', -1)).hasMatch();
+}
+
+/// The words that name files which have to be there already.
+QStringList sourceWords(const QStringList &words)
+{
+    const QString program = words.value(0).section('/', -1);
+    QStringList sources;
+    for (const QString &word : words.mid(1)) {
+        if (!word.startsWith('-'))
+            sources.append(word);
+    }
+    if (QStringList{"cp", "mv", "install"}.contains(program))
+        return sources.mid(0, qMax(0, sources.size() - 1));
+    return QStringList{"cat", "insmod", "dpkg"}.contains(program) ? sources : QStringList();
+}
+
+QVector<Use> usesOf(const CommandEntry &command)
+{
+    QVector<Use> uses;
+    const QStringList &words = command.split.words;
+    const bool interpreted = isInterpreter(words.value(0)) && !words.value(1).startsWith('-');
+    const QString program = words.value(interpreted ? 1 : 0);
+    if (program.startsWith(linkedFolder))
+        uses.append({&command, program, true, interpreted, {}});
+    for (const QString &word : sourceWords(words)) {
+        if (word.startsWith(linkedFolder))
+            uses.append({&command, word, false, false, {}});
+    }
+    return uses;
+}
+
+/// All uses by commands that are run; none where the medium is not known.
+QVector<Use> usesOf(const Subject &subject)
+{
+    QVector<Use> uses;
+    if (subject.medium.root.isEmpty())
+        return uses;
+    SpelledFiles files(subject.medium.root);
+    myThread worker; // never started; asked only
+    for (const CommandEntry &command : subject.commands) {
+        if (worker.isSkipped(command.command))
+            continue;
+        for (Use use : usesOf(command)) {
+            use.found = files.spelling(use.path.mid(prefixSize));
+            uses.append(use);
+        }
+    }
+    return uses;
+}
+
+int offsetOfPath(const Use &use)
+{
+    const DecodedValue &value = use.command->entry->value;
+    return value.at.value(qMax(0, value.text.indexOf(use.path)), use.command->entry->valueBegin);
+}
+
+void findMissing(const Subject &subject, Report &report, bool programs)
+{
+    for (const Use &use : usesOf(subject)) {
+        if (use.isProgram != programs || !use.found.isEmpty())
+            continue;
+        report.add(offsetOfPath(use), QString("The medium has no such file: %1").arg(use.path),
+                   "cp YOUR-FILE " + shellWord(subject.medium.local(use.path)));
+    }
+}
+
+void missingProgram(const Subject &subject, Report &report)
+{
+    findMissing(subject, report, true);
+}
+
+void missingFile(const Subject &subject, Report &report)
+{
+    findMissing(subject, report, false);
+}
+
+void pathCapitals(const Subject &subject, Report &report)
+{
+    for (const Use &use : usesOf(subject)) {
+        if (use.found.isEmpty() || use.found == QDir::cleanPath(use.path.mid(prefixSize)))
+            continue;
+        QString command = use.command->command;
+        command.replace(use.path, linkedFolder + use.found);
+        report.replace(*use.command->entry, offsetOfPath(use),
+                       QString("On the medium it is called %1: this works on a FAT card and fails on others")
+                           .arg(use.found),
+                       subject.commandLine(*use.command, command));
+    }
+}
+
+/// The start of a file, as much as tells what kind of file it is; nothing of what is no file.
+QByteArray startOf(const QString &path)
+{
+    constexpr qint64 enough = 64 * 1024;
+    QFile file(path);
+    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) ? file.read(enough) : QByteArray();
+}
+
+/// The program that a script's first line asks for; empty for anything but a script.
+QString interpreterOf(const QByteArray &start)
+{
+    static const QRegularExpression firstLine("^#!\\s*(?:/usr/bin/env\\s+)?(?:\\S*/)?([^/\\s]+)");
+    return firstLine.match(QString::fromLatin1(start.left(256))).captured(1);
+}
+
+/// A command that runs what is on a card without the right to execute.
+QString runnable(const Use &use, const QString &interpreter)
+{
+    if (!interpreter.isEmpty())
+        return interpreter + ' ' + use.command->command;
+    const QString copy = "/tmp/" + use.path.section('/', -1);
+    QString moved = use.command->command;
+    moved.replace(use.path, copy);
+    return throughShell(QString("cp %1 %2 && chmod 755 %2 && %3").arg(use.path, copy, moved));
+}
+
+void fatNotExecutable(const Subject &subject, Report &report)
+{
+    for (const Use &use : usesOf(subject)) {
+        if (!use.isProgram || use.interpreted || use.found.isEmpty())
+            continue;
+        const QString interpreter = interpreterOf(startOf(subject.medium.root + '/' + use.found));
+        report.replace(
+            *use.command->entry, offsetOfPath(use),
+            "A FAT card keeps no right to execute: put an interpreter in front, or copy the program first",
+            subject.commandLine(*use.command, runnable(use, interpreter)));
+    }
+}
+
+void scriptLineEnds(const Subject &subject, Report &report)
+{
+    QSet<QString> seen;
+    for (const Use &use : usesOf(subject)) {
+        const QString path = subject.medium.root + '/' + use.found;
+        if (!use.isProgram || use.found.isEmpty() || seen.contains(path))
+            continue;
+        seen.insert(path);
+        const QByteArray start = startOf(path);
+        const bool isScript = use.interpreted || !interpreterOf(start).isEmpty();
+        if (isScript && start.contains("\r\n"))
+            report.addOther(path,
+                            "A script with carriage returns at its line ends does not run on the controller",
+                            "sed -i 's/\\r$//' " + shellWord(path));
+    }
+}
+
+void foreignFiles(const Subject &subject, Report &report)
+{
+    static const QRegularExpression names(
+        "^(\\._.*|\\.DS_Store|\\.Spotlight-V100|\\.fseventsd|\\.Trashes|\\.Trash-\\d+|__MACOSX|Thumbs\\.db|"
+        "desktop\\.ini|System Volume Information|\\$RECYCLE\\.BIN|FOUND\\.\\d{3})$",
+        QRegularExpression::CaseInsensitiveOption);
+    if (subject.medium.root.isEmpty())
+        return;
+    for (const QString &folder : {subject.medium.root, subject.medium.root + "/zul_install"}) {
+        const auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+        for (const QFileInfo &info : QDir(folder).entryInfoList(all, QDir::Name)) {
+            if (names.match(info.fileName()).hasMatch())
+                report.addOther(
+                    info.filePath(), "Left on the medium by another system; the tool has no use for it",
+                    QString("rm %1 %2").arg(info.isDir() ? "-r" : "-f", shellWord(info.filePath())));
+        }
+    }
+}
+
+void mountSpace(const Subject &subject, Report &report)
+{
+    const QString folder = subject.medium.mountDirectory;
+    if (folder.contains(' '))
+        report.addOther(folder,
+                        "Mounted on a folder with a blank in its name, the medium is not found and not taken",
+                        QString(folder).replace(' ', '_'));
+}
+
+void mountKind(const Subject &subject, Report &report)
+{
+    const QString folder = subject.medium.mountDirectory;
+    if (!folder.isEmpty() && !folder.contains("mmc") && !folder.contains("sd"))
+        report.addOther(
+            folder,
+            "Neither \"mmc\" nor \"sd\" in the folder's name: the operator is asked to unplug a \"storage device\", or "
+            "the kind of the medium before",
+            folder + "-sd");
+}
+
+} // namespace
+
+QVector<Rule> mediumRules()
+{
+    return {
+        {"missing-program", Severity::Error, missingProgram},
+        {"missing-file", Severity::Warning, missingFile},
+        {"path-capitals", Severity::Warning, pathCapitals},
+        {"fat-not-executable", Severity::Warning, fatNotExecutable},
+        {"script-line-ends", Severity::Error, scriptLineEnds},
+        {"foreign-files", Severity::Warning, foreignFiles},
+        {"mount-space", Severity::Note, mountSpace},
+        {"mount-kind", Severity::Note, mountKind},
+    };
+}

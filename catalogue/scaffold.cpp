@@ -1,0 +1,66 @@
+#include "scaffold.h"
+
+#include "medium.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace
+{
+
+const char catalogueText[] = R"(; What the controller offers when this medium is put in.
+; A line that starts with ";" is a comment. Put every value into double quotes.
+
+[system]
+; The operations to choose from, in this order; each names a line of [CMD].
+; Called CMD_Type instead of CMD_List, they all run at once, without a question.
+CMD_List="update,log"
+; After the chosen operations the controller saves its data and reboots.
+; With false it does neither.
+ENDGAME=true
+
+[CMD]
+; key="Name on the screen@program and its arguments"
+; No shell reads a command: for more than one program, write a script.
+; The medium is found under /mnt/upgrade.
+update="Update@sh /mnt/upgrade/zul_install/update.sh"
+log="Copy log@cp -f /var/log/messages /mnt/upgrade"
+)";
+
+const char scriptText[] = R"(#!/bin/sh
+# Runs on the controller, as root. An exit code other than 0 shows as "Failed".
+set -eu
+
+# The medium, wherever it is mounted.
+medium=/mnt/upgrade
+
+echo "update ran" >>"$medium/update.log"
+)";
+
+bool write(const QString &path, const char *text)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == qstrlen(text) && file.flush();
+}
+
+} // namespace
+
+bool makeMedium(const QString &folder, QStringList *files, Failure *failure)
+{
+    const QString inside = QDir::cleanPath(folder) + "/zul_install";
+    const QString catalogue = inside + "/system.ini";
+    const QString script = inside + "/update.sh";
+    for (const QString &file : {catalogue, script}) {
+        if (QFileInfo::exists(file)) {
+            *failure = {ExitNoOutput, file + ": exists already"};
+            return false;
+        }
+    }
+    if (!QDir().mkpath(inside) || !write(catalogue, catalogueText) || !write(script, scriptText)) {
+        *failure = {ExitNoOutput, inside + ": cannot be written"};
+        return false;
+    }
+    *files = QStringList{catalogue, script};
+    return true;
+}

@@ -1,0 +1,84 @@
+#include "screen.h"
+
+#include "windowaccess.h"
+
+#include <QAbstractButton>
+#include <QFontMetrics>
+#include <QListView>
+#include <QScrollBar>
+#include <QStandardItemModel>
+#include <QTableView>
+#include <QTimer>
+
+using RunList = QVector<_system_CMD>;
+WINDOW_MEMBER(QTimer *, pollTimer)
+WINDOW_MEMBER(RunList, runList)
+
+namespace
+{
+
+constexpr int nameColumn = 0;
+constexpr int detailsColumn = 3;
+constexpr int gridLine = 1;
+constexpr int amplePadding = 16; // more than any view leaves around a text
+
+} // namespace
+
+Screen::Screen()
+    : window(new Widget)
+{
+    pollTimerOf(*window)->stop();
+    auto *listView = window->findChild<QListView *>("operationList");
+    auto *model = new QStandardItemModel(1, 1, window.get());
+    model->setItem(0, new QStandardItem("A"));
+    listView->setModel(model);
+    runListOf(*window).append({QString(), QString(), false, 0});
+    window->findChild<QAbstractButton *>("pushButton")->click(); // shows the details column
+    window->show();
+
+    scrollBarWidth = listView->verticalScrollBar()->sizeHint().width();
+    visibleRows = listView->viewport()->height() / listView->sizeHintForRow(0);
+    list = cellOf(listView, model->index(0, 0), listView->viewport()->width());
+    auto *table = window->findChild<QTableView *>("tableView");
+    name = cellOf(table, table->model()->index(0, nameColumn), table->columnWidth(nameColumn) - gridLine);
+    details =
+        cellOf(table, table->model()->index(0, detailsColumn), table->columnWidth(detailsColumn) - gridLine);
+}
+
+Screen::~Screen() = default;
+
+Screen::Cell Screen::cellOf(QAbstractItemView *view, const QModelIndex &index, int width)
+{
+    Cell cell{view, index, width, {}};
+    for (char character = 0; character >= 0 && character < 127; ++character)
+        cell.advances.append(
+            view->fontMetrics().boundingRect('A' + QString(QLatin1Char(character)) + 'A').width()
+            - view->fontMetrics().boundingRect("AA").width() + 1);
+    return cell;
+}
+
+bool Screen::fitsList(const QString &text, bool withScrollBar) const
+{
+    return fits(list, text, withScrollBar ? list.width - scrollBarWidth : list.width);
+}
+
+bool Screen::fitsTable(const QString &text) const
+{
+    return fits(name, text, name.width);
+}
+
+bool Screen::fitsDetails(const QString &command) const
+{
+    return fits(details, command, details.width);
+}
+
+bool Screen::fits(const Cell &cell, const QString &text, int width)
+{
+    int atMost = amplePadding;
+    for (const QChar character : text)
+        atMost += character.unicode() < cell.advances.size() ? cell.advances.at(character.unicode()) : width;
+    if (atMost <= width)
+        return true;
+    cell.view->model()->setData(cell.index, text);
+    return cell.view->sizeHintForIndex(cell.index).width() <= width;
+}

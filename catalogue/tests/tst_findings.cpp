@@ -1,0 +1,307 @@
+#include "findings.h"
+#include "medium.h"
+#include "report.h"
+#include "screen.h"
+#include "verdict.h"
+#include "widget.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextCodec>
+
+/// Every finding has a medium that triggers it and nothing else, and a place in the manual.
+class TestFindings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void aFixtureTriggersExactlyItsFinding_data();
+    void aFixtureTriggersExactlyItsFinding();
+    void theRightLinePutsTheFixtureRight_data();
+    void theRightLinePutsTheFixtureRight();
+    void aCatalogueTriggersWhatItShould_data();
+    void aCatalogueTriggersWhatItShould();
+    void everyFixtureIsThatOfAFinding();
+    void everyFindingIsInTheManual();
+    void severityDecidesTheExitCode();
+    void onlyTheFirstOfAKindAreKept();
+
+private:
+    static void addFixtures();
+    Findings check(const QString &folder, const QString &mountDirectory = QString());
+    Findings checkText(const QByteArray &catalogue);
+    QString copyOf(const QString &folder);
+    void runInShell(QString line);
+    void putIntoCatalogue(const QString &path, const Finding &finding);
+
+    QTemporaryDir work;
+    int copies = 0;
+};
+
+namespace
+{
+
+QString mountDirectoryOf(const QString &folder)
+{
+    QFile options(folder + "/options");
+    if (!options.open(QIODevice::ReadOnly))
+        return QString();
+    return QString::fromUtf8(options.readAll()).trimmed().section(' ', 1);
+}
+
+QString fixture(const QString &id)
+{
+    return QString(FIXTURES "/") + id;
+}
+
+QStringList idsOf(const Findings &findings)
+{
+    QStringList ids;
+    for (const Finding &finding : findings.list)
+        ids.append(finding.id);
+    ids.removeDuplicates();
+    return ids;
+}
+
+} // namespace
+
+void TestFindings::initTestCase()
+{
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    QCOMPARE(QFontInfo(QApplication::font()).family(), QString("Liberation Sans"));
+}
+
+void TestFindings::addFixtures()
+{
+    QTest::addColumn<QString>("id");
+    for (const QString &id : findingIds())
+        QTest::newRow(qPrintable(id)) << id;
+}
+
+Findings TestFindings::check(const QString &folder, const QString &mountDirectory)
+{
+    Medium medium;
+    Failure failure;
+    if (!openMedium(folder, &medium, &failure))
+        qFatal("%s", qPrintable(failure.message));
+    medium.mountDirectory = mountDirectory;
+    Widget window;
+    const Verdict verdict = readVerdict(window, medium.catalogue);
+    return findAll(medium, IniFile(medium.bytes), verdict, Screen());
+}
+
+Findings TestFindings::checkText(const QByteArray &catalogue)
+{
+    const QString folder = work.filePath(QString::number(++copies));
+    QDir().mkpath(folder + "/zul_install");
+    QFile file(folder + "/zul_install/system.ini");
+    if (!file.open(QIODevice::WriteOnly) || file.write(catalogue) != catalogue.size())
+        qFatal("no place for a catalogue");
+    file.close();
+    return check(folder);
+}
+
+QString TestFindings::copyOf(const QString &folder)
+{
+    const QString copy = work.filePath(QString::number(++copies));
+    QDirIterator entries(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QString target = copy + '/' + QDir(folder).relativeFilePath(entries.next());
+        QDir().mkpath(QFileInfo(target).path());
+        if (!QFile::copy(entries.filePath(), target))
+            qFatal("no place for %s", qPrintable(target));
+    }
+    return copy;
+}
+
+void TestFindings::aFixtureTriggersExactlyItsFinding_data()
+{
+    addFixtures();
+}
+
+void TestFindings::aFixtureTriggersExactlyItsFinding()
+{
+    QFETCH(QString, id);
+    const Findings findings = check(fixture(id), mountDirectoryOf(fixture(id)));
+    QCOMPARE(idsOf(findings), QStringList(id));
+    for (const Finding &finding : findings.list) {
+        QVERIFY(finding.at.line >= 1 && finding.at.column >= 1);
+        QVERIFY(!finding.message.isEmpty());
+        QVERIFY2(!finding.right.isEmpty(), "it does not say what would be right");
+    }
+}
+
+void TestFindings::theRightLinePutsTheFixtureRight_data()
+{
+    addFixtures();
+}
+
+void TestFindings::theRightLinePutsTheFixtureRight()
+{
+    QFETCH(QString, id);
+    const QString copy = copyOf(fixture(id));
+    QString mountDirectory = mountDirectoryOf(copy);
+    const Finding finding = check(copy, mountDirectory).list.first();
+    if (finding.file == mountDirectory)
+        mountDirectory = finding.right;
+    else if (QRegularExpression("^(sed|rm|cp) ").match(finding.right).hasMatch())
+        runInShell(finding.right);
+    else
+        putIntoCatalogue(copy + "/zul_install/system.ini", finding);
+    QVERIFY2(!idsOf(check(copy, mountDirectory)).contains(id), qPrintable(finding.right));
+}
+
+void TestFindings::runInShell(QString line)
+{
+    QProcess shell;
+    shell.start("/bin/sh", {"-ec", line.replace("YOUR-FILE", FIXTURES "/no-list/zul_install/system.ini")},
+                QIODevice::ReadOnly);
+    QVERIFY(shell.waitForFinished());
+    QCOMPARE(shell.exitCode(), 0);
+}
+
+void TestFindings::putIntoCatalogue(const QString &path, const Finding &finding)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QByteArray text = file.readAll();
+    const QByteArray right = finding.right.toUtf8();
+    if (finding.replaceBegin >= 0)
+        text.replace(finding.replaceBegin, finding.replaceEnd - finding.replaceBegin, right);
+    else if (right.startsWith("CMD_List"))
+        text.replace("[system]\n", "[system]\n" + right + '\n');
+    else
+        text += right + '\n'; // the fixtures end with [CMD]
+    QVERIFY(file.resize(0) && file.seek(0));
+    QCOMPARE(file.write(text), qint64(text.size()));
+}
+
+void TestFindings::aCatalogueTriggersWhatItShould_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QStringList>("ids");
+    const auto row = [](const char *name, const QByteArray &text, const QStringList &ids) {
+        QTest::newRow(name) << text << ids;
+    };
+    const auto line = [](const char *name, const QByteArray &value, const QStringList &ids) {
+        QTest::newRow(name) << "[system]\nCMD_List=\"a\"\n[CMD]\na=" + value + '\n' << ids;
+    };
+    row("nothing at all", "", {"no-list"});
+    row("capitals of a section", "[System]\nCMD_List=\"a\"\n[CMD]\na=\"A@x\"\n", {"wrong-capitals"});
+    row("capitals of the other section", "[system]\nCMD_List=\"a\"\n[cmd]\na=\"A@x\"\n", {"wrong-capitals"});
+    row("capitals of the list", "[system]\nCmd_List=\"a\"\n[CMD]\na=\"A@x\"\n", {"wrong-capitals"});
+    row("capitals of ENDGAME", "[system]\nCMD_List=\"a\"\nEndGame=true\n[CMD]\na=\"A@x\"\n",
+        {"wrong-capitals"});
+    row("ENDGAME=FALSE", "[system]\nCMD_List=\"a\"\nENDGAME=FALSE ; comment\n[CMD]\na=\"A@x\"\n", {});
+    row("ENDGAME empty", "[system]\nCMD_List=\"a\"\nENDGAME=\n[CMD]\na=\"A@x\"\n", {"endgame-value"});
+    row("a list", "[system]\nCMD_List=\"a\"\nENDGAME=true,false\n[CMD]\na=\"A@x\"\n", {"endgame-value"});
+    row("sync where nothing is added", "[system]\nCMD_List=\"a\"\nENDGAME=0\n[CMD]\na=\"A@sync\"\n", {});
+    row("the same name in direct mode", "[system]\nCMD_Type=\"a,b\"\n[CMD]\na=\"A@x\"\nb=\"A@y\"\n", {});
+    row("an item twice", "[system]\nCMD_List=\"a,a\"\n[CMD]\na=\"A@x\"\n", {"duplicate-name"});
+    row("an empty list", "[system]\nCMD_List=\n[CMD]\na=\"A@x\"\n", {"empty-item", "unlisted-key"});
+    row("lines swallowed", "[system]\nCMD_List=\"a,b\"\n[CMD]\na=\"A@x\nb=\"B@y\"\n",
+        {"item-without-command", "unbalanced-quotes"});
+    row("quotation mark in a comment", "; 3\" disk\n[system]\nCMD_List=\"a\"\n[CMD]\na=\"A@x\"\n", {});
+    row("UTF-8 in a comment", "; \xc3\xa4\n[system]\nCMD_List=\"a\"\n[CMD]\na=\"A@x\"\n", {});
+    row("long countdown in direct mode", "[system]\nCMD_Type=\"a\"\n[CMD]\na=\"A@sleep 10m\"\n", {});
+    row("UTF-8 in a key", "[system]\nCMD_List=\"\xc3\xa4\"\n[CMD]\n\xc3\xa4=\"A@x\"\n", {});
+    row("UTF-8 in a key, with a byte-order mark",
+        "\xef\xbb\xbf[system]\nCMD_List=\"\xc3\xa4\"\n[CMD]\n\xc3\xa4=\"A@x\"\n",
+        {"bom", "item-without-command", "unlisted-key"});
+    line("find with a command", "\"A@find /tmp -exec rm {} ;\"", {});
+    line("two commands", "\"A@a; b\"", {"shell-chain"});
+    line("literal quotation marks", "\"A@echo \\\"\\\"\\\"a | b\\\"\\\"\\\"\"", {"shell-pipe"});
+    line("comment behind quotes", "\"A@x\" ; comment", {});
+    line("comma in a command", "A@cp x,y z", {"unquoted-comma"});
+    line("a script for a shell", "\"A@sh -c \\\"a | b > $c && d *; e\\\"\"", {});
+    line("pattern in quotes", "\"A@find / -name \\\"*.log\\\"\"", {});
+    line("in the background", "\"A@sleep 5 &\"", {"shell-chain"});
+    line("either", "\"A@a || b\"", {"shell-chain"});
+    line("errors redirected", "\"A@a 2>/dev/null\"", {"shell-redirect"});
+    line("backquotes", "\"A@kill `pidof a`\"", {"shell-variable"});
+    line("single quotes for a shell", "\"A@sh -c 'a | b'\"", {"shell-quote"});
+    line("sync by its path", "\"A@/bin/sync\"", {"own-sync-reboot"});
+    line("escapes", "\"\\x4e2d\\x6587@a \\\\b\"", {});
+    line("tabulator by escape", "\"A@a\\tb\"", {"backslash"});
+    line("octal", "\"A@a\\101\"", {"backslash"});
+    line("two at signs in front", "\"@@A@x\"", {"special-value"});
+    line("no value at all", "@Invalid()", {"special-value"});
+    line("nothing behind the key", "", {"item-without-command"});
+    line("sh within a word", "\"A@/opt/share/tool\"", {"single-word-sh"});
+    line("sh within a word, with an argument", "\"A@flash_erase /dev/mtd1\"", {});
+    line("calibration", "\"A@ts_calibrate\"", {});
+    line("minutes of sleep", "\"A@sh -c \\\"sleep 5m; a\\\"\"", {"outlasts-countdown"});
+    line("quotes at the end", "A@a \"b c\"", {"quotes-eaten"});
+    line("bytes that are not UTF-8", "\"\xe4@x\"", {"raw-utf8"});
+}
+
+void TestFindings::aCatalogueTriggersWhatItShould()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, ids);
+    QStringList found = idsOf(checkText(text));
+    found.sort();
+    QCOMPARE(found, ids);
+}
+
+void TestFindings::everyFixtureIsThatOfAFinding()
+{
+    QStringList fixtures = QDir(FIXTURES).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    QStringList ids = findingIds();
+    fixtures.sort();
+    ids.sort();
+    QCOMPARE(fixtures, ids);
+}
+
+void TestFindings::everyFindingIsInTheManual()
+{
+    QFile manual(MANUAL);
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    QStringList explained;
+    const QRegularExpression heading("\\*\\*`([a-z0-9-]+)`\\*\\* \\((?:error|warning|note)\\)");
+    for (auto headings = heading.globalMatch(QString::fromUtf8(manual.readAll())); headings.hasNext();)
+        explained.append(headings.next().captured(1));
+    QStringList ids = findingIds();
+    explained.sort();
+    ids.sort();
+    QCOMPARE(explained, ids);
+}
+
+void TestFindings::severityDecidesTheExitCode()
+{
+    const Findings note = check(fixture("needs-scrolling"));
+    const Findings warning = check(fixture("unlisted-key"));
+    const Findings error = check(fixture("no-list"));
+    QCOMPARE(exitCodeOf(note, true), 0);
+    QCOMPARE(exitCodeOf(warning, false), 0);
+    QCOMPARE(exitCodeOf(warning, true), 1);
+    QCOMPARE(exitCodeOf(error, false), 2);
+    QCOMPARE(exitCodeOf(error, true), 2);
+}
+
+void TestFindings::onlyTheFirstOfAKindAreKept()
+{
+    QByteArray text = "[system]\nCMD_List=\"a\"\n[CMD]\na=\"A@true\"\n";
+    for (int i = 0; i < 200; ++i)
+        text += "k" + QByteArray::number(i) + "=\"K@true\"\n";
+    const Findings findings = checkText(text);
+    QCOMPARE(idsOf(findings), QStringList("unlisted-key"));
+    QCOMPARE(findings.list.size() + findings.omitted.value("unlisted-key"), 200);
+    QVERIFY(findings.omitted.value("unlisted-key") > 0);
+}
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    TestFindings test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_findings.moc"
