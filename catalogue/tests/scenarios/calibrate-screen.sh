@@ -1,0 +1,16 @@
+# shellcheck shell=bash
+# The calibration program has the screen for itself, and the controller does not restart.
+
+board_is_up
+plug sd "${examples:?}/calibrate-screen"
+medium_taken_up /media/mmcblk1p1
+choose 1
+confirm_choice
+must "the calibration program runs" within 30 running ts_calibrate
+must "the page is gone while it does" within 4 fails status_page_shown
+must "it ends" within 30 fails running ts_calibrate
+must "the page comes back" within 30 status_page_shown
+must "the batch ends" within 30 batch_over
+unplug sd
+given_back
+check "nothing was restarted" fails logged ' stand-in '

@@ -1,0 +1,27 @@
+# shellcheck shell=bash
+# A damaged file is noticed before anything is installed; a whole medium installs.
+
+damaged=$(mktemp -d /mnt/damaged-XXXXXX)
+cp -R "${examples:?}/verified-update/." "$damaged"
+echo "damaged" >>"$damaged/zul_install/settings"
+
+board_is_up
+plug sd "$damaged"
+medium_taken_up /media/mmcblk1p1
+choose 1
+confirm_choice
+must "the batch ends" within 60 batch_over
+check "nothing was installed" test "$(in_board /opt/zul/zul_version)" = "application 2.0.0"
+check "not even the file that is whole" fails in_board test -e /opt/zul/settings
+check "the medium says which file" in_board grep -q '^settings: FAILED' /media/mmcblk1p1/check.log
+unplug sd
+must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
+mark
+must "the tool is back" wait_for_log ' tool +key = ' 30
+plug sd "${examples:?}/verified-update"
+medium_taken_up /media/mmcblk1p1
+choose 1
+confirm_choice
+must "the batch ends" within 60 batch_over
+check "the program is installed" test "$(in_board /opt/zul/zul_version)" = "application 2.3.0"
+check "the settings are installed" in_board grep -q brightness=80 /opt/zul/settings

@@ -1,0 +1,5 @@
+#!/bin/sh
+# Notes on the medium when its settings were installed.
+set -eu
+
+date >>/mnt/upgrade/installed.log
