@@ -85,6 +85,11 @@ times_logged() {
     tail -n +$((marked + 1)) "$transcript" | grep -cE -- "$1" || true
 }
 
+# logged_times COUNT PATTERN - whether so many lines behind the mark match, no more and no less.
+logged_times() {
+    [[ $(times_logged "$2") -eq $1 ]]
+}
+
 # wait_for_log PATTERN SECONDS
 wait_for_log() {
     within "$2" logged "$1"

@@ -34,7 +34,7 @@ check "and not outside" test ! -e /usr/bin/zul-was-here
 check "a file is gone inside" fails in_board test -e "$precious"
 check "and is there outside" test -e "$precious"
 check "the screen lives" window_visible
-check "reboot by its path is the stand-in" logged ' stand-in +reboot$'
+check "reboot by its path is the stand-in" within 10 logged ' stand-in +reboot$'
 must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
 must "and comes back" wait_for_log ' simulator +the controller starts' 30
 

@@ -10,7 +10,7 @@ must "the batch ends" within 60 batch_over
 check "the commands ran in the order of the catalogue" in_order \
     ' tool +#+ Check the first file$' ' tool +#+ Calibrate touch screen$' ' tool +#+ List the medium$'
 check "no question was asked" window_hidden Attention
-check "the message asks for the USB drive" within 5 message_is usb
+check "the message asks for the USB drive" within 20 message_is usb
 unplug usb
 given_back
 check "nothing was restarted" fails logged ' stand-in '

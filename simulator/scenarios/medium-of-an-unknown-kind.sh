@@ -5,6 +5,6 @@ board_is_up
 plug usb direct /media/card
 medium_taken_up /media/card
 must "the batch ends" within 60 batch_over
-check "the message asks for a storage device" within 5 message_is other
+check "the message asks for a storage device" within 20 message_is other
 unplug usb /media/card
 given_back

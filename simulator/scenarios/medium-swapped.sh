@@ -14,7 +14,7 @@ must "the first medium is given back" wait_for_log ' watchdog +received syscmd_a
 medium_taken_up /media/sda1
 check "one after the other" in_order ' received syscmd_suspend@600' ' received syscmd_apprestart' ' received syscmd_suspend@600'
 choose 2
-check "the list is that of the second medium" logged ' tool +append item \[Right operation\]'
+check "the list is that of the second medium" within 10 logged ' tool +append item \[Right operation\]'
 confirm_choice
 must "the batch ends" within 30 batch_over
 check "nothing of the first medium's choice ran" fails logged ' tool +#+ (Quick|Slow)'

@@ -26,7 +26,7 @@ in_board killall zul_main zul_gui_cn
 let_pass 1.5
 check "nothing is started again during it" fails logged ' watchdog +started '
 must "it ends by itself" wait_for_log ' watchdog +the suspension is over$' 10
-must "and the programs run again" within 5 all_applications_run
+must "and the programs run again" within 20 all_applications_run
 
 mark
 send syscmd_stop
@@ -38,16 +38,16 @@ for command in "" hello syscmd_suspend syscmd_suspend@ syscmd_suspend@x syscmd_s
     syscmd_apprestart2 " syscmd_resume"; do
     mark
     send "$command"
-    must "\"$command\" is printed and ignored" within 5 in_order " watchdog +received $command\$" ' watchdog +ignored: '
+    must "\"$command\" is printed and ignored" within 20 in_order " watchdog +received $command\$" ' watchdog +ignored: '
 done
 send --long
 must "a text without a zero byte ends with the record" wait_for_log " watchdog +received x{512}\$" 5
 check "none of them has started anything" test "$(count_applications)" = 4
 send syscmd_resume
-must "it resumes" within 5 all_applications_run
+must "it resumes" within 20 all_applications_run
 
 send syscmd_suspend@4294967295
 in_board killall zul_main
 send syscmd_apprestart
-must "a restart ends the longest suspension" within 5 all_applications_run
+must "a restart ends the longest suspension" within 20 all_applications_run
 check "the watchdog has lived through all of it" running zul_watchdog

@@ -9,8 +9,8 @@ choose 1
 confirm_choice
 must "the batch ends" within 60 batch_over
 check "the medium has the logs" test "$(in_board tar -xzOf /media/sda1/logs-1.tar.gz ./app.log)" = "a line"
-check "the script has saved them" test "$(times_logged ' stand-in +sync$')" = 1
-check "the message asks for the USB drive" within 5 message_is usb
+check "the script has saved them" within 10 logged_times 1 ' stand-in +sync$'
+check "the message asks for the USB drive" within 20 message_is usb
 unplug usb
 given_back
 check "nothing was restarted" fails logged ' stand-in +reboot'
