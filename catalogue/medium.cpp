@@ -24,8 +24,8 @@ bool fail(Failure *failure, int exitCode, const QString &message)
 bool isBinary(const QByteArray &bytes)
 {
     const QByteArray start = bytes.left(8192);
-    const auto isControl = [](char byte) {
-        return (byte >= 0 && byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
+    const auto isControl = [](unsigned char byte) {
+        return (byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
     };
     return std::count_if(start.begin(), start.end(), isControl) * 8 > start.size();
 }
