@@ -1,0 +1,64 @@
+# shellcheck shell=bash
+# Debian 12 roots for the controller's architecture, made once and kept outside the checkout. Sourced, never run.
+
+: "${ZUL_CACHE:=${XDG_CACHE_HOME:-$HOME/.cache}/zul_upgrade}"
+: "${ZUL_DEBIAN_MIRROR:=}"
+readonly ARM_INTERPRETER=/proc/sys/fs/binfmt_misc/qemu-arm
+
+# cannot REASON... - ends the script with the code for "cannot run here".
+cannot() {
+    echo "${0##*/}: cannot run here: $*" >&2
+    exit 77
+}
+
+# become_root ARGUMENT... - runs the script again as root.
+become_root() {
+    if ((EUID == 0)); then return; fi
+    if ! sudo -n true 2>/dev/null; then cannot "needs root, or sudo without a password"; fi
+    exec sudo -n --preserve-env=ZUL_CACHE,ZUL_DEBIAN_MIRROR,XDG_CACHE_HOME,HOME "$0" "$@"
+}
+
+# require_packages PROGRAM=PACKAGE... - installs the Debian packages of the programs that are missing.
+require_packages() {
+    local pair
+    local -a missing=()
+    for pair in "$@"; do
+        if ! command -v "${pair%%=*}" >/dev/null; then missing+=("${pair#*=}"); fi
+    done
+    if ((${#missing[@]} == 0)); then return; fi
+    if ! command -v apt-get >/dev/null; then cannot "missing: ${missing[*]}"; fi
+    echo "installing ${missing[*]}" >&2
+    { apt-get update && apt-get install -y --no-install-recommends "${missing[@]}"; } >&2
+}
+
+# require_arm_emulation - lets the kernel run 32-bit ARM programs, inside a root too.
+require_arm_emulation() {
+    require_packages qemu-arm-static=qemu-user-static arch-test=arch-test mmdebstrap=mmdebstrap
+    if [[ ! -e /proc/sys/fs/binfmt_misc/register ]]; then
+        mount -t binfmt_misc binfmt_misc /proc/sys/fs/binfmt_misc || cannot "the kernel has no binfmt_misc"
+    fi
+    if [[ ! -e $ARM_INTERPRETER ]]; then
+        cat /usr/lib/binfmt.d/qemu-arm.conf >/proc/sys/fs/binfmt_misc/register
+    fi
+    arch-test armhf >/dev/null || cannot "armhf programs do not run"
+}
+
+# key_of TEXT... - a short name for what goes into a cached file.
+key_of() {
+    printf '%s\n' "$@" | sha256sum | cut -c 1-12
+}
+
+# make_root TARGET VARIANT PACKAGES [OPTION...] - an armhf root, without documents and translations.
+# TARGET ending in .tar gives an archive, otherwise a directory; it appears when it is complete.
+make_root() {
+    local target=$1 variant=$2 packages=$3 partial
+    shift 3
+    partial=${target%/*}/partial-$$-${target##*/}
+    mkdir -p "${target%/*}"
+    echo "making ${target##*/}: a few minutes, once" >&2
+    nice -n 15 mmdebstrap --quiet --architectures=armhf --variant="$variant" --include="$packages" \
+        --aptopt='Acquire::Retries "3"' --dpkgopt=force-unsafe-io \
+        --dpkgopt='path-exclude=/usr/share/doc/*' --dpkgopt='path-exclude=/usr/share/man/*' \
+        --dpkgopt='path-exclude=/usr/share/locale/*' "$@" bookworm "$partial" ${ZUL_DEBIAN_MIRROR:+"$ZUL_DEBIAN_MIRROR"} >&2
+    mv "$partial" "$target"
+}
