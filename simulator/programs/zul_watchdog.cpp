@@ -32,7 +32,10 @@ constexpr long commandType = 1;
 constexpr auto tick = std::chrono::milliseconds(100);
 // Within a second of its end, but not at once: the tool stops the programs first and suspends the supervision
 // then.
-constexpr auto restartDelay = std::chrono::milliseconds(900);
+#ifndef ZUL_RESTART_DELAY_MS
+#define ZUL_RESTART_DELAY_MS 900 // a slower board than this computer defines its own
+#endif
+constexpr auto restartDelay = std::chrono::milliseconds(ZUL_RESTART_DELAY_MS);
 
 volatile std::sig_atomic_t endRequested = 0;
 

@@ -1,0 +1,273 @@
+"""The controller as its operator and its technician know it: what is on the screen, where to touch, what has run."""
+
+import os
+import re
+import shutil
+import tempfile
+
+import machine
+from machine import wait_until
+
+APPLICATION_BACKGROUND = (0x00, 0x60, 0x50)
+APPLICATION_FRAME = (0xF0, 0xC0, 0x20)
+CALIBRATION_BACKGROUND = (0x10, 0x10, 0x30)
+BUTTON = (57, 146, 235)
+QUESTION_BUTTON = (211, 211, 211)
+WHITE = (255, 255, 255)
+
+PROGRAMS = ("zul_main", "zul_gui_en", "zul_gui_cn", "zul_gui_jk", "zul_gui_lan")
+
+# Places on the list page and the status page, in pixels.
+CONFIRM = (248, 433)
+CANCEL = (551, 433)
+DETAILS = (730, 30)
+FIRST_ROW = 131
+ROW_HEIGHT = 35
+OPERATIONS_COLUMN = 190
+SELECTION_COLUMN = 610
+
+# A poll takes 3 s, and a loaded emulation several times as long as a controller for what follows it.
+LIMIT = 240
+
+
+# --- What is on the screen ----------------------------------------------------------------------------------
+
+
+def shows_application(screen):
+    return screen.is_near(115, 240, APPLICATION_FRAME) and all(
+        screen.is_near(x, y, APPLICATION_BACKGROUND) for x, y in ((5, 5), (790, 5), (5, 470), (790, 470), (400, 100))
+    )
+
+
+def shows_list(screen):
+    return all(screen.is_near(x, y, BUTTON) for x, y in ((196, 433), (300, 433), (499, 433), (604, 433)))
+
+
+def shows_status(screen):
+    return screen.is_near(680, 30, BUTTON) and screen.is_near(782, 30, BUTTON) and not shows_question(screen)
+
+
+def shows_calibration(screen, cross):
+    return screen.is_near(400, 240, CALIBRATION_BACKGROUND) and screen.is_near(*cross, WHITE)
+
+
+def question_buttons(screen):
+    """The middles of the question's buttons, from left to right."""
+    for line in range(screen.height - 1, 0, -4):
+        runs = runs_of(screen, line, QUESTION_BUTTON, 40)
+        if len(runs) == 2:
+            return [((first + last) // 2, line - 10) for first, last in runs]
+    return []
+
+
+def runs_of(screen, line, colour, least):
+    runs, start = [], None
+    for x in range(screen.width + 1):
+        hit = x < screen.width and screen.is_near(x, line, colour, 2)
+        if hit and start is None:
+            start = x
+        elif not hit and start is not None:
+            if x - start >= least:
+                runs.append((start, x))
+            start = None
+    return runs
+
+
+def shows_question(screen):
+    return len(question_buttons(screen)) == 2
+
+
+def selected_rows(screen):
+    """How many operations stand in the list of the chosen ones. A row that was touched last is white on blue."""
+    count = 0
+    while count < 8 and screen.share_of(WHITE, 450, FIRST_ROW + count * ROW_HEIGHT - 10, 320, 20) < 0.99:
+        count += 1
+    return count
+
+
+def has_dark_text(screen, x, y, width, height):
+    return any(
+        sum(screen.at(column, line)) < 200 for line in range(y, y + height, 2) for column in range(x, x + width)
+    )
+
+
+def shows_unplug_message(screen):
+    """The request to unplug is the only text of the line at the top that is wide enough to begin this far left."""
+    return shows_status(screen) and has_dark_text(screen, 4, 10, 96, 40)
+
+
+# --- The controller -----------------------------------------------------------------------------------------
+
+
+class Controller:
+    """What scenarios do and look at. Pictures of the screens go into a folder, if there is one."""
+
+    def __init__(self, board, media, folder, pictures=None):
+        self.board = board
+        self.media = media
+        self.folder = folder
+        self.pictures = pictures
+        self.sd = self.usb = None
+        self.clean_up = None  # a command that takes back what a scenario has set
+        self.marks = 0
+        self.figures = []  # name, value, value of the baseline
+
+    @staticmethod
+    def say(text):
+        print("  ", text, flush=True)
+
+    def photograph(self, name):
+        if self.pictures:
+            self.board.photograph(os.path.join(self.pictures, name + ".png"))
+
+    def expect_screen(self, condition, what, limit=LIMIT):
+        return self.board.wait_for_screen(condition, limit, what)
+
+    # --- Media ------------------------------------------------------------------------------------------
+
+    def medium(self, name):
+        """The image of a medium, made of the folder of this name."""
+        image = os.path.join(self.folder, name + ".img")
+        if not os.path.exists(image):
+            machine.make_medium(self._folder_of(name), image)
+        return image
+
+    def medium_with(self, name, files):
+        """The image of a medium, with more files on it: contents by name."""
+        image = os.path.join(self.folder, name + ".img")
+        with tempfile.TemporaryDirectory() as folder:
+            shutil.copytree(self._folder_of(name), folder, dirs_exist_ok=True)
+            for file, contents in files.items():
+                with open(os.path.join(folder, file), "wb") as target:
+                    target.write(contents)
+            machine.make_medium(folder, image)
+        return image
+
+    def _folder_of(self, name):
+        return next(path for place in self.media if os.path.isdir(path := os.path.join(place, name)))
+
+    def plug_sd(self, name):
+        self.plug_sd_image(self.medium(name))
+
+    def plug_sd_image(self, image):
+        self.board.plug_sd(image)
+        self.sd = image
+
+    def plug_usb(self, name):
+        self.board.plug_usb(self.medium(name))
+        self.usb = name
+
+    def pull(self):
+        """Pulls everything that is plugged in."""
+        if self.sd:
+            self.board.unplug_sd()
+        if self.usb:
+            self.board.unplug_usb()
+        self.sd = self.usb = None
+
+    def media_listed(self):
+        """Mount directories of media, in the order of df."""
+        return re.findall(r"^/dev/(?:sd|mmc).* (\S+)$", self.board.shell("df"), re.MULTILINE)
+
+    # --- Programs and lines -----------------------------------------------------------------------------
+
+    def pid(self, program):
+        return self.board.console.run(f"pidof {program}")[1].strip()
+
+    def running_programs(self):
+        """One "name pid" for every application program that runs."""
+        lines = self.board.console.run("ps -C " + ",".join(PROGRAMS) + " -o comm= -o pid=")[1].split("\n")
+        return sorted(" ".join(line.split()) for line in lines if line.strip())
+
+    def expect_programs_running(self):
+        wait_until(lambda: len(self.running_programs()) == len(PROGRAMS), LIMIT, "the application programs run")
+
+    def expect_programs_stopped(self):
+        wait_until(lambda: not self.running_programs(), LIMIT, "the application programs are stopped")
+
+    def lines(self, unit="zul_upgrade", boot="0", after=None):
+        """What a unit has written since the start of the system, or after a mark."""
+        fields = f"_SYSTEMD_UNIT={unit}.service + UNIT={unit}.service + SYSLOG_IDENTIFIER=board-mark"
+        lines = self.board.console.run(f"journalctl -b {boot} {fields} -o cat --no-pager")[1].splitlines()
+        return lines[lines.index(after) + 1 :] if after else lines
+
+    def mark(self):
+        """A mark in the journal, for `after`. The journal's own cursors lose a line when they meet a filter."""
+        self.marks += 1
+        mark = f"mark {self.marks}"
+        self.board.shell(f"logger -t board-mark '{mark}'")
+        wait_until(lambda: mark in self.lines(), LIMIT, "the mark in the journal")
+        return mark
+
+    def expect_line(self, line, unit="zul_upgrade", after=None, limit=LIMIT):
+        wait_until(lambda: line in self.lines(unit, after=after), limit, f"{unit} writes: {line}")
+
+    def let_polls_pass(self, polls):
+        """Until the controller's clock has passed this many polls of the tool, where nothing else can be seen."""
+        end = float(self.board.shell("cut -d' ' -f1 /proc/uptime")) + 3.0 * (polls + 1)
+        self.board.wait_for(f"awk '{{exit !($1 > {end})}}' /proc/uptime")
+
+    # --- The operator -----------------------------------------------------------------------------------
+
+    def expect_list(self):
+        return self.expect_screen(shows_list, "the list of operations")
+
+    def choose(self, *rows):
+        """Touches operations, and waits for each to stand on the other side."""
+        for row in rows:
+            before = selected_rows(self.board.screen())
+            self.board.tap(OPERATIONS_COLUMN, FIRST_ROW + row * ROW_HEIGHT)
+            self.expect_screen(lambda s, n=before: selected_rows(s) == n + 1, f"row {row} is chosen")
+
+    def take_out(self, row):
+        before = selected_rows(self.board.screen())
+        self.board.tap(SELECTION_COLUMN, FIRST_ROW + row * ROW_HEIGHT)
+        self.expect_screen(lambda s: selected_rows(s) == before - 1, f"row {row} is taken out")
+
+    def ask(self, button=CONFIRM):
+        """Touches Confirm or Cancel, and returns with the question on the screen."""
+        self.board.tap(*button)
+        self.expect_screen(shows_question, "the question")
+
+    def answer(self, yes):
+        buttons = question_buttons(self.board.screen())
+        self.board.tap(*buttons[0 if yes else 1])
+        self.expect_screen(lambda s: not shows_question(s), "the question is closed")
+
+    def confirm(self):
+        self.ask()
+        self.answer(True)
+        self.expect_screen(shows_status, "the status page")
+
+    # --- States -----------------------------------------------------------------------------------------
+
+    def expect_rest(self):
+        """Nothing of the tool on the screen, the applications at work, the tool waiting."""
+        self.expect_screen(shows_application, "the application's picture")
+        self.expect_programs_running()
+        self.board.wait_for("systemctl is-active zul_upgrade")
+
+    def expect_link_gone(self):
+        """Where the medium was pulled from a tool that used it. The link outlives a reboot, until the next medium."""
+        wait_until(lambda: not self.board.holds("test -L /mnt/upgrade"), LIMIT, "the link is gone")
+
+    def expect_upgrade_mode(self):
+        self.expect_programs_stopped()
+        assert self.board.holds("test -L /mnt/upgrade"), "no link to the medium"
+
+    def put_to_rest(self):
+        """The state in which every scenario starts. A new tool, because a countdown outlives its medium."""
+        self.pull()
+        wait_until(lambda: not self.media_listed(), LIMIT, "no medium is mounted")
+        self.expect_rest()
+        self.board.shell("systemctl restart zul_upgrade")
+        self.expect_tool_waiting()
+
+    def expect_tool_waiting(self):
+        """Until the tool has opened its queue, which is the last that it does before it waits."""
+        wait_until(self._has_opened_its_queue, LIMIT, "the tool waits")
+
+    def _has_opened_its_queue(self):
+        pid = self.board.shell("systemctl show -P MainPID zul_upgrade")
+        lines = self.board.console.run(f"journalctl _PID={pid} -b -o cat --no-pager")[1]
+        return pid != "0" and any(line.startswith("key = ") for line in lines.splitlines())

@@ -1,0 +1,414 @@
+"""The virtual board as a machine: power, serial console, screen, touch and media, all from outside.
+
+Everything that waits takes a limit in seconds and raises Timeout when it is over. How long things take depends on
+how fast the emulation is, so the limits are generous and nothing sleeps for a fixed time before it looks.
+"""
+
+import json
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+
+PAUSE_BETWEEN_LOOKS = 0.2
+# From power to a system that has started everything: half a minute on an idle computer, much more on a busy one.
+START_LIMIT = 1200
+COMMAND_LIMIT = 300
+TABLET_MAXIMUM = 0x7FFF
+WIDTH, HEIGHT = 800, 480
+
+
+class Timeout(Exception):
+    """A condition did not come true within its limit."""
+
+
+def wait_until(condition, limit, what):
+    """Returns the condition's value as soon as it is true."""
+    end = time.monotonic() + limit
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise Timeout(f"not within {limit} s: {what}")
+        time.sleep(PAUSE_BETWEEN_LOOKS)
+
+
+def connect(path, limit=30):
+    def attempt():
+        connection = socket.socket(socket.AF_UNIX)
+        try:
+            connection.connect(path)
+            return connection
+        except (FileNotFoundError, ConnectionRefusedError):
+            connection.close()
+            return None
+
+    return wait_until(attempt, limit, f"connection to {os.path.basename(path)}")
+
+
+class Monitor:
+    """The machine protocol."""
+
+    def __init__(self, path):
+        self.connection = connect(path)
+        self.lines = self.connection.makefile("rw", encoding="utf-8")
+        self.events = []
+        self._read()
+        self.command("qmp_capabilities")
+
+    def _read(self):
+        line = self.lines.readline()
+        if not line:
+            raise ConnectionError("the machine has ended")
+        return json.loads(line)
+
+    def command(self, name, **arguments):
+        message = {"execute": name}
+        if arguments:
+            message["arguments"] = {key.replace("_", "-"): value for key, value in arguments.items()}
+        self.lines.write(json.dumps(message) + "\n")
+        self.lines.flush()
+        while True:
+            answer = self._read()
+            if "event" in answer:
+                self.events.append(answer)
+            elif "error" in answer:
+                raise RuntimeError(f"{name}: {answer['error']['desc']}")
+            else:
+                return answer["return"]
+
+    def count(self):
+        """How many events there have been so far."""
+        self.command("query-status")
+        return len(self.events)
+
+    def happened(self, event, since=0):
+        """How often an event has happened after the first `since` events."""
+        self.command("query-status")
+        return sum(1 for entry in self.events[since:] if entry["event"] == event)
+
+    def close(self):
+        self.lines.close()
+        self.connection.close()
+
+
+class Console:
+    """A root shell on the serial line. What comes over it is kept in a file as well."""
+
+    def __init__(self, path, log):
+        self.connection = connect(path)
+        self.connection.setblocking(False)
+        self.log = open(log, "ab", buffering=0)
+        self.text = ""
+        self.count = 0
+
+    def _receive(self):
+        try:
+            data = self.connection.recv(65536)
+        except BlockingIOError:
+            return
+        if not data:
+            raise ConnectionError("the serial line is closed")
+        self.log.write(data)
+        self.text += data.decode("utf-8", "replace").replace("\r", "")
+
+    def _send(self, text):
+        data = text.encode()
+        while data:
+            try:
+                data = data[self.connection.send(data) :]
+            except BlockingIOError:
+                time.sleep(PAUSE_BETWEEN_LOOKS)
+
+    def _look_for(self, pattern):
+        self._receive()
+        return re.search(pattern, self.text, re.DOTALL)
+
+    def wait_for_shell(self, limit):
+        """Returns when the shell of a new start says that it is there. Nothing is typed before: what the serial
+        line receives while nobody reads it can block it for good."""
+        wait_until(lambda: self._look_for("console ready\n"), limit, "a shell on the serial line")
+
+    def run(self, command, limit=COMMAND_LIMIT):
+        """Runs a command; returns its exit code and what it printed."""
+        self.count += 1
+        self.text = ""
+        self._send(f"{{ {command}\n}} </dev/null 2>&1; echo \"<$?=$((1000 + {self.count}))>\"\n")
+        end = rf"(.*)<(\d+)={1000 + self.count}>\n"
+        found = wait_until(lambda: self._look_for(end), limit, f"end of: {command}")
+        return int(found.group(2)), found.group(1)
+
+    def wait_for_text(self, pattern, limit):
+        """Everything that has come since the last command, once the pattern is in it."""
+        wait_until(lambda: self._look_for(pattern), limit, f"on the serial line: {pattern}")
+        return self.text
+
+    def close(self):
+        self.connection.close()
+        self.log.close()
+
+
+class Screen:
+    """One picture of the screen."""
+
+    def __init__(self, file):
+        with open(file, "rb") as picture:
+            header = picture.readline() + picture.readline() + picture.readline()
+            self.width, self.height = map(int, header.split()[1:3])
+            self.pixels = picture.read()
+
+    def at(self, x, y):
+        offset = 3 * (y * self.width + x)
+        return tuple(self.pixels[offset : offset + 3])
+
+    def is_near(self, x, y, colour, tolerance=8):
+        return all(abs(a - b) <= tolerance for a, b in zip(self.at(x, y), colour))
+
+    def share_of(self, colour, x, y, width, height):
+        """How much of a rectangle has the colour, 0 to 1."""
+        hits = sum(
+            self.is_near(column, line, colour)
+            for line in range(y, y + height, 2)
+            for column in range(x, x + width, 2)
+        )
+        return hits / (((height + 1) // 2) * ((width + 1) // 2))
+
+    def is_same_as(self, other):
+        return self.pixels == other.pixels
+
+
+class Machine:
+    """The board. Power is off until boot()."""
+
+    def __init__(self, image, folder, display=()):
+        self.image = image
+        self.folder = folder
+        self.display = list(display) or ["-display", "none"]
+        self.process = None
+        self.monitor = None
+        self.console = None
+        self.overlay = os.path.join(folder, "disk.qcow2")
+        self.plugged_usb = None
+        self.usb_count = 0
+        if not os.path.exists(self.overlay):
+            self.new_disk()
+
+    # --- Power ------------------------------------------------------------------------------------------
+
+    def new_disk(self):
+        """A disk as it left the factory."""
+        subprocess.run(
+            ["qemu-img", "create", "-q", "-f", "qcow2", "-F", "raw", "-b", f"{self.image}/disk.img", self.overlay],
+            check=True,
+        )
+
+    def _command_line(self):
+        monitor, console = self._socket("monitor"), self._socket("console")
+        # The write-back cache is lost with the machine's process, but for what the system has flushed.
+        return [
+            "setpriv", "--pdeathsig", "KILL", "nice", "-n", os.environ.get("ZUL_BOARD_NICE", "5"),
+            "qemu-system-arm", "-M", "virt,highmem=off", "-cpu", "cortex-a15", "-smp", "2", "-m", "768",
+            "-accel", "tcg,thread=multi", "-nodefaults", "-no-user-config",
+            "-kernel", f"{self.image}/kernel", "-initrd", f"{self.image}/initrd",
+            "-append", "console=ttyAMA0 quiet loglevel=1 systemd.show_status=0 vt.global_cursor_default=0 "
+            "consoleblank=0 net.ifnames=0 panic=1",
+            "-drive", f"if=none,id=disk,format=qcow2,file={self.overlay},cache=writeback",
+            "-device", "virtio-blk-pci,drive=disk", "-device", "virtio-rng-pci",
+            "-device", f"virtio-gpu-pci,xres={WIDTH},yres={HEIGHT}", "-device", "virtio-tablet-pci",
+            "-device", "qemu-xhci,id=usb", "-device", "sdhci-pci",
+            "-drive", "if=none,id=card", "-device", "sd-card,drive=card",
+            "-serial", f"unix:{console},server=on,wait=off", "-qmp", f"unix:{monitor},server=on,wait=off",
+            *self.display,
+        ]  # fmt: skip
+
+    def _socket(self, name):
+        return os.path.join(self.folder, name)
+
+    def power_on(self):
+        for name in ("monitor", "console"):
+            if os.path.exists(self._socket(name)):
+                os.unlink(self._socket(name))
+        with open(os.path.join(self.folder, "qemu.log"), "ab") as log:
+            self.process = subprocess.Popen(
+                self._command_line(), stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True
+            )
+        self.monitor = Monitor(self._socket("monitor"))
+        self.console = Console(self._socket("console"), os.path.join(self.folder, "console.log"))
+        self.plugged_usb = None
+
+    def boot(self, limit=START_LIMIT):
+        """Power on, and wait for the system to have started everything."""
+        self.power_on()
+        self.wait_for_system(limit)
+
+    def wait_for_system(self, limit=START_LIMIT):
+        self.console.wait_for_shell(limit)
+        wait_until(
+            lambda: self.console.run("systemctl is-system-running", limit)[1].strip() in ("running", "degraded"),
+            limit,
+            "the system has started",
+        )
+        self.wait_for("systemctl is-active board-touchscreen", limit)
+
+    def cut_power(self):
+        """Without warning: the machine's process is killed."""
+        if self.process is None:
+            return
+        self.process.kill()
+        self.process.wait()
+        self.process = None
+        self.monitor.close()
+        self.console.close()
+
+    def wait_for_reset(self, limit, since=None):
+        """`since` is the count of events at which a reset was still to come; now, when it is not given."""
+        if since is None:
+            since = self.monitor.count()
+        wait_until(lambda: self.monitor.happened("RESET", since), limit, "the machine is reset")
+
+    # --- Serial line ------------------------------------------------------------------------------------
+
+    def shell(self, command, limit=COMMAND_LIMIT):
+        """What a command printed. An exit code other than 0 is an error."""
+        code, output = self.console.run(command, limit)
+        if code != 0:
+            raise RuntimeError(f"exit code {code} of: {command}\n{output}")
+        return output.strip()
+
+    def holds(self, command, limit=COMMAND_LIMIT):
+        return self.console.run(command, limit)[0] == 0
+
+    def wait_for(self, command, limit=COMMAND_LIMIT):
+        wait_until(lambda: self.holds(command, limit), limit, command)
+
+    # --- Screen and touch -------------------------------------------------------------------------------
+
+    def screen(self):
+        file = os.path.join(self.folder, "screen.ppm")
+        self.monitor.command("screendump", filename=file)
+        return Screen(file)
+
+    def photograph(self, file):
+        self.monitor.command("screendump", filename=os.path.abspath(file), format="png")
+
+    def wait_for_screen(self, condition, limit, what):
+        """Waits for a picture for which the condition is true, and returns it."""
+
+        def look():
+            picture = self.screen()
+            return picture if condition(picture) else None
+
+        return wait_until(look, limit, what)
+
+    def tap(self, x, y):
+        self._finger(x, y, True)
+        self._finger(x, y, False)
+
+    def _finger(self, x, y, down):
+        def axis(name, value, size):
+            return {"type": "abs", "data": {"axis": name, "value": round(value * TABLET_MAXIMUM / (size - 1))}}
+
+        button = {"type": "btn", "data": {"down": down, "button": "left"}}
+        events = [axis("x", x, WIDTH), axis("y", y, HEIGHT), button]
+        self.monitor.command("input-send-event", events=events)
+
+    # --- Media ------------------------------------------------------------------------------------------
+
+    def plug_sd(self, image):
+        self.monitor.command("blockdev-change-medium", device="card", filename=image, format="raw")
+
+    def unplug_sd(self):
+        self.monitor.command("eject", device="card", force=True)
+
+    def plug_usb(self, image):
+        self.usb_count += 1
+        name = f"stick{self.usb_count}"
+        self.monitor.command(
+            "blockdev-add", driver="raw", node_name=name, file={"driver": "file", "filename": image}
+        )
+        self.monitor.command("device_add", driver="usb-storage", id=f"{name}-drive", drive=name, removable=True)
+        self.plugged_usb = name
+
+    def unplug_usb(self):
+        name, self.plugged_usb = self.plugged_usb, None
+        since = len(self.monitor.events)
+        self.monitor.command("device_del", id=f"{name}-drive")
+        wait_until(lambda: self.monitor.happened("DEVICE_DELETED", since), 60, "the drive is pulled")
+        self.monitor.command("blockdev-del", node_name=name)
+
+
+def make_medium(folder, image, megabytes=48):
+    """A medium as one buys it: one FAT32 partition, filled with the contents of a folder."""
+    start = 1024 * 1024
+    with open(image, "wb") as file:
+        file.truncate(megabytes * 1024 * 1024)
+    subprocess.run(["sfdisk", "-q", image], input=b"start=2048, type=c\n", check=True)
+    size = (megabytes - 1) * 1024
+    subprocess.run(
+        ["mkfs.vfat", "-F", "32", "-s", "1", "-n", "UPGRADE", "--offset", "2048", image, str(size)],
+        check=True,
+        stdout=subprocess.DEVNULL,
+    )
+    entries = [os.path.join(folder, name) for name in sorted(os.listdir(folder))]
+    subprocess.run(["mcopy", "-s", "-i", f"{image}@@{start}", *entries, "::/"], check=True)
+
+
+def temporary_folder():
+    """For sockets too, whose paths have to be short."""
+    return tempfile.mkdtemp(prefix="zul-board-", dir="/tmp" if os.path.isdir("/tmp") else None)
+
+
+def remove_folder(folder):
+    shutil.rmtree(folder, ignore_errors=True)
+
+
+def end_in_order():
+    """Lets a signal that ends the script run what cleans up behind it."""
+    for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGINT):
+        signal.signal(number, lambda received, _: sys.exit(128 + received))
+
+
+# --- What has to be there first -----------------------------------------------------------------------------
+
+PROGRAMS = {
+    "qemu-system-arm": "qemu-system-arm",
+    "qemu-img": "qemu-utils",
+    "sfdisk": "fdisk",
+    "mkfs.vfat": "dosfstools",
+    "mcopy": "mtools",
+    "setpriv": "util-linux",
+}
+CANNOT_RUN_HERE = 77
+
+
+def install_programs():
+    """Installs what is missing of the programs that drive the board; ends with 77 where that does not work."""
+    path = os.environ["PATH"] + ":/usr/sbin:/sbin"
+    os.environ["PATH"] = path
+    missing = sorted({package for program, package in PROGRAMS.items() if not shutil.which(program)})
+    if not missing:
+        return
+    print("installing", *missing, flush=True)
+    prefix = [] if os.geteuid() == 0 else ["sudo", "-n"]
+    update = subprocess.run([*prefix, "apt-get", "update"], stdout=subprocess.DEVNULL, check=False)
+    # ipxe-qemu and the like are recommended only, and needed by no device that the board has.
+    install = [*prefix, "apt-get", "install", "-y", "--no-install-recommends", *missing]
+    if update.returncode or subprocess.run(install, stdout=subprocess.DEVNULL, check=False).returncode:
+        print("cannot run here: missing", *missing)
+        raise SystemExit(CANNOT_RUN_HERE)
+
+
+def build_image(package=None):
+    """The directory of the image, built when it is not there yet."""
+    script = os.path.join(os.path.dirname(os.path.dirname(os.path.realpath(__file__))), "build-image")
+    arguments = ["--package", package] if package else []
+    done = subprocess.run([script, *arguments], stdout=subprocess.PIPE, text=True, check=False)
+    if done.returncode:
+        raise SystemExit(done.returncode)
+    return done.stdout.strip().splitlines()[-1]

@@ -1,0 +1,552 @@
+"""What happens to a controller in its life, one function a scenario, asserted from outside.
+
+A scenario starts at rest: no medium, the application on the screen, a tool that has just been started.
+"""
+
+import glob
+import os
+import re
+
+import figures
+from controller import (
+    CANCEL,
+    DETAILS,
+    LIMIT,
+    question_buttons,
+    selected_rows,
+    shows_application,
+    shows_calibration,
+    shows_list,
+    shows_status,
+    shows_unplug_message,
+)
+from machine import wait_until
+
+# A whole batch, and the reboot that may follow it.
+BATCH = 600
+# The countdown of 302 seconds, on a clock that the emulation may slow down.
+COUNTDOWN = 1200
+
+EVERYDAY = []
+FULL = []
+
+
+def scenario(where):
+    def register(function):
+        where.append(function)
+        return function
+
+    return register
+
+
+# --- Power-on -----------------------------------------------------------------------------------------------
+
+
+@scenario(EVERYDAY)
+def power_on_shows_the_application_and_nothing_of_the_tool(c):
+    c.board.cut_power()
+    c.board.new_disk()
+    c.board.boot()
+    c.expect_rest()
+    c.expect_tool_waiting()
+    c.photograph("00-application")
+    assert c.board.shell("systemctl --failed --no-legend --plain") == "", "a unit has failed"
+    assert c.board.shell("systemctl is-enabled zul_upgrade") == "enabled"
+    assert shows_application(c.board.screen()), "the tool has drawn something while it started"
+
+
+# --- SD card ------------------------------------------------------------------------------------------------
+
+
+@scenario(EVERYDAY)
+def sd_card_upgrade_ends_in_a_reboot(c):
+    c.plug_sd("typical")
+    c.expect_list()
+    c.expect_upgrade_mode()
+    c.expect_line("received syscmd_suspend@600", "zul_watchdog")
+    c.photograph("01-list")
+
+    c.choose(0, 1, 2, 3)
+    c.take_out(3)
+    c.photograph("02-selection")
+    c.ask()
+    c.photograph("03-question")
+    c.answer(False)
+    c.expect_list()
+    assert selected_rows(c.board.screen()) == 3, "No has changed the selection"
+    start = c.board.monitor.count()
+    c.confirm()
+    c.expect_line("################# Update application")
+    c.photograph("04-running")
+
+    before = c.board.screen()
+    c.board.tap(*DETAILS)
+    c.expect_screen(lambda s: not s.is_same_as(before), "the details")
+    c.expect_line("################# Check storage")
+    c.photograph("05-details")
+    c.board.wait_for_reset(BATCH, start)
+    c.pull()
+    c.board.wait_for_system()
+    c.expect_rest()
+
+    earlier = c.lines(boot="-1")
+    for name in ("Update application", "Update language packs", "Check storage", "Save data", "Reboot system"):
+        assert f"################# {name}" in earlier, f"{name} was not run"
+    assert c.board.shell("/opt/zul/zul_version") == "application 2.1.0", "the application was not replaced"
+    assert c.board.holds("test -s /opt/zul/languages.txt"), "the language packs were not copied"
+    assert c.board.holds("journalctl -b -1 --no-pager | grep -q 'Reached target.*reboot.target'"), "no orderly reboot"
+
+
+# --- USB drive ----------------------------------------------------------------------------------------------
+
+
+@scenario(EVERYDAY)
+def usb_drive_without_endgame_gives_the_controller_back(c):
+    c.plug_usb("continue")
+    c.expect_list()
+    c.expect_upgrade_mode()
+    c.choose(0, 2)
+    c.confirm()
+    c.expect_screen(shows_unplug_message, "the request to unplug", BATCH)
+    c.photograph("06-unplug-usb")
+    assert "################# Reboot system" not in c.lines(), "rebooted against the catalogue"
+
+    watchdog = c.mark()
+    c.pull()
+    c.expect_rest()
+    c.expect_link_gone()
+    c.expect_line("received syscmd_apprestart", "zul_watchdog", after=watchdog)
+    supervised = c.pid("zul_main")
+    c.board.shell("killall zul_main")
+    wait_until(lambda: c.pid("zul_main") not in ("", supervised), LIMIT, "the watchdog starts a killed program again")
+
+
+# --- Direct mode --------------------------------------------------------------------------------------------
+
+
+def calibrate(c):
+    """Touches the crosses of the calibration program."""
+    c.expect_screen(lambda s: shows_calibration(s, (100, 100)), "the first cross of the calibration", BATCH)
+    c.board.tap(100, 100)
+    c.expect_screen(lambda s: shows_calibration(s, (700, 380)), "the second cross of the calibration")
+    c.board.tap(700, 380)
+
+
+@scenario(EVERYDAY)
+def direct_mode_calibrates_the_touch_screen(c):
+    c.plug_sd("direct")
+    c.expect_screen(shows_status, "the status page")
+    c.expect_upgrade_mode()
+    c.expect_screen(lambda s: shows_calibration(s, (100, 100)), "the first cross of the calibration", BATCH)
+    c.photograph("07-calibration")
+    calibrate(c)
+    c.expect_screen(shows_status, "the status page after the calibration")
+    c.expect_screen(shows_unplug_message, "the request to unplug", BATCH)
+    c.photograph("08-unplug-sd")
+    assert "################# Calibrate touch screen" in c.lines()
+    c.pull()
+    c.expect_rest()
+    c.expect_link_gone()
+
+
+# --- Media that are not taken, or not as one thinks ---------------------------------------------------------
+
+
+@scenario(EVERYDAY)
+def medium_without_a_catalogue_changes_nothing(c):
+    running = c.running_programs()
+    start = c.mark()
+    c.plug_sd("no-catalogue")
+    refusal = "/mnt/upgrade/zul_install/system.ini unPresence"
+    c.expect_line(refusal, after=start)
+    c.let_polls_pass(2)
+    assert c.lines(after=start).count(refusal) == 1, "looked at more than once"
+    assert c.running_programs() == running, "a program was stopped"
+    assert shows_application(c.board.screen()), "something is on the screen"
+    assert c.lines("zul_watchdog", after=start) == [], "the watchdog was told something"
+
+
+def while_the_tool_does_not_look(c, change):
+    """Changes media between two polls, however slow the board is: the tool stands still meanwhile."""
+    c.board.shell("kill -STOP $(pidof zul_upgrade)")
+    change()
+    c.board.shell("kill -CONT $(pidof zul_upgrade)")
+
+
+def expect_media(c, count):
+    wait_until(lambda: len(c.media_listed()) == count, LIMIT, f"{count} media are mounted")
+
+
+@scenario(EVERYDAY)
+def of_two_media_the_last_in_the_list_is_used(c):
+    def plug_both():
+        c.plug_usb("continue")
+        expect_media(c, 1)
+        c.plug_sd("typical")
+        expect_media(c, 2)
+
+    while_the_tool_does_not_look(c, plug_both)
+    c.expect_list()
+    used = c.board.shell("readlink /mnt/upgrade")
+    assert used == c.media_listed()[-1], f"{used} is in use, not the last one listed"
+    if "mmc" in used:
+        c.board.unplug_usb()
+        c.usb = None
+    else:
+        c.board.unplug_sd()
+        c.sd = None
+    expect_media(c, 1)
+    c.let_polls_pass(1)
+    assert shows_list(c.board.screen()), "pulling the unused medium ended the upgrade"
+    c.pull()
+    c.expect_rest()
+    c.expect_link_gone()
+
+
+@scenario(EVERYDAY)
+def medium_swapped_for_another_of_its_kind_within_one_poll_is_not_noticed(c):
+    c.plug_sd("typical")
+    c.expect_list()
+
+    def swap():
+        c.pull()
+        expect_media(c, 0)
+        c.plug_sd("no-catalogue")
+        expect_media(c, 1)
+
+    while_the_tool_does_not_look(c, swap)
+    c.let_polls_pass(2)
+    assert shows_list(c.board.screen()), "the directory is still listed, so the upgrade should go on"
+    c.pull()
+    c.expect_rest()
+    c.expect_link_gone()
+
+
+@scenario(EVERYDAY)
+def medium_swapped_for_one_of_another_kind_starts_a_new_upgrade(c):
+    c.plug_sd("typical")
+    c.expect_list()
+    start = c.mark()
+
+    def swap():
+        c.pull()
+        c.plug_usb("continue")
+        wait_until(lambda: c.media_listed() == ["/media/sda1"], LIMIT, "the drive is mounted instead of the card")
+
+    while_the_tool_does_not_look(c, swap)
+    c.expect_line("received syscmd_suspend@600", "zul_watchdog", after=start)
+    c.expect_list()
+    assert c.board.shell("readlink /mnt/upgrade") == "/media/sda1"
+    c.pull()
+    c.expect_rest()
+    c.expect_link_gone()
+
+
+# --- Pulled too early ---------------------------------------------------------------------------------------
+
+
+def pull_from_the_controller(c):
+    """Pulls, and expects the controller to be what it was."""
+    start = c.mark()
+    c.pull()
+    c.expect_rest()
+    c.expect_link_gone()
+    c.expect_line("received syscmd_apprestart", "zul_watchdog", after=start)
+
+
+def expect_new_list(c):
+    """The window is shown before the catalogue is read, so that for a moment the old selection is seen again."""
+    c.expect_screen(lambda s: shows_list(s) and selected_rows(s) == 0, "a list without a selection")
+
+
+@scenario(EVERYDAY)
+def pulled_while_the_list_is_shown(c):
+    c.plug_sd("typical")
+    c.expect_list()
+    c.choose(0)
+    pull_from_the_controller(c)
+    c.plug_sd("typical")
+    expect_new_list(c)
+
+
+@scenario(EVERYDAY)
+def pulled_while_the_question_is_open(c):
+    start = c.mark()
+    c.plug_usb("continue")
+    c.expect_list()
+    c.choose(0)
+    c.ask()
+    pull_from_the_controller(c)
+    assert "################# Quick operation" not in c.lines(after=start), "the closed question counted as Yes"
+    c.plug_usb("continue")
+    c.expect_list()
+
+
+@scenario(EVERYDAY)
+def pulled_while_a_command_runs(c):
+    start = c.mark()
+    c.plug_usb("continue")
+    c.expect_list()
+    c.choose(1, 0)
+    c.confirm()
+    c.board.wait_for("pgrep -x sleep")
+    pull_from_the_controller(c)
+    wait_until(lambda: not c.board.holds("pgrep -x sleep"), LIMIT, "the command ends by itself")
+    c.let_polls_pass(2)
+    assert "################# Quick operation" not in c.lines(after=start), "the batch went on without its medium"
+    c.plug_usb("continue")
+    c.expect_list()
+
+
+@scenario(FULL)
+def pulled_during_the_calibration(c):
+    c.plug_sd("direct")
+    c.expect_screen(lambda s: shows_calibration(s, (100, 100)), "the first cross of the calibration", BATCH)
+    pull_from_the_controller(c)
+    assert c.board.holds("pgrep -x ts_calibrate"), "the calibration should end by itself"
+    c.board.tap(100, 100)
+    c.board.tap(700, 380)
+    wait_until(lambda: not c.board.holds("pgrep -x ts_calibrate"), LIMIT, "the calibration ends")
+    c.let_polls_pass(1)
+    c.plug_sd("direct")
+    calibrate(c)
+    c.expect_screen(shows_unplug_message, "the request to unplug", BATCH)
+
+
+@scenario(FULL)
+def pulled_at_the_message_and_plugged_again(c):
+    c.plug_usb("continue")
+    c.expect_list()
+    c.choose(0)
+    c.confirm()
+    c.expect_screen(shows_unplug_message, "the request to unplug", BATCH)
+    pull_from_the_controller(c)
+    c.plug_usb("continue")
+    expect_new_list(c)
+
+
+# --- Abort and countdown ------------------------------------------------------------------------------------
+
+
+def expect_nothing_but_a_reboot(c, mark):
+    """What the tool has done between a mark and the reboot."""
+    lines = c.lines(boot="-1", after=mark)
+    assert not any(line.startswith("####") for line in lines), "an operation was run"
+    # Ending for a reboot is no failure, so that the service does not bring the tool back.
+    assert not any("Scheduled restart job" in line for line in lines), "the tool was started again"
+
+
+@scenario(FULL)
+def abort_reboots(c):
+    mark = c.mark()
+    c.plug_sd("typical")
+    c.expect_list()
+    c.ask(CANCEL)
+    c.photograph("09-abort")
+    start = c.board.monitor.count()
+    c.board.tap(*question_buttons(c.board.screen())[0])
+    c.board.wait_for_reset(BATCH, start)
+    c.pull()
+    c.board.wait_for_system()
+    c.expect_rest()
+    expect_nothing_but_a_reboot(c, mark)
+
+
+@scenario(FULL)
+def countdown_reboots(c):
+    mark = c.mark()
+    c.plug_sd("typical")
+    c.expect_list()
+    c.choose(0)
+    c.board.wait_for_reset(COUNTDOWN)
+    c.pull()
+    c.board.wait_for_system()
+    c.expect_rest()
+    expect_nothing_but_a_reboot(c, mark)
+
+
+# --- The tool is killed -------------------------------------------------------------------------------------
+
+
+def kill_tool(c):
+    killed = c.pid("zul_upgrade")
+    c.board.shell("kill -KILL $(pidof zul_upgrade)")
+    wait_until(lambda: c.pid("zul_upgrade") not in ("", killed), LIMIT, "the service brings the tool back")
+
+
+@scenario(FULL)
+def killed_while_idle(c):
+    kill_tool(c)
+    c.expect_tool_waiting()
+    c.expect_rest()
+    c.plug_sd("typical")
+    c.expect_list()
+    c.expect_upgrade_mode()
+
+
+@scenario(FULL)
+def killed_while_the_list_is_shown(c):
+    c.plug_sd("typical")
+    c.expect_list()
+    c.choose(0)
+    kill_tool(c)
+    expect_new_list(c)
+    c.expect_upgrade_mode()
+    c.pull()
+    c.expect_rest()
+    c.expect_link_gone()
+
+
+@scenario(FULL)
+def killed_while_a_command_runs(c):
+    c.plug_usb("continue")
+    c.expect_list()
+    c.choose(1)
+    c.confirm()
+    c.board.wait_for("pgrep -x sleep")
+    kill_tool(c)
+    assert not c.board.holds("pgrep -x sleep"), "the command goes on beside the next batch"
+    c.expect_list()
+    c.choose(0)
+    c.confirm()
+    c.expect_screen(shows_unplug_message, "the request to unplug", BATCH)
+    c.pull()
+    c.expect_rest()
+    c.expect_link_gone()
+
+
+# --- Touch ---------------------------------------------------------------------------------------------------
+
+
+@scenario(FULL)
+def touch_by_evdev_instead_of_libinput(c):
+    event = c.board.shell("grep -l 'Board touch screen' /sys/class/input/event*/device/name | cut -d/ -f5")
+    settings = f"QT_QPA_FB_NO_LIBINPUT=1 QT_QPA_EVDEV_TOUCHSCREEN_PARAMETERS=/dev/input/{event}"
+    with_environment(c, settings)
+    c.plug_sd("typical")
+    c.expect_list()
+    c.choose(0, 2)
+    c.take_out(0)
+
+
+def with_environment(c, settings):
+    """A tool with other settings, until the board is started again."""
+    lines = "".join(f"\\nEnvironment={setting}" for setting in settings.split())
+    c.board.shell("mkdir -p /run/systemd/system/zul_upgrade.service.d")
+    c.board.shell(f"printf '[Service]{lines}\\n' >/run/systemd/system/zul_upgrade.service.d/test.conf")
+    c.board.shell("systemctl daemon-reload && systemctl restart zul_upgrade")
+    c.expect_tool_waiting()
+    c.clean_up = "rm -r /run/systemd/system/zul_upgrade.service.d && systemctl daemon-reload"
+
+
+# --- The package --------------------------------------------------------------------------------------------
+
+
+def files_of_the_system(c):
+    """Every file, without those that a running system and its package database write."""
+    listing = c.board.shell(
+        "find / -xdev ! -path '/var/log/*' ! -path '/var/lib/dpkg/*' ! -path '/var/cache/*' ! -path '/tmp/*'"
+        " ! -path '/var/tmp/*' ! -path '/var/lib/systemd/*' | sort | md5sum; "
+        "find /opt /etc /lib/systemd/system /lib/udev /usr/share /usr/bin -xdev | sort"
+    )
+    return set(listing.splitlines()[1:])
+
+
+@scenario(FULL)
+def package_upgrades_and_leaves_nothing_behind(c):
+    [package] = glob.glob(os.path.join(c.board.image, "zul-upgrade_*.deb"))
+    with open(package, "rb") as file:
+        c.plug_sd_image(c.medium_with("no-catalogue", {"tool.deb": file.read()}))
+    expect_media(c, 1)
+    c.board.shell("mkdir -p /var/tmp/package && cp /media/mmcblk0p1/tool.deb /var/tmp/package/tool.deb")
+    c.pull()
+    expect_media(c, 0)
+    contents = set(c.board.shell("dpkg -L zul-upgrade").splitlines())
+    installed = files_of_the_system(c)
+
+    before = c.pid("zul_upgrade")
+    c.board.shell("dpkg -i /var/tmp/package/tool.deb", BATCH)
+    assert c.pid("zul_upgrade") not in ("", before), "the new version does not run"
+    c.expect_tool_waiting()
+    assert files_of_the_system(c) == installed, "an upgrade leaves files behind"
+
+    c.board.shell("dpkg --purge zul-upgrade", BATCH)
+    assert c.pid("zul_upgrade") == "", "the tool still runs"
+    left = files_of_the_system(c)
+    gone = installed - left
+    assert left <= installed, f"left behind: {left - installed}"
+    assert gone <= contents | {"/etc/systemd/system/multi-user.target.wants/zul_upgrade.service"}, gone - contents
+    assert "/opt/zul/zul_watchdog" in left, "more was removed than the tool"
+
+    c.board.shell("dpkg -i /var/tmp/package/tool.deb", BATCH)
+    c.expect_tool_waiting()
+    assert files_of_the_system(c) == installed, "installing again gives something else"
+
+
+# --- Power cuts ---------------------------------------------------------------------------------------------
+
+FILES = 4
+MOMENTS = ("begins", "copied", "durable")
+
+
+def copying_medium(c):
+    """The medium of the power cuts, with something to copy on it."""
+    return c.medium_with("files", {"payload": os.urandom(3_000_000)})
+
+
+def check_after_cut(c, durable):
+    """A clean start, and everything that was reported as saved is there as it was saved."""
+    c.expect_rest()
+    c.expect_tool_waiting()
+    assert c.board.shell("systemctl --failed --no-legend --plain") == "", "a unit has failed"
+    assert not c.board.holds("dmesg | grep -E 'EXT4-fs (error|warning)'"), "the file system is damaged"
+    for number, checksum in durable.items():
+        found = c.board.shell(f"md5sum </opt/zul/data/{number}").split()[0]
+        assert found == checksum, f"file {number} was saved and is not what was saved"
+
+
+def cut(c, number, moment, saved):
+    """One batch up to a moment of one of its steps, and no power then. `saved` keeps what was reported as saved."""
+    image = copying_medium(c)
+    c.board.console.text = ""
+    c.plug_sd_image(image)
+    told = c.board.console.wait_for_text(rf"step {number} {moment}[^\n]*\n", BATCH)
+    c.board.cut_power()
+    for step, checksum in re.findall(r"step (\d) durable (\w{32})", told):
+        saved[step] = checksum
+    for step in re.findall(r"step (\d) copied", told):
+        # From here on the new file may or may not have taken the old one's place.
+        if f"step {step} durable" not in told:
+            saved.pop(step, None)
+    c.sd = None
+    c.board.boot()
+    check_after_cut(c, saved)
+
+
+def power_cuts(c, moments):
+    recovered, saved = 0, {}
+    for number, moment in moments:
+        cut(c, number, moment, saved)
+        recovered += 1
+        c.say(f"cut after \"step {number} {moment}\": recovered, {len(saved)} saved files intact")
+    c.figures.append(("power cuts", f"{len(moments)}", f"{recovered} recovered"))
+    assert recovered == len(moments)
+
+
+@scenario(EVERYDAY)
+def three_power_cuts(c):
+    power_cuts(c, [(1, "begins"), (2, "copied"), (3, "durable")])
+
+
+@scenario(FULL)
+def twenty_power_cuts(c):
+    every = [(number, moment) for number in range(1, FILES + 1) for moment in MOMENTS]
+    power_cuts(c, every + every[:8])
+
+
+# --- Figures ------------------------------------------------------------------------------------------------
+
+
+@scenario(FULL)
+def figures_beside_their_baselines(c):
+    figures.measure(c)
