@@ -48,17 +48,30 @@ key_of() {
     printf '%s\n' "$@" | sha256sum | cut -c 1-12
 }
 
+# mirror - where this computer gets Debian 12 itself, as an emulated root can from there; nothing when it has none.
+# One archive only: the one of security updates is often in the middle of an update for a port.
+mirror() {
+    if [[ -n $ZUL_DEBIAN_MIRROR ]]; then
+        echo "$ZUL_DEBIAN_MIRROR"
+    else
+        apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Codename: bookworm' 'Component: main' |
+            sed -n 1p
+    fi
+}
+
 # make_root TARGET VARIANT PACKAGES [OPTION...] - an armhf root, without documents and translations.
 # TARGET ending in .tar gives an archive, otherwise a directory; it appears when it is complete.
 make_root() {
     local target=$1 variant=$2 packages=$3 partial
+    local -a mirrors
     shift 3
+    mapfile -t mirrors < <(mirror)
     partial=${target%/*}/partial-$$-${target##*/}
     mkdir -p "${target%/*}"
     echo "making ${target##*/}: a few minutes, once" >&2
     nice -n 15 mmdebstrap --quiet --architectures=armhf --variant="$variant" --include="$packages" \
         --aptopt='Acquire::Retries "3"' --dpkgopt=force-unsafe-io \
         --dpkgopt='path-exclude=/usr/share/doc/*' --dpkgopt='path-exclude=/usr/share/man/*' \
-        --dpkgopt='path-exclude=/usr/share/locale/*' "$@" bookworm "$partial" ${ZUL_DEBIAN_MIRROR:+"$ZUL_DEBIAN_MIRROR"} >&2
+        --dpkgopt='path-exclude=/usr/share/locale/*' "$@" bookworm "$partial" "${mirrors[@]}" >&2
     mv "$partial" "$target"
 }
