@@ -11,7 +11,9 @@ import figures
 from controller import (
     CANCEL,
     DETAILS,
+    FIRST_ROW,
     LIMIT,
+    OPERATIONS_COLUMN,
     question_buttons,
     selected_rows,
     shows_application,
@@ -20,7 +22,7 @@ from controller import (
     shows_status,
     shows_unplug_message,
 )
-from machine import wait_until
+from machine import HEIGHT, WIDTH, wait_until
 
 # A whole batch, and the reboot that may follow it.
 BATCH = 600
@@ -429,6 +431,24 @@ def touch_by_evdev_instead_of_libinput(c):
     c.take_out(0)
 
 
+@scenario(FULL)
+def touch_turned_by_a_udev_rule(c):
+    """As docs/installing.md tells for a panel that is mounted upside down."""
+    rule = (
+        'ACTION=="add|change", KERNEL=="event*", ATTRS{name}=="Board touch screen",'
+        ' ENV{LIBINPUT_CALIBRATION_MATRIX}="-1 0 1 0 -1 1"'
+    )
+    use_rules = "udevadm control --reload && udevadm trigger --action=change --subsystem-match=input --settle"
+    c.board.shell(f"mkdir -p /run/udev/rules.d && echo '{rule}' >/run/udev/rules.d/99-touch.rules && {use_rules}")
+    c.clean_up = f"rm /run/udev/rules.d/99-touch.rules && {use_rules}"
+    c.board.shell("systemctl restart zul_upgrade")
+    c.expect_tool_waiting()
+    c.plug_sd("typical")
+    c.expect_list()
+    c.board.tap(WIDTH - 1 - OPERATIONS_COLUMN, HEIGHT - 1 - FIRST_ROW)
+    c.expect_screen(lambda s: selected_rows(s) == 1, "the first row is chosen")
+
+
 def with_environment(c, settings):
     """A tool with other settings, until the board is started again."""
     lines = "".join(f"\\nEnvironment={setting}" for setting in settings.split())
@@ -442,14 +462,28 @@ def with_environment(c, settings):
 # --- The package --------------------------------------------------------------------------------------------
 
 
-def files_of_the_system(c):
-    """Every file, without those that a running system and its package database write."""
-    listing = c.board.shell(
-        "find / -xdev ! -path '/var/log/*' ! -path '/var/lib/dpkg/*' ! -path '/var/cache/*' ! -path '/tmp/*'"
-        " ! -path '/var/tmp/*' ! -path '/var/lib/systemd/*' | sort | md5sum; "
-        "find /opt /etc /lib/systemd/system /lib/udev /usr/share /usr/bin -xdev | sort"
-    )
-    return set(listing.splitlines()[1:])
+# What a running system and its package database write by themselves.
+WRITTEN_BY_THE_SYSTEM = ("/var/log", "/var/lib/dpkg", "/var/lib/systemd/timers", "/var/cache", "/var/tmp", "/tmp")
+
+# What Debian's scripts write when they enable the service, and take away again.
+SERVICE_ENABLED = {
+    "/etc/systemd/system/multi-user.target.wants/zul_upgrade.service",
+    "/var/lib/systemd/deb-systemd-helper-enabled/multi-user.target.wants/zul_upgrade.service",
+    "/var/lib/systemd/deb-systemd-helper-enabled/zul_upgrade.service.dsh-also",
+}
+
+
+def list_files(c, name):
+    """Every file of the system with its type, owner and mode, kept on the board: the serial line is slow."""
+    left_out = " -o ".join(f"-path {path}" for path in WRITTEN_BY_THE_SYSTEM)
+    lines = "-printf '%p %y %u:%g %m\\n'"
+    c.board.shell(f"find / -xdev \\( {left_out} \\) -prune -o {lines} | LC_ALL=C sort >/run/{name}", BATCH)
+    assert int(c.board.shell(f"wc -l </run/{name}")) > 1000, "that cannot be the whole system"
+
+
+def only_in(c, one, other):
+    """The lines of one list of files that the other has not."""
+    return set(c.board.shell(f"LC_ALL=C comm -23 /run/{one} /run/{other}").splitlines())
 
 
 @scenario(FULL)
@@ -461,26 +495,30 @@ def package_upgrades_and_leaves_nothing_behind(c):
     c.board.shell("mkdir -p /var/tmp/package && cp /media/mmcblk0p1/tool.deb /var/tmp/package/tool.deb")
     c.pull()
     expect_media(c, 0)
-    contents = set(c.board.shell("dpkg -L zul-upgrade").splitlines())
-    installed = files_of_the_system(c)
+    contents = set(c.board.shell("dpkg -L zul-upgrade | xargs realpath --canonicalize-missing").splitlines())
+    list_files(c, "installed")
 
     before = c.pid("zul_upgrade")
     c.board.shell("dpkg -i /var/tmp/package/tool.deb", BATCH)
     assert c.pid("zul_upgrade") not in ("", before), "the new version does not run"
     c.expect_tool_waiting()
-    assert files_of_the_system(c) == installed, "an upgrade leaves files behind"
+    list_files(c, "upgraded")
+    assert not (added := only_in(c, "upgraded", "installed")), f"an upgrade leaves behind: {added}"
+    assert not (lost := only_in(c, "installed", "upgraded")), f"an upgrade removes: {lost}"
 
     c.board.shell("dpkg --purge zul-upgrade", BATCH)
     assert c.pid("zul_upgrade") == "", "the tool still runs"
-    left = files_of_the_system(c)
-    gone = installed - left
-    assert left <= installed, f"left behind: {left - installed}"
-    assert gone <= contents | {"/etc/systemd/system/multi-user.target.wants/zul_upgrade.service"}, gone - contents
-    assert "/opt/zul/zul_watchdog" in left, "more was removed than the tool"
+    list_files(c, "purged")
+    gone = {line.split(" ")[0] for line in only_in(c, "installed", "purged")}
+    assert not (added := only_in(c, "purged", "installed")), f"left behind: {added}"
+    assert gone <= contents | SERVICE_ENABLED, f"removed, and never part of the package: {gone - contents}"
+    assert "/opt/zul/zul_upgrade" in gone and c.board.holds("test -x /opt/zul/zul_watchdog"), "not the tool and only it"
 
     c.board.shell("dpkg -i /var/tmp/package/tool.deb", BATCH)
     c.expect_tool_waiting()
-    assert files_of_the_system(c) == installed, "installing again gives something else"
+    list_files(c, "again")
+    different = only_in(c, "again", "installed") | only_in(c, "installed", "again")
+    assert not different, f"installing again gives something else: {different}"
 
 
 # --- Power cuts ---------------------------------------------------------------------------------------------
