@@ -387,21 +387,38 @@ PROGRAMS = {
 CANNOT_RUN_HERE = 77
 
 
+def install(packages):
+    """Whether Debian's packages could be installed."""
+    print("installing", *packages, flush=True)
+    prefix = [] if os.geteuid() == 0 else ["sudo", "-n"]
+    # ipxe-qemu and the like are recommended only, and needed by no device that the board has.
+    commands = [["apt-get", "update"], ["apt-get", "install", "-y", "--no-install-recommends", *packages]]
+    try:
+        return all(
+            subprocess.run([*prefix, *command], stdout=subprocess.DEVNULL, check=False).returncode == 0
+            for command in commands
+        )
+    except FileNotFoundError:  # no apt-get, or no sudo
+        return False
+
+
 def install_programs():
     """Installs what is missing of the programs that drive the board; ends with 77 where that does not work."""
-    path = os.environ["PATH"] + ":/usr/sbin:/sbin"
-    os.environ["PATH"] = path
+    os.environ["PATH"] += ":/usr/sbin:/sbin"
     missing = sorted({package for program, package in PROGRAMS.items() if not shutil.which(program)})
-    if not missing:
-        return
-    print("installing", *missing, flush=True)
-    prefix = [] if os.geteuid() == 0 else ["sudo", "-n"]
-    update = subprocess.run([*prefix, "apt-get", "update"], stdout=subprocess.DEVNULL, check=False)
-    # ipxe-qemu and the like are recommended only, and needed by no device that the board has.
-    install = [*prefix, "apt-get", "install", "-y", "--no-install-recommends", *missing]
-    if update.returncode or subprocess.run(install, stdout=subprocess.DEVNULL, check=False).returncode:
+    if missing and not install(missing):
         print("cannot run here: missing", *missing)
         raise SystemExit(CANNOT_RUN_HERE)
+
+
+def can_show_a_window():
+    """Whether the machine's screen can be a window; what it takes is installed if need be."""
+
+    def has_windows():
+        done = subprocess.run(["qemu-system-arm", "-display", "help"], capture_output=True, text=True, check=True)
+        return "gtk" in done.stdout.split()
+
+    return has_windows() or (install(["qemu-system-gui"]) and has_windows())
 
 
 def build_image(package=None):
