@@ -16,27 +16,8 @@
 #include <QTimer>
 #include <QTranslator>
 
-using RunList = QVector<_system_CMD>;
-WINDOW_MEMBER(QTimer *, pollTimer)
-WINDOW_MEMBER(QTimer *, rebootTimer)
-WINDOW_MEMBER(QStandardItemModel *, operationModel)
-WINDOW_MEMBER(QMessageBox *, msgBox)
-WINDOW_MEMBER(myThread *, worker)
-WINDOW_MEMBER(RunList, runList)
-
 namespace
 {
-
-// The window's access to the worker's batch; see windowaccess.h.
-void runBatchOf(myThread &worker);
-template <void (myThread::*Batch)()>
-struct AccessBatch {
-    friend void runBatchOf(myThread &worker)
-    {
-        (worker.*Batch)();
-    }
-};
-template struct AccessBatch<&myThread::runBatch>;
 
 const QSize screenSize(800, 480);
 constexpr int mostChosen = 200; // the window redraws the whole table for every command

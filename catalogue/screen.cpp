@@ -10,10 +10,6 @@
 #include <QTableView>
 #include <QTimer>
 
-using RunList = QVector<_system_CMD>;
-WINDOW_MEMBER(QTimer *, pollTimer)
-WINDOW_MEMBER(RunList, runList)
-
 namespace
 {
 

@@ -9,17 +9,6 @@
 #include <QStandardItemModel>
 #include <QTimer>
 
-using CommandMap = QMap<QString, _system_CMD>;
-using RunList = QVector<_system_CMD>;
-WINDOW_MEMBER(QTimer *, pollTimer)
-WINDOW_MEMBER(QTimer *, rebootTimer)
-WINDOW_MEMBER(QStandardItemModel *, operationModel)
-WINDOW_MEMBER(QMessageBox *, msgBox)
-WINDOW_MEMBER(myThread *, worker)
-WINDOW_MEMBER(bool, endGame)
-WINDOW_MEMBER(CommandMap, cmdMap)
-WINDOW_MEMBER(RunList, runList)
-
 namespace
 {
 

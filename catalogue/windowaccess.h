@@ -3,18 +3,25 @@
 
 #include "widget.h"
 
-/// Reads what the window keeps to itself, without a hook in it: the arguments of an explicit instantiation
-/// are not subject to access control. After `WINDOW_MEMBER(bool, endGame)`, `endGameOf(window)` is the
-/// member.
-#define WINDOW_MEMBER(Type, member)                                                                          \
-    Type &member##Of(Widget &window);                                                                        \
-    template <Type Widget::*Pointer>                                                                         \
-    struct Access_##member {                                                                                 \
-        friend Type &member##Of(Widget &window)                                                              \
-        {                                                                                                    \
-            return window.*Pointer;                                                                          \
-        }                                                                                                    \
-    };                                                                                                       \
-    template struct Access_##member<&Widget::member>;
+#include <QMap>
+#include <QVector>
+
+class QMessageBox;
+class QStandardItemModel;
+class QTimer;
+
+// What the window and its worker keep to themselves, by reference and without a hook in them.
+
+QTimer *&pollTimerOf(Widget &window);
+QTimer *&rebootTimerOf(Widget &window);
+QStandardItemModel *&operationModelOf(Widget &window);
+QMessageBox *&msgBoxOf(Widget &window);
+myThread *&workerOf(Widget &window);
+bool &endGameOf(Widget &window);
+QMap<QString, _system_CMD> &cmdMapOf(Widget &window);
+QVector<_system_CMD> &runListOf(Widget &window);
+
+/// Runs the worker's batch on the calling thread.
+void runBatchOf(myThread &worker);
 
 #endif

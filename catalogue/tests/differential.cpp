@@ -31,25 +31,8 @@
 
 #include <cstdio>
 
-using RunList = QVector<_system_CMD>;
-WINDOW_MEMBER(QTimer *, pollTimer)
-WINDOW_MEMBER(QTimer *, rebootTimer)
-WINDOW_MEMBER(QMessageBox *, msgBox)
-WINDOW_MEMBER(myThread *, worker)
-WINDOW_MEMBER(RunList, runList)
-
 namespace
 {
-
-void runBatchOf(myThread &worker);
-template <void (myThread::*Batch)()>
-struct AccessBatch {
-    friend void runBatchOf(myThread &worker)
-    {
-        (worker.*Batch)();
-    }
-};
-template struct AccessBatch<&myThread::runBatch>;
 
 constexpr int mostTapped = 40; // choosing searches the whole selection, and every step redraws the table
 constexpr int bigOne = 10000;
