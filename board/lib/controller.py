@@ -26,7 +26,9 @@ ROW_HEIGHT = 35
 OPERATIONS_COLUMN = 190
 SELECTION_COLUMN = 610
 
-# A poll takes 3 s, and a loaded emulation several times as long as a controller for what follows it.
+POLL_SECONDS = 3.0
+
+# For a poll, and what follows it, on an emulation that a loaded computer slows down several times.
 LIMIT = 240
 
 
@@ -202,10 +204,13 @@ class Controller:
     def expect_line(self, line, unit="zul_upgrade", after=None, limit=LIMIT):
         wait_until(lambda: line in self.lines(unit, after=after), limit, f"{unit} writes: {line}")
 
-    def let_polls_pass(self, polls):
-        """Until the controller's clock has passed this many polls of the tool, where nothing else can be seen."""
-        end = float(self.board.shell("cut -d' ' -f1 /proc/uptime")) + 3.0 * (polls + 1)
+    def let_time_pass(self, seconds):
+        """Until the controller's clock has gone on by so much, where nothing else can be seen."""
+        end = float(self.board.shell("cut -d' ' -f1 /proc/uptime")) + seconds
         self.board.wait_for(f"awk '{{exit !($1 > {end})}}' /proc/uptime")
+
+    def let_polls_pass(self, polls):
+        self.let_time_pass(POLL_SECONDS * (polls + 1))
 
     # --- The operator -----------------------------------------------------------------------------------
 

@@ -7,13 +7,14 @@ from controller import (
     FIRST_ROW,
     LIMIT,
     OPERATIONS_COLUMN,
+    POLL_SECONDS,
     ROW_HEIGHT,
     selected_rows,
     shows_list,
 )
 from machine import wait_until
 
-REPETITIONS = 5
+REPETITIONS = 6
 IDLE_SECONDS = 300
 DO_NOTHING = "/usr/lib/board/do_nothing"
 TICKS_A_SECOND = 100
@@ -57,10 +58,16 @@ def mounted_at(c):
     return int(microseconds) / 1e6
 
 
+def let_part_of_a_poll_pass(c, repetition):
+    """So that the media come at moments that are spread over the time between two looks."""
+    c.let_time_pass(POLL_SECONDS * repetition / REPETITIONS)
+
+
 def mount_to_window(c):
     tool, loop = [], []
-    for _ in range(REPETITIONS):
+    for repetition in range(REPETITIONS):
         c.put_to_rest()
+        let_part_of_a_poll_pass(c, repetition)
         offset = clock_offset(c)
         c.plug_usb("continue")
         c.expect_screen(shows_list, "the list")
@@ -68,9 +75,10 @@ def mount_to_window(c):
         tool.append(shown - mounted_at(c))
     c.put_to_rest()
     c.board.shell("systemctl stop zul_upgrade")
-    for _ in range(REPETITIONS):
+    for repetition in range(REPETITIONS):
         c.board.shell("rm -f /run/noticed; (until df | grep -q /dev/sd; do sleep 3; done;"
                       " cut -d' ' -f1 /proc/uptime >/run/noticed) >/dev/null 2>&1 &")  # fmt: skip
+        let_part_of_a_poll_pass(c, repetition)
         c.plug_usb("continue")
         c.board.wait_for("test -s /run/noticed")
         loop.append(float(c.board.shell("cat /run/noticed")) - mounted_at(c))
@@ -96,13 +104,12 @@ def time_of_tap(c, x, y, condition):
 
 def tap_to_pixels(c):
     c.put_to_rest()
-    c.plug_usb("continue")
+    c.plug_usb("typical")
     c.expect_list()
     tool = []
-    for repetition in range(REPETITIONS):
-        rows = 1 - repetition % 2
-        condition = lambda s, n=rows: selected_rows(s) == n  # noqa: E731
-        tool.append(time_of_tap(c, OPERATIONS_COLUMN, FIRST_ROW + ROW_HEIGHT, condition))
+    for row in range(REPETITIONS):  # never the same row, as two quick taps on one are a double tap
+        condition = lambda s, n=row + 1: selected_rows(s) == n  # noqa: E731
+        tool.append(time_of_tap(c, OPERATIONS_COLUMN, FIRST_ROW + row * ROW_HEIGHT, condition))
     c.put_to_rest()
     c.board.shell("systemctl stop zul_upgrade zul_watchdog")
     start_do_nothing(c, "show")
@@ -110,7 +117,7 @@ def tap_to_pixels(c):
     empty = []
     for repetition in range(REPETITIONS):
         colour = (RED, BLUE)[repetition % 2]
-        empty.append(time_of_tap(c, 400, 240, lambda s, k=colour: s.is_near(400, 240, k)))
+        empty.append(time_of_tap(c, 200 + 100 * repetition, 240, lambda s, k=colour: s.is_near(400, 240, k)))
     stop_do_nothing(c)
     c.board.shell("systemctl start zul_upgrade zul_watchdog")
     c.expect_tool_waiting()
