@@ -45,6 +45,11 @@ def shows_list(screen):
     return all(screen.is_near(x, y, BUTTON) for x, y in ((196, 433), (300, 433), (499, 433), (604, 433)))
 
 
+def shows_time_left(screen):
+    """Behind "Remaining:" is nothing until the countdown's first second has passed."""
+    return shows_list(screen) and has_dark_text(screen, 736, 20, 28, 14)
+
+
 def shows_status(screen):
     return screen.is_near(680, 30, BUTTON) and screen.is_near(782, 30, BUTTON) and not shows_question(screen)
 

@@ -20,6 +20,7 @@ from controller import (
     shows_calibration,
     shows_list,
     shows_status,
+    shows_time_left,
     shows_unplug_message,
 )
 from machine import HEIGHT, WIDTH, wait_until
@@ -66,6 +67,7 @@ def sd_card_upgrade_ends_in_a_reboot(c):
     c.expect_list()
     c.expect_upgrade_mode()
     c.expect_line("received syscmd_suspend@600", "zul_watchdog")
+    c.expect_screen(shows_time_left, "the countdown")
     c.photograph("01-list")
 
     c.choose(0, 1, 2, 3)
@@ -342,7 +344,7 @@ def expect_nothing_but_a_reboot(c, mark):
 def abort_reboots(c):
     mark = c.mark()
     c.plug_sd("typical")
-    c.expect_list()
+    c.expect_screen(shows_time_left, "the countdown")
     c.ask(CANCEL)
     c.photograph("09-abort")
     start = c.board.monitor.count()
