@@ -56,6 +56,7 @@ myThread::myThread(QObject *parent)
 void myThread::setSyscmd(QVector<_system_CMD> *list)
 {
     cmdList = list;
+    ++handedOver; // before the flag, so that a batch at work is replaced before the next one can begin
     suspended = false;
 }
 
@@ -108,41 +109,68 @@ void myThread::run()
 
 void myThread::runBatch()
 {
+    atWork = handedOver;
+    pageHidden = false;
     // The batch keeps the length that it starts with, but never reaches beyond a list that has shrunk since.
     const int count = cmdList ? cmdList->size() : 0;
     for (int index = 0; index < count && index < cmdList->size(); ++index) {
-        current = cmdList->at(index);
-        // Not written back: the list shows state 1 for a calibration command only.
-        current.state = Executing;
-        emit signalStateChange(current.name);
-
-        const bool calibration = isCalibration(current.cmd);
-        if (calibration) {
-            writeBack(index);
-            emit signaltsCalibrate(false);
-        }
+        announce(index);
         sleep(settleSeconds);
 
-        if (isSkipped(current.cmd)) {
+        // Nothing of a replaced batch is run any more: its medium is gone, and another may be in its place.
+        const bool skipped = isReplaced() || isSkipped(current.cmd);
+        if (skipped)
             complete(index);
-            continue; // without a look at the suspend flag: only an executed command ends a batch early
-        }
-        execute(index);
-        if (calibration)
-            emit signaltsCalibrate(true);
-        if (suspended)
+        else
+            execute(index);
+        // Without a look at the suspend flag after a skipped command: only an executed one ends a batch
+        // early.
+        if (isReplaced() || (suspended && !skipped))
             break;
     }
+    endBatch();
+}
 
-    emit signal_end();
-    running = false;
-    suspended = true;
+bool myThread::isReplaced() const
+{
+    return atWork != handedOver;
+}
+
+void myThread::announce(int index)
+{
+    current = cmdList->at(index);
+    // Not written back: the list shows state 1 for a calibration command only.
+    current.state = Executing;
+    emit signalStateChange(current.name);
+    if (isCalibration(current.cmd)) {
+        writeBack(index);
+        pageHidden = true;
+        emit signaltsCalibrate(false);
+    }
 }
 
 void myThread::execute(int index)
 {
     current.succeed = QProcess::execute(current.cmd) == 0;
     complete(index);
+    if (isCalibration(current.cmd)) {
+        pageHidden = false;
+        emit signaltsCalibrate(true);
+    }
+}
+
+void myThread::endBatch()
+{
+    if (isReplaced()) {
+        // Silently. The next batch needs the page, which a skipped calibration leaves hidden.
+        if (pageHidden)
+            emit signaltsCalibrate(true);
+        return;
+    }
+    emit signal_end();
+    running = false;
+    if (!isReplaced()) // a batch that was handed over in this very moment is not lost either
+        suspended = true;
 }
 
 void myThread::complete(int index)
@@ -154,7 +182,8 @@ void myThread::complete(int index)
 
 void myThread::writeBack(int index)
 {
-    if (index < cmdList->size())
+    // Not into the list of a batch that has taken this one's place.
+    if (!isReplaced() && index < cmdList->size())
         (*cmdList)[index] = current;
 }
 

@@ -29,8 +29,10 @@ struct _system_CMD {
 /// The worker: runs the commands of a run list one after another and writes each outcome back into the list.
 /// Made and started once, never stopped or waited for; the process ends with it running. It shares the list
 /// and the flags with the GUI thread without lock or atomic: the window does not rebuild the list while a
-/// batch runs, and when a change of medium makes it do so all the same, the worker looks at the list's size
-/// before every access and stays inside.
+/// batch runs. When a change of medium makes it do so all the same, the worker looks at the list's size
+/// before every access and stays inside; and once the next batch is handed over, the one at work is replaced:
+/// the command that is executing ends undisturbed, nothing else of that batch runs or reaches the list, and
+/// it ends without a word.
 class myThread : public QThread
 {
     Q_OBJECT
@@ -38,7 +40,8 @@ class myThread : public QThread
 public:
     explicit myThread(QObject *parent = nullptr);
 
-    /// Hands over the list to run, not owned; the batch starts within 2 s. GUI thread.
+    /// Hands over the list to run, not owned; the batch starts within 2 s, and in place of one that is still
+    /// at work within 2 s of the end of the command that is executing. GUI thread.
     void setSyscmd(QVector<_system_CMD> *list);
     /// Ends the batch after the command that is executing; a skipped command does not end it. Any thread.
     void suspend();
@@ -67,7 +70,7 @@ public:
 signals:
     /// A command starts: its name. A command has ended or was skipped: an empty text.
     void signalStateChange(QString text);
-    /// A batch is over, run through or stopped.
+    /// A batch is over, run through or stopped. Not emitted for one that was replaced.
     void signal_end();
     /// False just before a calibration command runs, true just after it.
     void signaltsCalibrate(bool show);
@@ -78,9 +81,17 @@ protected:
 
 private:
     void runBatch();
+    bool isReplaced() const;
+    void announce(int index);
     void execute(int index);
     void complete(int index);
     void writeBack(int index);
+    void endBatch();
+
+    // Plain as the flags are, and behind the members whose order is part of the design.
+    unsigned int handedOver = 0; ///< how many batches were handed over so far
+    unsigned int atWork = 0;     ///< which of them the worker began last; only its thread uses it
+    bool pageHidden = false;     ///< a calibration has hidden the page and not shown it yet; likewise
 };
 
 /// The main window and at the same time the controller: it notices the medium, reads its catalogue, lets the

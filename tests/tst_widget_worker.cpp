@@ -46,6 +46,14 @@ QVector<bool> outcomesOf(const List &list)
     return outcomes;
 }
 
+QStringList namesInList(const List &list)
+{
+    QStringList names;
+    for (const _system_CMD &entry : list)
+        names.append(entry.name);
+    return names;
+}
+
 } // namespace
 
 class TestWorker : public QObject
@@ -97,7 +105,18 @@ private slots:
     void theListMayChangeUnderARunningCommand();
     void theListMayBecomeEmptyDuringASkippedCommand();
     void theListMayBecomeEmptyUnderACalibration();
+
+    void aReplacedBatchEndsSilentlyAndTheNextOneRunsWhole_data();
+    void aReplacedBatchEndsSilentlyAndTheNextOneRunsWhole();
     void anotherListMayBeHandedOverUnderARunningCommand();
+    void ofSeveralReplacementsOnlyTheLastRuns();
+    void aReplacementIsNotSuspendedByTheEndOfTheReplacedBatch();
+    void aReplacementThatIsSuspendedNeverBegins();
+    void aReplacedBatchDoesNotRunTheCommandThatItHasOnlyAnnounced();
+    void theNextBatchMayBeHandedOverDuringASkippedCommand();
+    void thePageComesBackForTheNextBatch_data();
+    void thePageComesBackForTheNextBatch();
+    void aBatchHandedOverAtTheEndOfTheOneBeforeIsNotLost();
 
     void keepsItsRealPace();
 
@@ -637,10 +656,7 @@ void TestWorker::theListMayChangeUnderARunningCommand()
 
     QCOMPARE(bench.events(), batch(command("first") + command("held") + commandsAfter));
     QCOMPARE(statesOf(bench.list()), states);
-    QStringList namesInTheList;
-    for (const _system_CMD &entry : qAsConst(bench.list()))
-        namesInTheList.append(entry.name);
-    QCOMPARE(namesInTheList, names);
+    QCOMPARE(namesInList(bench.list()), names);
 }
 
 void TestWorker::theListMayBecomeEmptyDuringASkippedCommand()
@@ -669,6 +685,60 @@ void TestWorker::theListMayBecomeEmptyUnderACalibration()
     QCOMPARE(bench.list().size(), 0);
 }
 
+// --- A batch that is replaced ---------------------------------------------------------------------------
+
+void TestWorker::aReplacedBatchEndsSilentlyAndTheNextOneRunsWhole_data()
+{
+    QTest::addColumn<int>("before");
+    QTest::addColumn<int>("after");
+    QTest::addColumn<int>("next");
+
+    QTest::newRow("the first of many, by one") << 0 << 3 << 1;
+    QTest::newRow("the first of many, by as many") << 0 << 3 << 4;
+    QTest::newRow("the last of many, by one") << 3 << 0 << 1;
+    QTest::newRow("the last of many, by as many") << 3 << 0 << 4;
+    QTest::newRow("one in the middle, by many more") << 1 << 1 << 9;
+    QTest::newRow("the only one, by another") << 0 << 0 << 1;
+    QTest::newRow("by nothing") << 1 << 1 << 0;
+}
+
+void TestWorker::aReplacedBatchEndsSilentlyAndTheNextOneRunsWhole()
+{
+    QFETCH(int, before);
+    QFETCH(int, after);
+    QFETCH(int, next);
+    HeldProgram program;
+    FakePrograms programs;
+    programs.add("note", QString("echo \"$1\" >>%1").arg(programs.filePath("notes")));
+    const List old = List(before, record("before", "true")) + List{record("held", program.commandLine())}
+                     + List(after, record("after", "note after"));
+    WorkerBench bench(old);
+    List replacement;
+    QStringList expected;
+    QByteArray notes;
+    for (int index = 0; index < before; ++index)
+        expected += command("before");
+    expected += command("held") + QStringList{"sleep 2"};
+    for (int index = 0; index < next; ++index) {
+        const QString name = QString("next %1").arg(index);
+        replacement.append(record(name, QString("note %1").arg(index)));
+        expected += command(name);
+        notes += QByteArray::number(index) + "\n";
+    }
+
+    bench.begin();
+    QVERIFY(program.isRunning());
+    bench.worker()->suspend(); // the medium is pulled, and plugged in again
+    bench.list() = replacement;
+    bench.worker()->setSyscmd(&bench.list());
+    program.release();
+
+    QCOMPARE(bench.events(), batch(expected));
+    QCOMPARE(contentOf(programs.filePath("notes")), notes);
+    QCOMPARE(statesOf(bench.list()), QVector<qint32>(next, Completed));
+    QCOMPARE(outcomesOf(bench.list()), QVector<bool>(next, true));
+}
+
 void TestWorker::anotherListMayBeHandedOverUnderARunningCommand()
 {
     HeldProgram program;
@@ -682,9 +752,157 @@ void TestWorker::anotherListMayBeHandedOverUnderARunningCommand()
     const QStringList events = bench.events();
     bench.worker()->cmdList = nullptr; // the worker outlives the other list
 
-    QCOMPARE(events, batch(command("held") + command("next")));
+    QCOMPARE(events, batch(command("held") + QStringList{"sleep 2"} + command("other") + command("next")));
     QCOMPARE(statesOf(bench.list()), QVector<qint32>(3, NotExecuted));
     QCOMPARE(statesOf(other), QVector<qint32>(2, Completed));
+}
+
+void TestWorker::ofSeveralReplacementsOnlyTheLastRuns()
+{
+    HeldProgram program;
+    WorkerBench bench({record("held", program.commandLine()), record("old", "true")});
+
+    bench.begin();
+    QVERIFY(program.isRunning());
+    for (const char *name : {"second", "third", "fourth"}) {
+        bench.worker()->suspend();
+        bench.list() = {record(name, "true"), record(name, "true")};
+        bench.worker()->setSyscmd(&bench.list());
+    }
+    program.release();
+
+    QCOMPARE(bench.events(),
+             batch(command("held") + QStringList{"sleep 2"} + command("fourth") + command("fourth")));
+}
+
+void TestWorker::aReplacementIsNotSuspendedByTheEndOfTheReplacedBatch()
+{
+    HeldProgram program;
+    WorkerBench bench({record("held", program.commandLine())});
+    QVector<bool> suspended;
+    bench.atEachEvent([&](const QString &) { suspended.append(bench.worker()->suspended); });
+
+    bench.begin();
+    QVERIFY(program.isRunning());
+    bench.list() = {record("next", "true")};
+    bench.worker()->setSyscmd(&bench.list());
+    program.release();
+    bench.events();
+
+    // start, sleep, done of the old one, sleep, start, sleep, done, end, sleep, sleep
+    QCOMPARE(suspended, QVector<bool>(8, false) + QVector<bool>(2, true));
+}
+
+void TestWorker::aReplacementThatIsSuspendedNeverBegins()
+{
+    HeldProgram program;
+    WorkerBench bench({record("held", program.commandLine())});
+    QStringList events;
+    bench.atEachEvent([&](const QString &event) { events.append(event); });
+
+    bench.begin();
+    QVERIFY(program.isRunning());
+    bench.list() = {record("next", "true")};
+    bench.worker()->setSyscmd(&bench.list());
+    bench.worker()->suspend(); // pulled once more
+    const int sleepsSoFar = bench.sleeps().size();
+    program.release();
+
+    QTRY_VERIFY(bench.sleeps().size() >= sleepsSoFar + 3);
+    bench.atEachEvent(nullptr);
+    QCOMPARE(events.mid(0, 6), command("held") + QStringList({"sleep 2", "sleep 2", "sleep 2"}));
+    QCOMPARE(statesOf(bench.list()), QVector<qint32>{NotExecuted});
+}
+
+void TestWorker::aReplacedBatchDoesNotRunTheCommandThatItHasOnlyAnnounced()
+{
+    FakePrograms programs;
+    programs.add("note", QString("echo \"$1\" >>%1").arg(programs.filePath("notes")));
+    WorkerBench bench({record("skipped", "update.sh"), record("old", "note old")});
+    bench.atEachEvent([&](const QString &event) {
+        if (event != "start old")
+            return;
+        bench.list() = {record("next", "note next"), record("last", "note last")};
+        bench.worker()->setSyscmd(&bench.list());
+    });
+
+    QCOMPARE(bench.run(), batch(command("skipped") + command("old") + QStringList{"sleep 2"} + command("next")
+                                + command("last")));
+    QCOMPARE(contentOf(programs.filePath("notes")), QByteArray("next\nlast\n"));
+    QCOMPARE(statesOf(bench.list()), QVector<qint32>(2, Completed));
+}
+
+void TestWorker::theNextBatchMayBeHandedOverDuringASkippedCommand()
+{
+    WorkerBench bench({record("skipped", "update.sh"), record("never", "true")});
+    bench.atEachEvent([&](const QString &event) {
+        if (event != "start skipped")
+            return;
+        bench.list() = {record("next", "true"), record("last", "true")};
+        bench.worker()->setSyscmd(&bench.list());
+    });
+
+    QCOMPARE(bench.run(),
+             batch(command("skipped") + QStringList{"sleep 2"} + command("next") + command("last")));
+    QCOMPARE(outcomesOf(bench.list()), QVector<bool>(2, true));
+}
+
+void TestWorker::thePageComesBackForTheNextBatch_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("moment");
+
+    QTest::newRow("a calibration that is announced") << "ts_calibrate"
+                                                     << "start Touch";
+    QTest::newRow("a calibration in the sleep before it") << "ts_calibrate"
+                                                          << "sleep 2";
+    QTest::newRow("a calibration that is skipped") << "TSTAPP.sh"
+                                                   << "sleep 2";
+    QTest::newRow("a calibration that was skipped") << "TSTAPP.sh"
+                                                    << "done";
+}
+
+void TestWorker::thePageComesBackForTheNextBatch()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, moment);
+    FakePrograms programs;
+    programs.add("ts_calibrate", QString("touch %1").arg(programs.filePath("was-run")));
+    WorkerBench bench({record("Touch", line), record("never", "true")});
+    bool replaced = false;
+    bench.atEachEvent([&](const QString &event) {
+        if (replaced || event != moment)
+            return;
+        replaced = true;
+        bench.list() = {record("next", "true")};
+        bench.worker()->setSyscmd(&bench.list());
+    });
+
+    QCOMPARE(bench.run(),
+             batch(QStringList{"start Touch", "calibrate off", "sleep 2", "done", "calibrate on", "sleep 2"}
+                   + command("next")));
+    QVERIFY(!QFile::exists(programs.filePath("was-run")));
+    QCOMPARE(statesOf(bench.list()), QVector<qint32>{Completed});
+}
+
+void TestWorker::aBatchHandedOverAtTheEndOfTheOneBeforeIsNotLost()
+{
+    WorkerBench bench({record("first", "true")});
+    bool replaced = false;
+    bench.atEachEvent([&](const QString &event) {
+        if (replaced || event != "end")
+            return;
+        replaced = true;
+        bench.list() = {record("next", "true")};
+        bench.worker()->setSyscmd(&bench.list());
+    });
+
+    bench.begin();
+
+    // Before the first command, after its batch, before the next command, after that batch, and idle.
+    QTRY_VERIFY(bench.sleeps().size() >= 5);
+    QCOMPARE(statesOf(bench.list()), QVector<qint32>{Completed});
+    QCOMPARE(namesInList(bench.list()), QStringList{"next"});
 }
 
 // --- Pace -----------------------------------------------------------------------------------------------
