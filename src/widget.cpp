@@ -154,9 +154,11 @@ void myThread::execute(int index)
     current.succeed = QProcess::execute(current.cmd) == 0;
     complete(index);
     if (isCalibration(current.cmd)) {
+        writeBack(index);
         pageHidden = false;
         emit signaltsCalibrate(true);
     }
+    writeBack(index); // once more: whatever was written there meanwhile, this is how the command ended
 }
 
 void myThread::endBatch()

@@ -92,6 +92,9 @@ private slots:
     void theListShowsACalibrationAsExecutingWhileItRuns();
     void aSkippedCalibrationLeavesThePageHidden();
 
+    void theRecordIsWrittenBackOnceMoreAfterEachSignal_data();
+    void theRecordIsWrittenBackOnceMoreAfterEachSignal();
+
     void suspendingEndsTheBatchAfterTheCommandInProgress();
     void suspendingInTheSleepBeforeACommandStillRunsIt();
     void suspendingDuringASkippedCommandEndsTheBatchAfterTheNextExecutedOne();
@@ -510,6 +513,56 @@ void TestWorker::aSkippedCalibrationLeavesThePageHidden()
     QCOMPARE(bench.run(), batch({"start Touch", "calibrate off", "sleep 2", "done"}));
 
     QCOMPARE(bench.list().first().state, qint32(Completed));
+}
+
+// --- Written back ---------------------------------------------------------------------------------------
+
+void TestWorker::theRecordIsWrittenBackOnceMoreAfterEachSignal_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("moment");
+    QTest::addColumn<QString>("next");
+    QTest::addColumn<QString>("nameAtNext");
+
+    QTest::newRow("an ordinary command") << "true"
+                                         << "done"
+                                         << "end"
+                                         << "command";
+    QTest::newRow("a calibration, before the page comes back") << "ts_calibrate"
+                                                               << "done"
+                                                               << "calibrate on"
+                                                               << "command";
+    QTest::newRow("a calibration, after the page has come back") << "ts_calibrate"
+                                                                 << "calibrate on"
+                                                                 << "end"
+                                                                 << "command";
+    QTest::newRow("a skipped command: not again") << "update.sh"
+                                                  << "done"
+                                                  << "end"
+                                                  << "changed";
+}
+
+void TestWorker::theRecordIsWrittenBackOnceMoreAfterEachSignal()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, moment);
+    QFETCH(QString, next);
+    QFETCH(QString, nameAtNext);
+    FakePrograms programs;
+    programs.add("ts_calibrate");
+    WorkerBench bench({record("command", line)});
+    QString found;
+    bench.atEachEvent([&](const QString &event) {
+        if (event == moment)
+            bench.list()[0] = record("changed", "changed");
+        else if (event == next)
+            found = bench.list().first().name;
+    });
+
+    bench.run();
+
+    QCOMPARE(found, nameAtNext);
+    QCOMPARE(bench.list().first().state, qint32(nameAtNext == "command" ? Completed : NotExecuted));
 }
 
 // --- Suspend, again, resume -----------------------------------------------------------------------------
