@@ -37,8 +37,6 @@ int MyMessageType::createMessageId(int id)
     qDebug() << "key =" << key;
 
     msqid = msgget(key, IPC_CREAT | 0666);
-    if (msqid == -1)
-        createError = errno;
     receiveType = 0;
     return msqid;
 }
@@ -85,7 +83,7 @@ bool MyMessageType::isCreate()
 
 bool MyMessageType::isUsable(int type) const
 {
-    const int error = msqid == -1 ? createError : errno;
+    const int error = errno; // as it stands now; nothing older is remembered, and logging may change it
     if (type != -1 && msqid != -1)
         return true;
     qDebug() << "msgget failed with error:" << error;

@@ -32,12 +32,12 @@ public:
 
     /// Sends `text` (at most 511 bytes of UTF-8; more is cut off) as one record without waiting.
     /// `type` is only checked against -1. Returns 0, or -1 when the queue is missing or full, with a debug
-    /// line and no retry.
+    /// line and no retry. The line of a missing queue has errno as it stands at the call.
     int write(QString text, int type);
 
     /// Takes the next message off the queue without waiting. `type` is only checked against -1.
     /// Returns its text, at most 512 bytes decoded as UTF-8; empty when there is none or the queue is
-    /// missing.
+    /// missing, the latter with the same debug line as write().
     QString read(int type);
 
     /// Whether the last createMessageId() gave a queue.
@@ -49,7 +49,6 @@ private:
     WatchdogMessage message{};
     int msqid = -1;
     long receiveType = 0; ///< as for msgrcv(2): 0 takes the first message of any type
-    int createError = 0;  ///< errno of the last msgget(2) that failed
 };
 
 /// The commands that this program gives the watchdog process. None reports whether it arrived: one that
@@ -62,7 +61,8 @@ public:
     /// Opens the watchdog queue; when that fails, every command tries again.
     explicit WatchDogFeed(QObject *parent = nullptr);
 
-    /// Suspends the supervision: "syscmd_suspend@`n`". The watchdog gives `n` its meaning (seconds).
+    /// Suspends the supervision: "syscmd_suspend@`n`". What `n` means, and its unit, is the watchdog's
+    /// affair.
     void onSuspend(unsigned int n);
     /// Stops the supervision: "syscmd_stop". Nothing calls it; kept for completeness.
     void onStop();

@@ -26,7 +26,7 @@ namespace
 
 constexpr int pollIntervalMs = 3000;
 constexpr int tickIntervalMs = 1000;
-constexpr unsigned int suspensionSeconds = 600;
+constexpr unsigned int suspensionArgument = 600; // the watchdog gives it its meaning and its unit
 
 constexpr unsigned long workerPollSeconds = 2;
 constexpr unsigned long settleSeconds = 2;
@@ -288,7 +288,7 @@ void Widget::checkMmc_udisk()
 
     showFullScreen();
     stopPrograms();
-    feed_dog_suspend(suspensionSeconds);
+    feed_dog_suspend(suspensionArgument);
     upgrading = true;
     showDetails = false;
     check_CMD(catalogueFile);

@@ -82,6 +82,7 @@ private slots:
     void creatingAgainFollowsTheFile();
     void aFailedCreationIsReportedByTheReturnValueOnly();
     void beforeCreationNothingIsOpen();
+    void theChannelRemembersNoError();
 
     void writeSendsTheWholeTextArea_data();
     void writeSendsTheWholeTextArea();
@@ -103,8 +104,8 @@ private slots:
     void readLeavesAnOverlongMessageOnTheQueue();
     void readAndWriteShareTheRecord();
     void readWithTypeMinusOneTakesNothing();
-    void withoutAQueueTheErrorOfItsCreationIsReported_data();
-    void withoutAQueueTheErrorOfItsCreationIsReported();
+    void withoutAQueueTheErrorThatStandsIsReported_data();
+    void withoutAQueueTheErrorThatStandsIsReported();
 
     void everyCommandGoesOutByteForByte_data();
     void everyCommandGoesOutByteForByte();
@@ -240,6 +241,16 @@ void TestWatchDogFeed::beforeCreationNothingIsOpen()
 }
 
 // --- The channel: write ---------------------------------------------------------------------------------
+
+void TestWatchDogFeed::theChannelRemembersNoError()
+{
+    struct Designed : QObject {
+        WatchdogMessage message;
+        int msqid;
+        long receiveType;
+    };
+    QCOMPARE(sizeof(MyMessageType), sizeof(Designed));
+}
 
 void TestWatchDogFeed::writeSendsTheWholeTextArea_data()
 {
@@ -500,7 +511,7 @@ void TestWatchDogFeed::readWithTypeMinusOneTakesNothing()
     QCOMPARE(queue.length(), 1);
 }
 
-void TestWatchDogFeed::withoutAQueueTheErrorOfItsCreationIsReported_data()
+void TestWatchDogFeed::withoutAQueueTheErrorThatStandsIsReported_data()
 {
     QTest::addColumn<bool>("isRead");
     QTest::addColumn<int>("type");
@@ -511,7 +522,7 @@ void TestWatchDogFeed::withoutAQueueTheErrorOfItsCreationIsReported_data()
     QTest::newRow("read with type -1") << true << -1;
 }
 
-void TestWatchDogFeed::withoutAQueueTheErrorOfItsCreationIsReported()
+void TestWatchDogFeed::withoutAQueueTheErrorThatStandsIsReported()
 {
     QFETCH(bool, isRead);
     QFETCH(int, type);
@@ -519,13 +530,13 @@ void TestWatchDogFeed::withoutAQueueTheErrorOfItsCreationIsReported()
     OpenChannel channel;
     const DebugLines debug;
 
-    errno = EACCES; // something else has failed meanwhile
+    errno = EACCES; // something else has failed since the queue could not be made
     if (isRead)
         QCOMPARE(channel.read(type), QString());
     else
         QCOMPARE(channel.write("syscmd_stop", type), -1);
 
-    QCOMPARE(debug.lines(), QStringList{QString("msgget failed with error: %1").arg(ENOSPC)});
+    QCOMPARE(debug.lines(), QStringList{QString("msgget failed with error: %1").arg(EACCES)});
 }
 
 // --- The commands ---------------------------------------------------------------------------------------
