@@ -1,21 +1,15 @@
 #include "widget.h"
 
 #include "ui_widget.h"
-#include "watchdogfeed.h"
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDebug>
 #include <QDesktopWidget>
 #include <QFile>
-#include <QMessageBox>
 #include <QPixmap>
 #include <QProcess>
 #include <QScrollBar>
-#include <QSettings>
-#include <QStandardItemModel>
-#include <QTextCodec>
-#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -199,6 +193,7 @@ Widget::Widget(QWidget *parent)
     codec = QTextCodec::codecForName("UTF-8");
     watchDog = new WatchDogFeed(this);
 
+    mountPath = "";
     showDetails = false;
     upgrading = false;
     mediaType = OtherStorage; // so that a medium of unknown kind is announced as a storage device
@@ -232,6 +227,7 @@ void Widget::startWatchingForMedia()
 {
     pollTimer = new QTimer;
     connect(pollTimer, SIGNAL(timeout()), this, SLOT(slotsTimerout()));
+    spareFlag = false;
     pollTimer->start(pollIntervalMs);
 }
 
@@ -266,7 +262,7 @@ void Widget::slotsTimerout()
         mountPath = fields.last();
         checkMmc_udisk();
     } else if (!mountPath.isEmpty() && !found) {
-        mountPath = QString();
+        mountPath = "";
         uMount();
     }
 }

@@ -1,21 +1,22 @@
 #ifndef WIDGET_H
 #define WIDGET_H
 
+// Whoever includes this can use the types of the members; only the generated form stays out.
+#include "watchdogfeed.h"
+
 #include <QMap>
+#include <QMessageBox>
+#include <QModelIndex>
+#include <QSettings>
+#include <QStandardItemModel>
 #include <QString>
+#include <QTextCodec>
 #include <QThread>
+#include <QTimer>
 #include <QVector>
 #include <QWidget>
 
-class QMessageBox;
-class QModelIndex;
-class QSettings;
-class QStandardItem;
-class QStandardItemModel;
-class QTextCodec;
-class QTimer;
 class Ui_Widget;
-class WatchDogFeed;
 
 /// One command of a catalogue, copied freely. Whoever makes one sets every field; only the worker writes
 /// `succeed`, and `state` above 0, afterwards.
@@ -189,11 +190,13 @@ private:
     WatchDogFeed *watchDog;
     bool showDetails;  ///< the status table shows the command lines too
     bool upgrading;    ///< upgrade mode: window shown, controller's programs stopped
+    bool spareFlag;    ///< never read; kept, as the places of the members are part of the design
     QTextCodec *codec; ///< stored only
     myThread *worker;  ///< never deleted, never stopped
+    QString spareText; ///< never read; kept for the same reason
     QStandardItemModel *tableModel;
     QStandardItemModel *operationModel; ///< null until a catalogue with a choice is read
-    QStandardItemModel *selectedModel;  ///< null until a catalogue with a choice is read
+    QStandardItemModel *selectedModel;  ///< null until then, or the first tap or confirmation
     QMessageBox *msgBox;                ///< the Yes/No question; no parent, never deleted
     bool endGame;                       ///< a confirmed batch ends with "sync" and "reboot"
     QTimer *rebootTimer;                ///< 1000 ms; null until a catalogue with a choice is read

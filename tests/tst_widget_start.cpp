@@ -1,18 +1,26 @@
+#include "widget.h"
+
+// Before anything else could bring them: incomplete types have no size.
+static_assert(sizeof(QTimer) && sizeof(WatchDogFeed) && sizeof(MyMessageType) && sizeof(QTextCodec)
+                  && sizeof(QStandardItemModel) && sizeof(QMessageBox) && sizeof(QSettings)
+                  && sizeof(QModelIndex) && sizeof(QMap<QString, _system_CMD>) && sizeof(myThread),
+              "widget.h brings the types of the window's members and of its functions' arguments");
+
 #include "support/debuglines.h"
 #include "support/fakedf.h"
 #include "support/markingtranslator.h"
 #include "support/sandboxed.h"
 #include "support/testwindow.h"
-#include "watchdogfeed.h"
 
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QListView>
-#include <QMessageBox>
 #include <QMetaMethod>
 #include <QPointer>
 #include <QScrollBar>
-#include <QTextCodec>
+
+#include <algorithm>
+#include <functional>
 
 Q_DECLARE_METATYPE(QMetaMethod::Access)
 
@@ -27,6 +35,7 @@ private slots:
     void thereAreNoMethodsBesidesTheSlotTable();
     void isCastByItsNameAndByItsBasesName();
 
+    void membersStandInTheirOrder();
     void mediumMembersHaveTheirStartValues();
     void catalogueMembersHaveTheirStartValues();
     void listModelsAndCountdownAreNotMadeYet();
@@ -106,10 +115,27 @@ void TestWidgetStart::isCastByItsNameAndByItsBasesName()
     QVERIFY(!window.widget.qt_metacast("myThread"));
 }
 
+void TestWidgetStart::membersStandInTheirOrder()
+{
+    TestWindow window;
+    const QVector<const void *> members{
+        &window.mountPath, &window.pollTimer,  &window.watchDog,       &window.showDetails,
+        &window.upgrading, &window.spareFlag,  &window.codec,          &window.worker,
+        &window.spareText, &window.tableModel, &window.operationModel, &window.selectedModel,
+        &window.msgBox,    &window.endGame,    &window.rebootTimer,    &window.mediaType,
+        &window.cmdMap,    &window.runList,
+    };
+    QVERIFY(std::is_sorted(members.begin(), members.end(), std::less<const void *>()));
+    QVERIFY(static_cast<const void *>(&window.runList + 1) == static_cast<const void *>(&window.widget + 1));
+}
+
 void TestWidgetStart::mediumMembersHaveTheirStartValues()
 {
     TestWindow window;
     QVERIFY(window.mountPath.isEmpty());
+    QVERIFY2(!window.mountPath.isNull(), "an empty text, unlike the spare one");
+    QVERIFY(window.spareText.isNull());
+    QCOMPARE(window.spareFlag, false);
     QCOMPARE(window.mediaType, 2);
     QCOMPARE(window.upgrading, false);
     QCOMPARE(window.showDetails, false);

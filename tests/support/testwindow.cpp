@@ -4,7 +4,6 @@
 
 #include <QLabel>
 #include <QListView>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
 
@@ -15,8 +14,10 @@ PRIVATE_MEMBER(Widget, QTimer *, pollTimer)
 PRIVATE_MEMBER(Widget, WatchDogFeed *, watchDog)
 PRIVATE_MEMBER(Widget, bool, showDetails)
 PRIVATE_MEMBER(Widget, bool, upgrading)
+PRIVATE_MEMBER(Widget, bool, spareFlag)
 PRIVATE_MEMBER(Widget, QTextCodec *, codec)
 PRIVATE_MEMBER(Widget, myThread *, worker)
+PRIVATE_MEMBER(Widget, QString, spareText)
 PRIVATE_MEMBER(Widget, QStandardItemModel *, tableModel)
 PRIVATE_MEMBER(Widget, QStandardItemModel *, operationModel)
 PRIVATE_MEMBER(Widget, QStandardItemModel *, selectedModel)
@@ -35,8 +36,10 @@ TestWindow::TestWindow(Drive drive)
     , watchDog(watchDogOf(widget))
     , showDetails(showDetailsOf(widget))
     , upgrading(upgradingOf(widget))
+    , spareFlag(spareFlagOf(widget))
     , codec(codecOf(widget))
     , worker(workerOf(widget))
+    , spareText(spareTextOf(widget))
     , tableModel(tableModelOf(widget))
     , operationModel(operationModelOf(widget))
     , selectedModel(selectedModelOf(widget))

@@ -3,12 +3,7 @@
 
 #include "widget.h"
 
-#include <QStandardItemModel>
-#include <QTimer>
-
 #include <memory>
-
-class QMessageBox;
 
 /// A window as main() makes it, with what the window keeps private by reference. Unless it is to stay as it
 /// was made, it is in the test's hand: the poll timer stands still, and in the worker's place is one that
@@ -31,8 +26,10 @@ public:
     WatchDogFeed *&watchDog;
     bool &showDetails;
     bool &upgrading;
+    bool &spareFlag;
     QTextCodec *&codec;
     myThread *&worker;
+    QString &spareText;
     QStandardItemModel *&tableModel;
     QStandardItemModel *&operationModel;
     QStandardItemModel *&selectedModel;
