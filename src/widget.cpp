@@ -548,7 +548,8 @@ void Widget::slot_rebootTimeout()
     static int timeoutTick = 300;
     if (timeoutTick < 0) {
         timeoutTick = 360; // not 300, on purpose: a timer started again would count from 06:00
-        rebootTimer->stop();
+        if (rebootTimer)
+            rebootTimer->stop();
         quitAndReboot();
         return;
     }
@@ -653,7 +654,9 @@ void Widget::uMount()
     if (upgrading) {
         upgrading = false;
         hide();
-        msgBox->reject(); // an open question counts as No: nothing runs for a medium that is gone
+        // An open question counts as No: nothing runs for a medium that is gone.
+        if (msgBox && msgBox->isVisible())
+            msgBox->reject();
         app_restart();
         if (worker->running) {
             worker->running = false;

@@ -23,6 +23,7 @@ private slots:
     void countGoesOnWhereItStoodWhenTheTimerIsStartedAgain();
     void countGoesTwiceAsFastAfterASecondCatalogue();
     void secondExpiryRebootsAgain();
+    void expiryWithoutATimerRebootsAsWell();
 };
 
 void TestWidgetCountdown::offerChoice(TestWindow &window)
@@ -129,6 +130,19 @@ void TestWidgetCountdown::secondExpiryRebootsAgain()
     tickUntil(window, "00:00");
     const int callsBefore = recordedCalls().size();
     QCOMPARE(exitCodeOfEventLoop([&window] { window.tick(); }), 0);
+    QCOMPARE(recordedCalls().mid(callsBefore), QStringList({"reboot"}));
+}
+
+void TestWidgetCountdown::expiryWithoutATimerRebootsAsWell()
+{
+    TestWindow window;
+    const auto tick = [&window] { QMetaObject::invokeMethod(&window.widget, "slot_rebootTimeout"); };
+    for (int seconds = 360; seconds >= 0; --seconds)
+        tick();
+    QCOMPARE(window.labelText("timeout"), QString("00:00"));
+    QVERIFY(!window.rebootTimer);
+    const int callsBefore = recordedCalls().size();
+    QCOMPARE(exitCodeOfEventLoop(tick), 0);
     QCOMPARE(recordedCalls().mid(callsBefore), QStringList({"reboot"}));
 }
 

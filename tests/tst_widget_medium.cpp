@@ -9,6 +9,7 @@
 #include "support/watchdogqueue.h"
 
 #include <QFileInfo>
+#include <QSignalSpy>
 #include <QStandardPaths>
 
 namespace
@@ -90,6 +91,8 @@ private slots:
 
     void openQuestionClosesWithTheMediumAndCountsAsNo_data();
     void openQuestionClosesWithTheMediumAndCountsAsNo();
+    void closedQuestionIsLeftAlone();
+    void leavingWithoutAQuestionBoxDoesNoHarm();
 
     void secondMediumReusesModelsAndCountdown();
     void secondMediumShowsTheSelectionPageAfterABatch();
@@ -611,6 +614,41 @@ void TestWidgetMedium::openQuestionClosesWithTheMediumAndCountsAsNo()
     QCOMPARE(window.worker->suspended, true);
     QCOMPARE(calls.list(), QStringList());
     QCOMPARE(code, loopGoesOn);
+}
+
+void TestWidgetMedium::closedQuestionIsLeftAlone()
+{
+    FakeDf df;
+    TestWindow window;
+    df.lists({sdCard});
+    window.poll();
+    window.msgBox->setResult(QMessageBox::Yes);
+    const QSignalSpy finished(window.msgBox, SIGNAL(finished(int)));
+    const QSignalSpy rejected(window.msgBox, SIGNAL(rejected()));
+
+    df.lists({});
+    window.poll();
+
+    QCOMPARE(window.upgrading, false);
+    QCOMPARE(finished.size(), 0);
+    QCOMPARE(rejected.size(), 0);
+    QCOMPARE(window.msgBox->result(), int(QMessageBox::Yes));
+}
+
+void TestWidgetMedium::leavingWithoutAQuestionBoxDoesNoHarm()
+{
+    FakeDf df;
+    TestWindow window;
+    df.lists({sdCard});
+    window.poll();
+    window.msgBox = nullptr;
+
+    df.lists({});
+    window.poll();
+
+    QCOMPARE(window.upgrading, false);
+    QVERIFY(!window.widget.isVisible());
+    QVERIFY(takeSentCommands().contains("syscmd_apprestart"));
 }
 
 void TestWidgetMedium::secondMediumReusesModelsAndCountdown()
