@@ -379,15 +379,8 @@ void Widget::offerChoice(QSettings *settings)
         qDebug() << "empty command list";
         return;
     }
-    for (const QString &item : items) {
-        const QString line = commandLine(settings, item);
-        if (item.isEmpty())
-            qDebug() << "empty command name in the list";
-        else if (line.isEmpty())
-            qDebug() << "empty command";
-        else
-            offerOperation(line);
-    }
+    for (const QString &item : items)
+        offerOperation(settings, item);
 
     ui->operationList->setModel(operationModel);
     ui->selectedList->setModel(selectedModel);
@@ -404,8 +397,17 @@ void Widget::startCountdown()
     rebootTimer->start(tickIntervalMs);
 }
 
-void Widget::offerOperation(const QString &line)
+void Widget::offerOperation(QSettings *settings, const QString &item)
 {
+    if (item.isEmpty()) {
+        qDebug() << "empty command name in the list";
+        return;
+    }
+    const QString line = commandLine(settings, item);
+    if (line.isEmpty()) {
+        qDebug() << "empty command";
+        return;
+    }
     const _system_CMD record = recordOf(line);
     cmdMap.insert(record.name, record); // a repeated name shows twice and keeps the later command
     operationModel->appendRow(centredItem(record.name));

@@ -172,7 +172,7 @@ private:
     void runAtOnce(QSettings *settings);
     void offerChoice(QSettings *settings);
     void startCountdown();
-    void offerOperation(const QString &line);
+    void offerOperation(QSettings *settings, const QString &item);
     QString commandLine(QSettings *settings, const QString &item);
     void ensureSelectedModel();
     void removeFromSelection(const QStandardItem *item);

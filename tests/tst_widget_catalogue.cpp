@@ -1,5 +1,6 @@
 #include "support/debuglines.h"
 #include "support/files.h"
+#include "support/keysread.h"
 #include "support/sandboxed.h"
 #include "support/testwindow.h"
 
@@ -50,6 +51,8 @@ private slots:
     void secondCatalogueReplacesTheFirst();
 
     void emptyItemIsSkippedWithALine();
+    void emptyItemIsLookedUpInDirectModeOnly_data();
+    void emptyItemIsLookedUpInDirectModeOnly();
     void emptyListValueGivesOneLineAndNoOperation();
     void itemsAreNotTrimmed();
     void itemWithoutCommandIsSkippedWithALine_data();
@@ -257,6 +260,26 @@ void TestWidgetCatalogue::emptyItemIsSkippedWithALine()
     read(window, "[system]\nCMD_List=\"a,,b\"\n[CMD]\na=A@one\nb=B@two\n");
     QCOMPARE(log.lines(), QStringList({"empty command name in the list"}));
     QCOMPARE(columnTexts(window.operationModel), QStringList({"A", "B"}));
+}
+
+void TestWidgetCatalogue::emptyItemIsLookedUpInDirectModeOnly_data()
+{
+    QTest::addColumn<QByteArray>("key");
+    QTest::addColumn<QStringList>("keysRead");
+    QTest::newRow("selection") << QByteArray("CMD_List")
+                               << QStringList{"/system/CMD_List", "/CMD/a", "/CMD/b"};
+    QTest::newRow("direct") << QByteArray("CMD_Type")
+                            << QStringList{"/system/CMD_Type", "/CMD/a", "/CMD/", "/CMD/b"};
+}
+
+void TestWidgetCatalogue::emptyItemIsLookedUpInDirectModeOnly()
+{
+    QFETCH(const QByteArray, key);
+    QFETCH(const QStringList, keysRead);
+    TestWindow window;
+    const KeysRead keys;
+    read(window, "[system]\n" + key + "=\"a,,b\"\n[CMD]\na=A@run a\nb=B@run b\n");
+    QCOMPARE(keys.list(), keysRead);
 }
 
 void TestWidgetCatalogue::emptyListValueGivesOneLineAndNoOperation()
