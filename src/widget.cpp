@@ -578,6 +578,7 @@ void Widget::startBatch()
     ui->widget_2->show();
     worker->setSyscmd(&runList);
     createTabelview();
+    ui->tableView->scrollToTop();
 }
 
 void Widget::slotsStateChange(QString dat)
@@ -605,8 +606,24 @@ void Widget::slotsState_end()
 
 void Widget::createTabelview()
 {
+    // A view that is given new rows goes back to its first one; the operator goes on seeing what he looks at.
+    QScrollBar *const place = ui->tableView->verticalScrollBar();
+    const int firstVisibleRow = place->value();
+
+    buildTableHead();
+    for (const _system_CMD &record : qAsConst(runList))
+        appendTableRow(record);
+
+    ui->tableView->doItemsLayout(); // the scroll bar knows of the rows only then
+    place->setValue(firstVisibleRow);
+}
+
+void Widget::buildTableHead()
+{
     tableModel->clear();
     tableModel->setColumnCount(showDetails ? 4 : 3);
+    if (showDetails)
+        tableModel->setHeaderData(3, Qt::Horizontal, tr("Operation"));
     tableModel->setHeaderData(0, Qt::Horizontal, tr("Name"));
     tableModel->setHeaderData(1, Qt::Horizontal, tr("Status"));
     tableModel->setHeaderData(2, Qt::Horizontal, tr("Succeed?"));
@@ -615,17 +632,12 @@ void Widget::createTabelview()
     ui->tableView->setColumnWidth(0, 200);
     ui->tableView->setColumnWidth(1, 150);
     ui->tableView->setColumnWidth(2, 150);
-    if (showDetails) {
-        tableModel->setHeaderData(3, Qt::Horizontal, tr("Operation"));
+    if (showDetails)
         ui->tableView->setColumnWidth(3, 260);
-    }
     ui->tableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
-
-    for (int row = 0; row < runList.size(); ++row)
-        fillRow(row, runList.at(row));
 }
 
-void Widget::fillRow(int row, const _system_CMD &record)
+void Widget::appendTableRow(const _system_CMD &record)
 {
     QString status = tr("Not executed");
     QString outcome;
@@ -636,11 +648,12 @@ void Widget::fillRow(int row, const _system_CMD &record)
         outcome = record.succeed ? tr("Succeed") : tr("Failed");
     }
 
-    tableModel->setItem(row, 0, centredItem(record.name));
-    tableModel->setItem(row, 1, centredItem(status));
-    tableModel->setItem(row, 2, centredItem(outcome));
+    // Appended whole: a cell that is set in a row that is there already is told to the view by itself, which
+    // costs more than all the rest.
+    QList<QStandardItem *> cells{centredItem(record.name), centredItem(status), centredItem(outcome)};
     if (showDetails)
-        tableModel->setItem(row, 3, centredItem(record.cmd));
+        cells.append(centredItem(record.cmd));
+    tableModel->appendRow(cells);
 }
 
 void Widget::on_pushButton_clicked()

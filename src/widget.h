@@ -126,7 +126,8 @@ public:
 
     // Report
 
-    /// Rebuilds the status table from `runList` and `showDetails`.
+    /// Rebuilds the status table from `runList` and `showDetails`. The rows that were in sight stay there, as
+    /// far as they still exist.
     void createTabelview();
 
     // Shell and screen
@@ -181,7 +182,8 @@ private:
     void collectSelectedCommands(int rows);
     void quitAndReboot();
     void startBatch();
-    void fillRow(int row, const _system_CMD &record);
+    void buildTableHead();
+    void appendTableRow(const _system_CMD &record);
 
     // The order of the members is part of the design.
     Ui_Widget *ui;

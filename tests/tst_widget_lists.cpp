@@ -6,6 +6,7 @@
 
 #include <QHeaderView>
 #include <QListView>
+#include <QScrollBar>
 #include <QTableView>
 
 /// The operator's taps on the two lists, and the status table.
@@ -45,6 +46,13 @@ private slots:
     void tableIsRebuiltWhole();
     void tableTextsAreTranslated();
     void detailsButtonAddsAndRemovesTheCommandLines();
+    void tableIsBuiltInTheOrderOfItsSteps();
+    void tableIsTheSameAsOneBuiltCellByCell_data();
+    void tableIsTheSameAsOneBuiltCellByCell();
+    void rebuildKeepsTheRowsInSight_data();
+    void rebuildKeepsTheRowsInSight();
+    void rebuildOfAShorterTableShowsItsEnd();
+    void newBatchBeginsAtTheTop();
 };
 
 void TestWidgetLists::offer(TestWindow &window, const QStringList &names)
@@ -394,6 +402,232 @@ void TestWidgetLists::detailsButtonAddsAndRemovesTheCommandLines()
     window.tap("pushButton");
     QCOMPARE(window.showDetails, false);
     QCOMPARE(rowTexts(window.tableModel, 0), QStringList({"A", "Not executed", ""}));
+}
+
+void TestWidgetLists::tableIsBuiltInTheOrderOfItsSteps()
+{
+    TestWindow window;
+    window.runList = {{"A", "run a", false, 0}};
+    window.showDetails = true;
+    QStringList steps;
+    connect(window.tableModel, &QAbstractItemModel::modelReset, [&] { steps.append("clear"); });
+    connect(window.tableModel, &QAbstractItemModel::columnsInserted,
+            [&] { steps.append(QString("%1 columns").arg(window.tableModel->columnCount())); });
+    connect(window.tableModel, &QAbstractItemModel::headerDataChanged,
+            [&](Qt::Orientation, int column) { steps.append(QString("header %1").arg(column)); });
+    connect(window.tableModel, &QAbstractItemModel::rowsInserted,
+            [&](const QModelIndex &, int row) { steps.append(QString("row %1").arg(row)); });
+    connect(
+        window.child<QTableView>("tableView")->horizontalHeader(), &QHeaderView::sectionResized,
+        [&](int column, int, int width) { steps.append(QString("width %1: %2").arg(column).arg(width)); });
+
+    window.widget.createTabelview();
+
+    steps.removeAll("row 0"); // may come as the row is appended, and again as its cells are
+    QCOMPARE(steps, QStringList({"clear", "4 columns", "header 3", "header 0", "header 1", "header 2",
+                                 "width 0: 200", "width 1: 150", "width 2: 150", "width 3: 260"}));
+}
+
+namespace
+{
+
+/// What can be seen of a table, cell by cell.
+QStringList appearanceOf(const QTableView *view)
+{
+    const QAbstractItemModel *model = view->model();
+    QStringList cells;
+    for (int row = -1; row < model->rowCount(); ++row) {
+        for (int column = 0; column < model->columnCount(); ++column) {
+            const QVariant text =
+                row < 0 ? model->headerData(column, Qt::Horizontal) : model->index(row, column).data();
+            const int alignment = row < 0 ? 0 : model->index(row, column).data(Qt::TextAlignmentRole).toInt();
+            const QRect place = row < 0 ? QRect() : view->visualRect(model->index(row, column));
+            cells.append(QString("%1,%2: %3, %4, %5 at %6,%7 size %8x%9")
+                             .arg(row)
+                             .arg(column)
+                             .arg(text.toString())
+                             .arg(alignment)
+                             .arg(view->columnWidth(column))
+                             .arg(place.x())
+                             .arg(place.y())
+                             .arg(place.width())
+                             .arg(place.height()));
+        }
+        if (row >= 0)
+            cells.append(model->headerData(row, Qt::Vertical).toString());
+    }
+    return cells;
+}
+
+QStandardItem *cell(const QString &text)
+{
+    auto *item = new QStandardItem(text);
+    item->setTextAlignment(Qt::AlignCenter);
+    return item;
+}
+
+/// The same table, built in the plainest way.
+void buildCellByCell(QTableView *view, QStandardItemModel *model, const QVector<_system_CMD> &records,
+                     bool details)
+{
+    const QStringList heads{"Name", "Status", "Succeed?", "Operation"};
+    const QList<int> widths{200, 150, 150, 260};
+    model->clear();
+    model->setColumnCount(details ? 4 : 3);
+    view->setModel(model);
+    for (int column = 0; column < model->columnCount(); ++column) {
+        model->setHeaderData(column, Qt::Horizontal, heads.at(column));
+        view->setColumnWidth(column, widths.at(column));
+    }
+    view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    for (int row = 0; row < records.size(); ++row) {
+        const _system_CMD &record = records.at(row);
+        const QStringList states{"Not executed", "Executing", "Completed"};
+        model->setItem(row, 0, cell(record.name));
+        model->setItem(row, 1, cell(states.at(record.state)));
+        model->setItem(row, 2, cell(record.state < 2 ? "" : record.succeed ? "Succeed" : "Failed"));
+        if (details)
+            model->setItem(row, 3, cell(record.cmd));
+    }
+}
+
+QVector<_system_CMD> records(int count)
+{
+    QVector<_system_CMD> list;
+    for (int row = 0; row < count; ++row)
+        list.append({QString("operation %1").arg(row), QString("run %1").arg(row), row % 2 == 0, row % 3});
+    return list;
+}
+
+} // namespace
+
+void TestWidgetLists::tableIsTheSameAsOneBuiltCellByCell_data()
+{
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<bool>("details");
+    for (const int rows : {0, 1, 12, 13, 1000}) {
+        for (const bool details : {false, true})
+            QTest::addRow("%d rows%s", rows, details ? " with details" : "") << rows << details;
+    }
+}
+
+void TestWidgetLists::tableIsTheSameAsOneBuiltCellByCell()
+{
+    QFETCH(const int, rows);
+    QFETCH(const bool, details);
+    TestWindow window;
+    window.show();
+    window.child<QWidget>("widget")->hide();
+    auto *view = window.child<QTableView>("tableView");
+    QStandardItemModel plain;
+    // Not the first build, and something is selected.
+    window.runList = records(5);
+    window.widget.createTabelview();
+    view->selectRow(2);
+    window.runList = records(rows);
+    window.showDetails = details;
+
+    window.widget.createTabelview();
+    QCoreApplication::processEvents();
+    QVERIFY(!view->selectionModel()->hasSelection());
+    QVERIFY(!view->currentIndex().isValid());
+    QVERIFY(view->horizontalHeader()->isHidden());
+    QVERIFY(view->verticalHeader()->isHidden());
+    QCOMPARE(view->verticalHeader()->count(), rows);
+    const QStringList appearance = appearanceOf(view);
+    const QImage picture = view->grab().toImage();
+    const int scrollRange = view->verticalScrollBar()->maximum();
+
+    buildCellByCell(view, &plain, window.runList, details);
+    QCoreApplication::processEvents();
+    QCOMPARE(appearance, appearanceOf(view));
+    QCOMPARE(picture, view->grab().toImage());
+    QCOMPARE(scrollRange, view->verticalScrollBar()->maximum());
+    view->setModel(nullptr);
+}
+
+void TestWidgetLists::rebuildKeepsTheRowsInSight_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::newRow("the first") << 0;
+    QTest::newRow("one in the middle") << 14;
+    QTest::newRow("the last that can be at the top") << 1000;
+}
+
+void TestWidgetLists::rebuildKeepsTheRowsInSight()
+{
+    QFETCH(const int, row);
+    TestWindow window;
+    window.show();
+    window.child<QWidget>("widget")->hide();
+    window.runList = records(40);
+    window.widget.createTabelview();
+    const auto *view = window.child<QTableView>("tableView");
+    QCoreApplication::processEvents();
+    view->verticalScrollBar()->setValue(row);
+    const int firstInSight = view->rowAt(0);
+    QVERIFY(firstInSight == row || firstInSight > 20);
+
+    QMetaObject::invokeMethod(&window.widget, "slotsStateChange", Q_ARG(QString, "next"));
+    QCOMPARE(view->rowAt(0), firstInSight);
+    QCoreApplication::processEvents();
+    QCOMPARE(view->rowAt(0), firstInSight);
+    for (const int columns : {4, 3}) {
+        window.tap("pushButton");
+        QCoreApplication::processEvents();
+        QCOMPARE(window.tableModel->columnCount(), columns);
+        // With the command lines a scroll bar below takes the place of a row, so that the last one gives way.
+        QVERIFY(qAbs(view->rowAt(0) - firstInSight) <= (columns == 4 && row == 1000 ? 1 : 0));
+    }
+}
+
+void TestWidgetLists::rebuildOfAShorterTableShowsItsEnd()
+{
+    TestWindow window;
+    window.show();
+    window.child<QWidget>("widget")->hide();
+    window.runList = records(40);
+    window.widget.createTabelview();
+    const auto *view = window.child<QTableView>("tableView");
+    QCoreApplication::processEvents();
+    view->verticalScrollBar()->setValue(1000);
+
+    window.runList.resize(20);
+    window.widget.createTabelview();
+    QCoreApplication::processEvents();
+
+    QCOMPARE(view->verticalScrollBar()->value(), view->verticalScrollBar()->maximum());
+    QVERIFY(view->visualRect(window.tableModel->index(19, 0)).isValid());
+    QVERIFY(view->viewport()->rect().contains(view->visualRect(window.tableModel->index(19, 0)).center()));
+    window.runList.resize(3);
+    window.widget.createTabelview();
+    QCoreApplication::processEvents();
+    QCOMPARE(view->rowAt(0), 0);
+}
+
+void TestWidgetLists::newBatchBeginsAtTheTop()
+{
+    TestWindow window;
+    QString keys;
+    QByteArray lines;
+    for (int row = 0; row < 40; ++row) {
+        keys += (row ? "," : "") + QString("k%1").arg(row);
+        lines += "k" + QByteArray::number(row) + "=Operation " + QByteArray::number(row) + "@true\n";
+    }
+    const QString path = directory.filePath("long.ini");
+    writeCatalogue(path, "[system]\nCMD_Type=\"" + keys.toUtf8() + "\"\n[CMD]\n" + lines);
+    window.show();
+    window.widget.check_CMD(path);
+    const auto *view = window.child<QTableView>("tableView");
+    QCoreApplication::processEvents();
+    view->verticalScrollBar()->setValue(14);
+    QCOMPARE(view->rowAt(0), 14);
+
+    window.widget.check_CMD(path);
+    QCoreApplication::processEvents();
+
+    QCOMPARE(window.tableModel->rowCount(), 40);
+    QCOMPARE(view->rowAt(0), 0);
 }
 
 SANDBOXED_TEST_MAIN(TestWidgetLists)
