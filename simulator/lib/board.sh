@@ -30,7 +30,7 @@ install_programs() {
     local directory=$1 name
     install -m 755 "$build/zul_upgrade" "$build/simulator/zul_watchdog" "$build/simulator/ts_calibrate" "$directory"
     for name in $application_programs; do install -m 755 "$build/simulator/zul_application" "$directory/$name"; done
-    install -m 755 "$simulator/programs/zul_version" "$directory"
+    install -m 755 "$simulator"/programs/{zul_version,hold,note} "$directory"
     install -m 644 "$simulator/../packaging/fonts/fonts.conf" "$directory"
 }
 

@@ -74,10 +74,79 @@ command_started() {
     logged " tool +#+ $1\$"
 }
 
+# --- Commands that are at work until the scenario says so: "hold NAME", and "note NAME", in a catalogue ------------------
+
+# holds NAME - whether "hold NAME" is at work.
+holds() {
+    noted "$1 begins" && fails noted "$1 ends"
+}
+
+let_go() {
+    touch "$state/tmp/let-go-$1"
+}
+
+noted() {
+    grep -qxF -- "$1" "$state/tmp/notes" 2>/dev/null
+}
+
+# notes_are LINE... - whether just this was noted, in this order.
+notes_are() {
+    [[ $(cat "$state/tmp/notes" 2>/dev/null) == "$(printf '%s\n' "$@")" ]]
+}
+
+# hold_calibration - the calibration program is one that is at work until it is let go.
+hold_calibration() {
+    in_board cp "$programs/hold" "$programs/ts_calibrate"
+}
+
+# variant MEDIUM SED_SCRIPT - a copy of a medium of media/ with another catalogue. Prints where it is.
+variant() {
+    local copy
+    copy=$(mktemp -d /mnt/medium-XXXXXX)
+    cp -R "$simulator/media/$1/." "$copy"
+    sed -i -E "$2" "$copy/zul_install/system.ini"
+    echo "$copy"
+}
+
+# at_work MEDIUM NAME - a direct medium is taken up, and its "hold NAME" is at work.
+at_work() {
+    plug sd "$1"
+    medium_taken_up /media/mmcblk1p1
+    must "$2 is at work" within 60 holds "$2"
+}
+
+# pulled_and_plugged_again MEDIUM - while a command is at work.
+pulled_and_plugged_again() {
+    unplug sd
+    given_back
+    mark
+    plug sd "$1"
+    medium_taken_up /media/mmcblk1p1
+}
+
+# the_new_batch_waits - the command that is at work is not disturbed, and nothing begins beside it.
+the_new_batch_waits() {
+    let_pass 5
+    check "nothing begins while the old command is at work" fails logged ' tool +#+ .'
+}
+
+# ended_without_a_word - the command of the replaced batch has ended, and nobody is asked to unplug. Sets the mark: what
+# is logged behind it is the new batch's.
+ended_without_a_word() {
+    must "the old command ends" wait_for_log ' tool +#+ $' 20
+    mark
+    check "nobody is asked to unplug for it" fails within 1 message_shown
+}
+
 # queue_holds KEY "BYTES MESSAGES" - what waits in the board's queue whose key begins so; the tool's own with 0x8f,
 # from the project id 143.
 queue_holds() {
     [[ $(in_board ipcs -q | awk -v key="$1" 'index($1, key) == 1 && $4 == 666 {print $5, $6}') == "$2" ]]
+}
+
+# message_shown - whether a request to unplug is shown: no other text is as wide.
+message_shown() {
+    [[ $(message_width) -gt 500 ]]
 }
 
 # message_is sd|usb|other - which of the three requests to unplug is shown, told by its length: with the fonts of

@@ -1,19 +1,15 @@
 # shellcheck shell=bash
-# The run list is rebuilt under the worker: the batch stops after the command that is running, and the tool lives on.
+# The run list is emptied under the worker: the batch stops after the command that is running, and the tool lives on.
 
 board_is_up
 plug sd continue
 medium_taken_up /media/mmcblk1p1
 choose 2 1
 confirm_choice
-must "the slow command runs" within 20 command_started "Slow operation"
-must "its program runs" within 10 in_board pgrep -f 'sleep 8$'
-unplug sd
-given_back
-mark
-plug sd continue
-medium_taken_up /media/mmcblk1p1
+must "the slow command is at work" within 20 holds slow
+pulled_and_plugged_again continue
 must "the list page is back" within 10 list_page_shown
+let_go slow
 must "the slow command ends" wait_for_log ' tool +#+ $' 20
 let_pass 5
 check "the command behind it does not start" fails command_started "Quick operation"

@@ -6,7 +6,7 @@ plug sd continue
 medium_taken_up /media/mmcblk1p1
 choose 2
 confirm_choice
-must "a command runs" within 20 command_started "Slow operation"
+must "a command is at work" within 20 holds slow
 in_board killall -KILL zul_upgrade
 must "the tool is gone" within 10 fails running zul_upgrade
 check "its link is still there" link_points_at /media/mmcblk1p1

@@ -1,0 +1,23 @@
+# shellcheck shell=bash
+# The same with ENDGAME: the operations that were confirmed last, then "sync" and "reboot", each once.
+
+medium=$(variant held 's/^ENDGAME=.*/ENDGAME=true/')
+board_is_up
+plug sd "$medium"
+medium_taken_up /media/mmcblk1p1
+choose 1 2 3
+confirm_choice
+must "the held command is at work" within 20 holds held
+pulled_and_plugged_again "$medium"
+must "the list page is shown" within 10 list_page_shown
+choose 2
+confirm_choice
+the_new_batch_waits
+check "nothing was restarted yet" fails logged ' stand-in '
+let_go held
+ended_without_a_word
+must "reboot is called" wait_for_log ' stand-in +reboot$' 60
+check "the operation ran once, and none of the old batch" notes_are "held begins" "held ends" first
+check "sync was called once" logged_times 1 ' stand-in +sync$'
+check "in their order" in_order ' tool +#+ First operation$' ' tool +#+ Save data$' ' tool +#+ Reboot system$'
+must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
