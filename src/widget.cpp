@@ -573,6 +573,8 @@ void Widget::quitAndReboot()
 
 void Widget::startBatch()
 {
+    // What the worker has still to say of an earlier batch comes first, or it would stand over this one.
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     ui->information->clear(); // an earlier batch's request to unplug must not stand over this one
     ui->widget->hide();
     ui->widget_2->show();

@@ -97,6 +97,8 @@ private slots:
     void secondMediumReusesModelsAndCountdown();
     void secondMediumShowsTheSelectionPageAfterABatch();
     void batchOfTheSecondMediumStartsWithoutTheFirstOnesMessage();
+    void lateWordsOfTheWorkerDoNotStandOverTheNextBatch_data();
+    void lateWordsOfTheWorkerDoNotStandOverTheNextBatch();
     void swappedMediumIsTakenOnThePollAfterTheOneThatMissedTheFirst();
 };
 
@@ -711,6 +713,39 @@ void TestWidgetMedium::batchOfTheSecondMediumStartsWithoutTheFirstOnesMessage()
     window.poll();
     QVERIFY(!window.child<QWidget>("widget")->isVisible());
     QCOMPARE(window.labelText("information"), QString());
+}
+
+void TestWidgetMedium::lateWordsOfTheWorkerDoNotStandOverTheNextBatch_data()
+{
+    QTest::addColumn<QByteArray>("word");
+    QTest::newRow("the end of the batch") << QByteArray("slotsState_end");
+    QTest::newRow("a calibration") << QByteArray("slotstsCalibrate");
+    QTest::newRow("a command") << QByteArray("slotsStateChange");
+}
+
+void TestWidgetMedium::lateWordsOfTheWorkerDoNotStandOverTheNextBatch()
+{
+    QFETCH(const QByteArray, word);
+    FakeDf df;
+    TestWindow window;
+    makeMedium("/mnt/sda1", "[system]\nCMD_Type=a\n[CMD]\na=A@one\n");
+    df.lists({usbDrive});
+    // As from the worker's thread, while the window is busy taking up the medium.
+    QGenericArgument argument;
+    const bool shown = false;
+    const QString name = "Old operation";
+    if (word == "slotstsCalibrate")
+        argument = Q_ARG(bool, shown);
+    else if (word == "slotsStateChange")
+        argument = Q_ARG(QString, name);
+    QVERIFY(QMetaObject::invokeMethod(&window.widget, word.constData(), Qt::QueuedConnection, argument));
+
+    window.poll();
+    QCoreApplication::processEvents();
+
+    QCOMPARE(commandsOf(window.runList), QStringList({"one"}));
+    QCOMPARE(window.labelText("information"), QString());
+    QVERIFY(window.child<QWidget>("widget_2")->isVisible());
 }
 
 void TestWidgetMedium::swappedMediumIsTakenOnThePollAfterTheOneThatMissedTheFirst()
