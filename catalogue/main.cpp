@@ -96,9 +96,11 @@ int fail(int exitCode, const QString &message)
 void takeControllersScreen()
 {
     const QString here = QFileInfo(QFile::symLinkTarget("/proc/self/exe")).path();
-    for (const QString &fonts : {here + "/fonts.conf", here + "/../share/zul-catalogue/fonts.conf"}) {
-        if (QFileInfo::exists(fonts))
-            qputenv("FONTCONFIG_FILE", QFile::encodeName(fonts));
+    const QString fonts = QFileInfo(here + "/../share/zul-catalogue").canonicalFilePath();
+    qunsetenv("FONTCONFIG_SYSROOT");
+    if (!fonts.isEmpty()) {
+        qputenv("FONTCONFIG_FILE", QFile::encodeName(fonts + "/fonts.conf"));
+        qputenv("FONTCONFIG_SYSROOT", QFile::encodeName(fonts + "/root"));
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_FONT_DPI", "64");

@@ -10,10 +10,12 @@ prepare_board() {
     mkdir "$state"/{media,stand-ins,programs,tmp}
     programs=$state/programs
     board_tmp=$state/tmp
+    tool_share=$state/share
     mkdir -m 700 "$board_tmp/runtime"
     : >"$state/stand-ins.log"
     : >"$state/mounts"
     install_programs "$programs"
+    "$simulator/../packaging/fonts/install-fonts" "$tool_share" "$tool_share/cache"
     install_stand_ins
 }
 

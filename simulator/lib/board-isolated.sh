@@ -7,6 +7,7 @@
 
 programs=/opt/zul
 board_tmp=/tmp
+tool_share=/usr/share/zul-upgrade
 
 # What a controller's programs may not do, because it would not stay inside.
 readonly denied_capabilities="-sys_boot,-sys_admin,-sys_module,-sys_rawio,-mknod,-sys_time,-sys_ptrace,-net_admin,-sys_chroot,-syslog,-dac_read_search"
@@ -19,6 +20,7 @@ prepare_board() {
     chmod 1777 "$state/tmp" "$state/tmp/.X11-unix"
     : >"$state/stand-ins.log"
     install_programs "$state/programs"
+    "$simulator/../packaging/fonts/install-fonts" "$tool_share" /var/cache/zul-upgrade "$state/share"
     # Shared, so that a medium that is mounted here appears on the board, and goes from there when it is unmounted.
     mount -t tmpfs -o mode=755 media "$state/media"
     mount --make-shared "$state/media"

@@ -31,7 +31,12 @@ install_programs() {
     install -m 755 "$build/zul_upgrade" "$build/simulator/zul_watchdog" "$build/simulator/ts_calibrate" "$directory"
     for name in $application_programs; do install -m 755 "$build/simulator/zul_application" "$directory/$name"; done
     install -m 755 "$simulator"/programs/{zul_version,hold,note} "$directory"
-    install -m 644 "$simulator/../packaging/fonts/fonts.conf" "$directory"
+}
+
+# shipped_environment - the settings that the package brings, without those of the frame buffer.
+shipped_environment() {
+    sed -n -e '/^QT_QPA_/d' -e "s|/usr/share/zul-upgrade|$tool_share|" -e '/^[A-Z_]*=/p' \
+        "$simulator/../packaging/zul_upgrade.default"
 }
 
 # start_board - everything up to the tool waiting for a medium.
@@ -39,7 +44,8 @@ start_board() {
     require_programs
     prepare_board
     start_transcript "$state"
-    tool_environment=(QT_FONT_DPI=64 "FONTCONFIG_FILE=$programs/fonts.conf" "XDG_RUNTIME_DIR=$board_tmp/runtime")
+    mapfile -t tool_environment < <(shipped_environment)
+    tool_environment+=("XDG_RUNTIME_DIR=$board_tmp/runtime")
     start_screen
     board_environment_is
     power_on
