@@ -5,6 +5,8 @@
 
 int main(int argc, char *argv[])
 {
+    // The question's buttons are the same on every controller, and no icon theme is searched for them.
+    QApplication::setDesktopSettingsAware(false);
     QApplication application(argc, argv);
     // The window hides between media; only the abort question and the countdown may end the program.
     QApplication::setQuitOnLastWindowClosed(false);

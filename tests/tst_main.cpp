@@ -137,6 +137,7 @@ private slots:
     void nothingIsShownWithoutAMedium();
     void aMediumShowsTheWindow();
     void aProgramWithHiddenWindowsDoesNotQuit();
+    void noIconThemeIsSearchedForTheQuestion();
     void theArgumentsGoToTheApplication();
     void theExitCodeIsTheEventLoops();
     void aBatchInProgressDoesNotHoldUpTheEnd();
@@ -262,6 +263,19 @@ void TestMain::aProgramWithHiddenWindowsDoesNotQuit()
 
     QVERIFY(report.contains("quitsWithLastWindow"));
     QVERIFY(!report.value("quitsWithLastWindow").toBool());
+}
+
+/// What it looks like then is a test with a real screen.
+void TestMain::noIconThemeIsSearchedForTheQuestion()
+{
+    FakeDf df;
+    Tool tool;
+    QVERIFY(tool.start());
+
+    const QJsonObject report = tool.report();
+
+    QVERIFY(report.contains("desktopSettings"));
+    QVERIFY(!report.value("desktopSettings").toBool());
 }
 
 void TestMain::theArgumentsGoToTheApplication()

@@ -40,7 +40,8 @@ QJsonObject textsOf(const char *className)
 /// Says what an application looks like from inside, without a change to the application: Qt loads it because
 /// the environment asks for it. It takes these lines from standard input:
 ///
-///     report      prints one line of JSON: arguments, style, quitsWithLastWindow, shown, window, question
+///     report      prints one line of JSON: arguments, style, quitsWithLastWindow, desktopSettings,
+///                 shown, window, question
 ///     quit CODE   ends the event loop with this exit code
 class Probe : public QObject
 {
@@ -91,6 +92,7 @@ void Probe::report() const
         {"arguments", QJsonArray::fromStringList(QCoreApplication::arguments())},
         {"style", QApplication::style()->objectName()},
         {"quitsWithLastWindow", QGuiApplication::quitOnLastWindowClosed()},
+        {"desktopSettings", QGuiApplication::desktopSettingsAware()},
         {"shown", shown},
         {"window", textsOf("Widget")},
         {"question", textsOf("QMessageBox")},
