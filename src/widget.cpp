@@ -485,9 +485,12 @@ void Widget::buildQuestionBox()
                           "QPushButton{background:lightgray;border:1px solid;border-radius:5px;"
                           "min-width:100px;min-height:50px;}");
     msgBox->setFont(QFont("Arial", 18, QFont::Bold));
-    // The style sheet keeps the box's font from its buttons, and the default one is too small to read.
-    for (QAbstractButton *button : msgBox->buttons())
+    // The style sheet keeps the box's font from its buttons, and the default one is too small to read. And
+    // whether they have icons is up to the platform: on the frame buffer they have none.
+    for (QAbstractButton *button : msgBox->buttons()) {
         button->setFont(msgBox->font());
+        button->setIcon(QIcon());
+    }
 }
 
 bool Widget::isAnsweredYes(const QString &question)

@@ -12,11 +12,13 @@ static_assert(sizeof(QTimer) && sizeof(WatchDogFeed) && sizeof(MyMessageType) &&
 #include "support/sandboxed.h"
 #include "support/testwindow.h"
 
+#include <QAbstractButton>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QListView>
 #include <QMetaMethod>
 #include <QPointer>
+#include <QProxyStyle>
 #include <QScrollBar>
 
 #include <algorithm>
@@ -44,6 +46,7 @@ private slots:
 
     void questionBoxIsBuilt();
     void questionBoxLooksAsDesigned();
+    void questionBoxHasNoIconsEvenIfThePlatformWantsThem();
     void questionBoxTitleIsTranslated();
 
     void pollTimerRunsEveryThreeSecondsWithoutParent();
@@ -201,6 +204,30 @@ void TestWidgetStart::questionBoxLooksAsDesigned()
     QCOMPARE(box.font().pointSize(), 18);
     QCOMPARE(box.font().weight(), 75);
     QCOMPARE(box.font().italic(), false);
+}
+
+void TestWidgetStart::questionBoxHasNoIconsEvenIfThePlatformWantsThem()
+{
+    class Icons : public QProxyStyle
+    {
+    public:
+        int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                      QStyleHintReturn *data) const override
+        {
+            return hint == SH_DialogButtonBox_ButtonsHaveIcons
+                       ? 1
+                       : QProxyStyle::styleHint(hint, option, widget, data);
+        }
+    };
+    const QString style = QApplication::style()->objectName();
+    QApplication::setStyle(new Icons);
+    const QMessageBox ordinary(QMessageBox::NoIcon, "", "", QMessageBox::Yes);
+    TestWindow window;
+    QApplication::setStyle(style);
+
+    QVERIFY(!ordinary.buttons().first()->icon().isNull());
+    for (const QAbstractButton *button : window.msgBox->buttons())
+        QVERIFY(button->icon().isNull());
 }
 
 void TestWidgetStart::questionBoxTitleIsTranslated()
