@@ -1,0 +1,42 @@
+#!/usr/bin/env python3
+"""Measures zul_catalogue check on catalogues of 10 and of 10,000 operations.
+
+Usage: bench/groups/check.py PROGRAM REPETITIONS
+
+Prints lines "check<TAB>OPERATIONS<TAB>tool<TAB>milliseconds".
+"""
+
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+
+def make_medium(directory, operations):
+    numbers = range(1, operations + 1)
+    names = ",".join(f"op{number}" for number in numbers)
+    commands = "".join(
+        f'op{number}="Copy file number {number}@cp -f /var/log/app/{number} /opt/app/{number}"\n' for number in numbers
+    )
+    (directory / "zul_install").mkdir(parents=True)
+    (directory / "zul_install/system.ini").write_text(f'[system]\nCMD_List="{names}"\n\n[CMD]\n{commands}')
+
+
+def main():
+    program, repetitions = sys.argv[1], int(sys.argv[2])
+    with tempfile.TemporaryDirectory() as scratch:
+        for operations in (10, 10000):
+            medium = Path(scratch) / str(operations)
+            make_medium(medium, operations)
+            for _ in range(repetitions):
+                begin = time.monotonic()
+                # It finds something, that the files are missing, so its exit code is not 0.
+                checked = subprocess.run([program, "check", medium], capture_output=True)
+                milliseconds = 1000 * (time.monotonic() - begin)
+                if checked.returncode < 0 or not checked.stdout:
+                    raise SystemExit(f"check: {program} says nothing of {operations} operations")
+                print("check", operations, "tool", milliseconds, sep="\t")
+
+
+main()

@@ -1,0 +1,9 @@
+// Baseline: what any program with Qt Widgets costs before it has done anything.
+
+#include <QApplication>
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    return QApplication::exec();
+}

@@ -1,0 +1,239 @@
+#!/usr/bin/env python3
+"""Makes the table of bench/run from its samples, and puts it into the document.
+
+Usage: bench/report.py SAMPLES GROUPS [--before] [--board-figures FILE] [--document FILE]
+
+SAMPLES has lines "group<TAB>row<TAB>subject<TAB>value", one a repetition. GROUPS is a list with commas of those
+whose rows have to be there. The document's part between its two marks is replaced, as the rest is written by hand; a
+document that does not exist gets the table alone. Ends with 1 when a row has no figure or no baseline.
+"""
+
+import argparse
+import collections
+import ctypes
+import datetime
+import os
+import re
+import sys
+from pathlib import Path
+
+BEGIN = "<!-- bench/run writes from here -->"
+END = "<!-- to here -->"
+BOARD = "**On the virtual board**"
+HEAD = ["| figure | the tool | baseline | ratio | what the baseline is | goal |", "|---|---|---|---|---|---|"]
+
+TITLES = {
+    "instructions": "**Start: instructions from launch to event loop, million**",
+    "start": "**Start: time and memory from launch to event loop**",
+    "idle": "**Waiting for a medium**",
+    "screen": "**On the screen, in milliseconds**",
+    "table": "**Rebuilding the status table, in milliseconds**",
+    "catalogue": "**Reading a catalogue until its list is painted, in milliseconds**",
+    "check": "**`zul_catalogue check`, in milliseconds**",
+}
+
+SURROUNDINGS = {
+    "shipped": "as shipped",
+    "shipped, icons": "as shipped, on X with icon themes",
+    "system": "the system's own fonts, on X with icon themes",
+}
+FORM = "a program that only builds the form and the question"
+FORM_AND_BARS = "the same, with the scroll bars' sheets"
+NOTHING = "an empty Qt program"
+BEFORE = "the tool before, as it was shipped"
+GROWTH = "the same growth of the baseline"
+
+
+class Row:
+    """One figure. `goal` is the greatest ratio that is wanted, where one is."""
+
+    def __init__(self, group, key, text, baseline, what, digits=1, goal=None):
+        self.group, self.key, self.text = group, key, text
+        self.baseline, self.what, self.digits, self.goal = baseline, what, digits, goal
+
+    def cells(self, samples):
+        tool, baseline = samples[self.key + ("tool",)], samples[self.key_of_baseline()]
+        return [self.text, spread(tool, self.digits), spread(baseline, self.digits), *self.judged(tool, baseline)]
+
+    def key_of_baseline(self):
+        return self.key + (self.baseline,)
+
+    def judged(self, tool, baseline):
+        if not tool or not baseline or min(tool) <= 0 or min(baseline) <= 0:
+            return ["", self.what, "not measured"]
+        ratio = middle(tool) / middle(baseline)
+        goal = ""
+        if self.goal:
+            goal = f"≤ {self.goal:g}: {'held' if ratio <= self.goal else 'missed'}"
+        return [f"{ratio:.2f}", self.what, goal]
+
+
+class Growth(Row):
+    """How many times more the larger amount costs, of the tool and of the baseline."""
+
+    def __init__(self, group, row, smaller, larger, unit, baseline, what):
+        super().__init__(group, (row, larger), f"from {smaller} to {larger} {unit}, times", baseline, what)
+        self.row, self.smaller, self.larger = row, plain(smaller), plain(larger)
+
+    def cells(self, samples):
+        grown = [self.growth(samples, "tool"), self.growth(samples, self.baseline)]
+        return [self.text, *(spread(growth, 1) for growth in grown), *self.judged(*grown)]
+
+    def growth(self, samples, subject):
+        small, large = samples[(self.row, self.smaller, subject)], samples[(self.row, self.larger, subject)]
+        return [middle(large) / middle(small)] if small and large else []
+
+
+def plain(number):
+    return number.replace(",", "")
+
+
+def middle(values):
+    return sorted(values)[len(values) // 2]
+
+
+def spread(values, digits):
+    if not values:
+        return "–"
+    texts = [f"{value:,.{digits}f}" for value in (middle(values), min(values), max(values))]
+    return texts[0] if texts[1] == texts[2] else f"{texts[0]} ({texts[1]} to {texts[2]})"
+
+
+def instruction_rows(before):
+    for surroundings, text in SURROUNDINGS.items():
+        key = ("start", f"instructions, {surroundings}")
+        shipped = surroundings == "shipped"
+        yield Row("instructions", key, text, "form only", FORM, goal=1.05 if shipped else None)
+        yield Row("instructions", key, text, "form and bars", FORM_AND_BARS, goal=1.05 if shipped else None)
+        yield Row("instructions", key, text, "do nothing", NOTHING)
+        if before:
+            yield Row("instructions", key, text, "before", BEFORE, goal=0.9 if shipped else None)
+
+
+def start_rows(before):
+    for surroundings, where in SURROUNDINGS.items():
+        key = ("start", f"wall, {surroundings}")
+        yield Row("start", key, f"time, ms, {where}", "form only", FORM)
+        if before:
+            yield Row("start", key, f"time, ms, {where}", "before", BEFORE)
+    for what in ("resident", "peak"):
+        key = ("start", f"{what}, shipped")
+        yield Row("start", key, f"{what} memory, MB, as shipped", "form only", FORM, goal=1.02)
+        yield Row("start", key, f"{what} memory, MB, as shipped", "do nothing", NOTHING)
+        if before:
+            yield Row("start", key, f"{what} memory, MB, as shipped", "before", BEFORE)
+
+
+def life_rows():
+    yield Row("idle", ("idle", "processor"), "processor time while idle, ms", "loop", "`while sleep 3; do df; done` beside it")
+    for program in ("yad", "zenity"):
+        yield Row("screen", ("screen", "list"), "from noticing a medium to its list painted", program,
+                  f"`{program} --list` from its start to its list painted")  # fmt: skip
+    for program in ("yad", "zenity"):
+        yield Row("screen", ("screen", "tap"), "from a tap to its effect painted", program,
+                  f"a tap on a row of `{program} --list`")  # fmt: skip
+    yield Row("screen", ("screen", "waiting"), "from a medium to noticing it", "loop",
+              "`until df \\| grep -q /dev/mmc; do sleep 3; done` beside it", 0)  # fmt: skip
+
+
+def size_rows():
+    for count in ("12", "100", "1,000", "10,000"):
+        goal = 0.2 if count == "1,000" else None
+        yield Row("table", ("table", plain(count)), f"{count} rows", "cell by cell", "every cell set on its own", 3, goal)
+    for smaller, larger in (("100", "1,000"), ("1,000", "10,000")):
+        yield Growth("table", "table", smaller, larger, "rows", "cell by cell", GROWTH)
+    for count in ("10", "1,000", "10,000"):
+        yield Row("catalogue", ("catalogue", plain(count)), f"{count} operations", "settings reader",
+                  "Qt's settings reader alone: the file and all its keys", 3)  # fmt: skip
+    yield Growth("catalogue", "catalogue", "1,000", "10,000", "operations", "settings reader", GROWTH)
+    yield Row("check", ("check", "10000"), "10,000 operations", "10", "10 operations")
+
+
+def rows(before):
+    return [*instruction_rows(before), *start_rows(before), *life_rows(), *size_rows()]
+
+
+def read_samples(path):
+    samples = collections.defaultdict(list)
+    for line in Path(path).read_text().splitlines():
+        group, row, subject, value = line.split("\t")
+        samples[(group, row, subject)].append(float(value))
+    samples[("check", "10000", "10")] = samples[("check", "10", "tool")]
+    return samples
+
+
+def line_of(cells):
+    return "| " + " | ".join(cells) + " |"
+
+
+def table(samples, groups, before):
+    """The lines of the measured groups, and whether a figure is missing."""
+    lines, missing = [], False
+    for group in groups:
+        lines.append(line_of([TITLES[group], "", "", "", "", ""]))
+        for row in rows(before):
+            if row.group == group:
+                cells = row.cells(samples)
+                missing = missing or cells[-1] == "not measured"
+                lines.append(line_of(cells))
+    return lines, missing
+
+
+def board_rows(path, document):
+    """The rows of a full run on the virtual board, or those that the document has."""
+    if path:
+        made = datetime.date.fromtimestamp(Path(path).stat().st_mtime)
+        lines = [line_of([f"{BOARD}, run of {made}", "", "", "", "", ""])]
+        for line in Path(path).read_text().splitlines():
+            figure, tool, baseline, what = line.split("\t")
+            lines.append(line_of([figure, tool, baseline, "", what, ""]))
+        return lines
+    kept = []
+    for line in document.splitlines():
+        if line.startswith("| " + BOARD) or (kept and line.startswith("|")):
+            kept.append(line)
+        elif kept:
+            break
+    return kept
+
+
+def machine():
+    """This computer in words."""
+    processor = re.search(r"model name\s*: (.*)|Hardware\s*: (.*)", Path("/proc/cpuinfo").read_text())
+    memory = int(re.search(r"MemTotal: *(\d+)", Path("/proc/meminfo").read_text()).group(1)) / 2**20
+    system = re.search(r'PRETTY_NAME="(.*)"', Path("/etc/os-release").read_text()).group(1)
+    core = ctypes.CDLL("libQt5Core.so.5")
+    core.qVersion.restype = ctypes.c_char_p
+    name = processor.group(1) or processor.group(2) if processor else os.uname().machine
+    return f"{name}, {os.cpu_count()} cores, {memory:.0f} GB of memory, {system}, Qt {core.qVersion().decode()}"
+
+
+def write(path, lines):
+    if not path.exists():
+        path.write_text("\n".join([*lines, ""]))
+        return
+    text = path.read_text()
+    before, rest = text.split(BEGIN, 1)
+    after = rest.split(END, 1)[1]
+    path.write_text("\n".join([before + BEGIN, "", *lines, "", END + after]))
+
+
+def main():
+    parser = argparse.ArgumentParser(usage=__doc__)
+    parser.add_argument("samples")
+    parser.add_argument("groups")
+    parser.add_argument("--before", action="store_true")
+    parser.add_argument("--board-figures")
+    parser.add_argument("--document", type=Path)
+    options = parser.parse_args()
+    lines, missing = table(read_samples(options.samples), options.groups.split(","), options.before)
+    kept = options.document.read_text() if options.document and options.document.exists() else ""
+    lines = [f"{datetime.date.today()}: {machine()}.", "", *HEAD, *lines, *board_rows(options.board_figures, kept)]
+    print("\n".join(lines))
+    if missing:
+        sys.exit("report: not every figure could be measured")
+    if options.document:
+        write(options.document, lines)
+
+
+main()
