@@ -7,6 +7,7 @@ how fast the emulation is, so the limits are generous and nothing sleeps for a f
 import json
 import os
 import re
+import select
 import shutil
 import signal
 import socket
@@ -126,27 +127,34 @@ class Console:
             except BlockingIOError:
                 time.sleep(PAUSE_BETWEEN_LOOKS)
 
-    def _look_for(self, pattern):
-        self._receive()
-        return re.search(pattern, self.text, re.DOTALL)
+    def _wait_for(self, pattern, limit, what):
+        """Looks whenever something comes: the line holds a few hundred bytes, and stands still when it is full."""
+        end = time.monotonic() + limit
+        while True:
+            self._receive()
+            found = re.search(pattern, self.text)
+            if found:
+                return found
+            if time.monotonic() > end:
+                raise Timeout(f"not within {limit} s: {what}")
+            select.select([self.connection], [], [], PAUSE_BETWEEN_LOOKS)
 
     def wait_for_shell(self, limit):
         """Returns when the shell of a new start says that it is there. Nothing is typed before: what the serial
         line receives while nobody reads it can block it for good."""
-        wait_until(lambda: self._look_for("console ready\n"), limit, "a shell on the serial line")
+        self._wait_for("console ready\n", limit, "a shell on the serial line")
 
     def run(self, command, limit=COMMAND_LIMIT):
         """Runs a command; returns its exit code and what it printed."""
         self.count += 1
         self.text = ""
         self._send(f"{{ {command}\n}} </dev/null 2>&1; echo \"<$?=$((1000 + {self.count}))>\"\n")
-        end = rf"(.*)<(\d+)={1000 + self.count}>\n"
-        found = wait_until(lambda: self._look_for(end), limit, f"end of: {command}")
-        return int(found.group(2)), found.group(1)
+        end = self._wait_for(rf"<(\d+)={1000 + self.count}>\n", limit, f"end of: {command}")
+        return int(end.group(1)), self.text[: end.start()]
 
     def wait_for_text(self, pattern, limit):
         """Everything that has come since the last command, once the pattern is in it."""
-        wait_until(lambda: self._look_for(pattern), limit, f"on the serial line: {pattern}")
+        self._wait_for(pattern, limit, f"on the serial line: {pattern}")
         return self.text
 
     def close(self):
