@@ -120,8 +120,8 @@ class Controller:
         self.figures = []  # name, value, value of the baseline
 
     @staticmethod
-    def say(text):
-        print("  ", text, flush=True)
+    def say(*words):
+        print("  ", *words, flush=True)
 
     def photograph(self, name):
         if self.pictures:

@@ -4,6 +4,7 @@ Everything that waits takes a limit in seconds and raises Timeout when it is ove
 how fast the emulation is, so the limits are generous and nothing sleeps for a fixed time before it looks.
 """
 
+import contextlib
 import json
 import os
 import re
@@ -20,6 +21,7 @@ PAUSE_BETWEEN_LOOKS = 0.2
 # From power to a system that has started everything: half a minute on an idle computer, much more on a busy one.
 START_LIMIT = 1200
 COMMAND_LIMIT = 300
+INTERRUPT_LIMIT = 60
 TABLET_MAXIMUM = 0x7FFF
 WIDTH, HEIGHT = 800, 480
 
@@ -95,7 +97,8 @@ class Monitor:
         return sum(1 for entry in self.events[since:] if entry["event"] == event)
 
     def close(self):
-        self.lines.close()
+        with contextlib.suppress(BrokenPipeError):  # what was still to be said to a machine that has ended
+            self.lines.close()
         self.connection.close()
 
 
@@ -108,6 +111,7 @@ class Console:
         self.log = open(log, "ab", buffering=0)
         self.text = ""
         self.count = 0
+        self.is_at_work = False  # with a command that was given up
 
     def _receive(self):
         try:
@@ -143,14 +147,28 @@ class Console:
         """Returns when the shell of a new start says that it is there. Nothing is typed before: what the serial
         line receives while nobody reads it can block it for good."""
         self._wait_for("console ready\n", limit, "a shell on the serial line")
+        self.is_at_work = False
 
     def run(self, command, limit=COMMAND_LIMIT):
-        """Runs a command; returns its exit code and what it printed."""
+        """Runs a command; returns its exit code and what it printed. One that does not end within the limit is
+        interrupted when the next one comes."""
+        if self.is_at_work:
+            self._interrupt()
+        self.is_at_work = True
+        self._type(f"{{ {command}\n}} </dev/null 2>&1; echo \"<$?=$((1000 + {self.count + 1}))>\"\n")
+        end = self._wait_for(rf"<(\d+)={1000 + self.count}>\n", limit, f"end of: {command}")
+        self.is_at_work = False
+        return int(end.group(1)), self.text[: end.start()]
+
+    def _type(self, text):
         self.count += 1
         self.text = ""
-        self._send(f"{{ {command}\n}} </dev/null 2>&1; echo \"<$?=$((1000 + {self.count}))>\"\n")
-        end = self._wait_for(rf"<(\d+)={1000 + self.count}>\n", limit, f"end of: {command}")
-        return int(end.group(1)), self.text[: end.start()]
+        self._send(text)
+
+    def _interrupt(self):
+        """Returns when the shell listens again."""
+        self._type(f"\x03\necho \"<listens=$((1000 + {self.count + 1}))>\"\n")
+        self._wait_for(f"<listens={1000 + self.count}>\n", INTERRUPT_LIMIT, "the shell after an interrupted command")
 
     def wait_for_text(self, pattern, limit):
         """Everything that has come since the last command, once the pattern is in it."""
@@ -201,6 +219,7 @@ class Machine:
         self.process = None
         self.monitor = None
         self.console = None
+        self.start = 0  # the count of events when the system had started
         self.overlay = os.path.join(folder, "disk.qcow2")
         self.plugged_usb = None
         self.usb_count = 0
@@ -263,6 +282,11 @@ class Machine:
             "the system has started",
         )
         self.wait_for("systemctl is-active board-touchscreen", limit)
+        self.start = self.monitor.count()
+
+    def is_restarting(self):
+        """Whether there was a reset that nobody has waited for yet."""
+        return self.monitor.happened("RESET", self.start) > 0
 
     def cut_power(self):
         """Without warning: the machine's process is killed."""

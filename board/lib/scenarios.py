@@ -6,8 +6,10 @@ A scenario starts at rest: no medium, the application on the screen, a tool that
 import glob
 import os
 import re
+import shutil
 
 import figures
+import traces
 from controller import (
     CANCEL,
     DETAILS,
@@ -23,7 +25,7 @@ from controller import (
     shows_time_left,
     shows_unplug_message,
 )
-from machine import HEIGHT, WIDTH, wait_until
+from machine import HEIGHT, WIDTH, Timeout, wait_until
 
 # A whole batch, and the reboot that may follow it.
 BATCH = 600
@@ -584,6 +586,50 @@ def three_power_cuts(c):
 def twenty_power_cuts(c):
     every = [(number, moment) for number in range(1, FILES + 1) for moment in MOMENTS]
     power_cuts(c, every + every[:8])
+
+
+# --- Traces -------------------------------------------------------------------------------------------------
+
+
+def expect_traces(c, mark):
+    """What is kept of a scenario that fails now holds what was in the journal before."""
+    folder = traces.keep(c, "provoked")
+    try:
+        with open(os.path.join(folder, "journal.txt"), encoding="utf-8") as journal:
+            assert re.search(rf"board-mark\S*: {mark}\n", journal.read()), "no mark in the kept journal"
+        assert os.path.getsize(os.path.join(folder, "console.log")), "nothing is kept of the serial line"
+    finally:
+        shutil.rmtree(folder)
+
+
+@scenario(EVERYDAY)
+def traces_of_a_command_that_does_not_end_hold_the_journal(c):
+    mark = c.mark()
+    try:
+        c.board.shell("sleep 6000", limit=1)
+    except Timeout:
+        expect_traces(c, mark)
+    else:
+        raise AssertionError("the command has ended")
+    assert not c.board.holds("pgrep -x sleep"), "the command goes on"
+
+
+@scenario(FULL)
+def traces_of_a_reboot_hold_the_journal(c):
+    mark = c.mark()
+    start = c.board.monitor.count()
+    c.board.shell("(sleep 1; reboot) >/dev/null 2>&1 &")
+    c.board.wait_for_reset(BATCH, start)
+    expect_traces(c, mark)
+
+
+@scenario(FULL)
+def traces_of_a_machine_that_has_ended_hold_the_journal(c):
+    mark = c.mark()
+    c.board.shell("journalctl --sync && sync")
+    c.board.process.kill()
+    c.board.process.wait()
+    expect_traces(c, mark)
 
 
 # --- Figures ------------------------------------------------------------------------------------------------

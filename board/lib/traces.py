@@ -1,0 +1,54 @@
+"""What is kept of a scenario that has failed, for who has to find out."""
+
+import os
+import shutil
+import tempfile
+
+import machine
+
+LINES = 500
+# Of a board that may be in any state, or not be there any more.
+PROBLEMS = (OSError, RuntimeError, ValueError, AttributeError, machine.Timeout)
+
+
+def keep(controller, name):
+    """The last screen, the journal and everything that came over the serial line. Returns their folder."""
+    folder = tempfile.mkdtemp(prefix=f"zul-board-{name}-")
+    board = controller.board
+    attempt(controller, lambda: board.photograph(os.path.join(folder, "screen.png")))
+    journal = os.path.join(folder, "journal.txt")
+    if not attempt(controller, lambda: keep_journal(board, journal)):
+        controller.say("starting again for the journal on the disk")
+        attempt(controller, lambda: keep_journal_of_the_disk(board, journal))
+    for file in ("console.log", "qemu.log"):
+        attempt(controller, lambda source=os.path.join(controller.folder, file): shutil.copy(source, folder))
+    return folder
+
+
+def attempt(controller, keep_something):
+    try:
+        keep_something()
+        return True
+    except PROBLEMS as problem:
+        controller.say("not everything could be kept:", problem)
+        return False
+
+
+def keep_journal(board, file):
+    """Of this start and of the one before, as the failure may have been a reboot."""
+    if board.is_restarting():
+        board.wait_for_system()
+    with open(file, "w", encoding="utf-8") as target:
+        for start in (-1, 0):
+            code, lines = board.console.run(f"journalctl -b {start} -n {LINES} --no-pager -o short-precise")
+            if code == 0:
+                target.write(lines)
+            elif start == 0:
+                raise RuntimeError(f"no journal: {lines}")
+
+
+def keep_journal_of_the_disk(board, file):
+    """Without what the system had not written yet."""
+    board.cut_power()
+    board.boot()
+    keep_journal(board, file)
