@@ -103,6 +103,11 @@ def shows_unplug_message(screen):
     return shows_status(screen) and has_dark_text(screen, 4, 10, 96, 40)
 
 
+def shows_details(screen):
+    """The fourth column of the table begins where there is nothing without it."""
+    return shows_status(screen) and has_dark_text(screen, 520, 64, 240, 16)
+
+
 # --- The controller -----------------------------------------------------------------------------------------
 
 
@@ -140,8 +145,8 @@ class Controller:
         return image
 
     def medium_with(self, name, files):
-        """The image of a medium, with more files on it: contents by name."""
-        image = os.path.join(self.folder, name + ".img")
+        """The image of a medium, with more files on it or other ones: contents by name."""
+        image = os.path.join(self.folder, name + "-with.img")
         with tempfile.TemporaryDirectory() as folder:
             shutil.copytree(self._folder_of(name), folder, dirs_exist_ok=True)
             for file, contents in files.items():
@@ -149,6 +154,19 @@ class Controller:
                     target.write(contents)
             machine.make_medium(folder, image)
         return image
+
+    def medium_that_waits(self, name, file, command, operation):
+        """The image of a medium on which a command that stands in one of its files waits until it is let go."""
+        text = self.contents(name, file)
+        assert text.count(command) == 1, f"{file} of {name} has not one {command!r}"
+        waiting = f"sh /mnt/upgrade/operation.sh {operation} {command}"
+        files = {file: text.replace(command, waiting), "operation.sh": self.contents("waiting", "operation.sh")}
+        return self.medium_with(name, {file: text.encode() for file, text in files.items()})
+
+    def contents(self, name, file):
+        """A text file of a medium."""
+        with open(os.path.join(self._folder_of(name), file), encoding="utf-8") as source:
+            return source.read()
 
     def _folder_of(self, name):
         return next(path for place in self.media if os.path.isdir(path := os.path.join(place, name)))
@@ -217,6 +235,20 @@ class Controller:
     def let_polls_pass(self, polls):
         self.let_time_pass(POLL_SECONDS * (polls + 1))
 
+    # --- Operations that wait ---------------------------------------------------------------------------
+
+    def operations(self):
+        """What has begun and ended of those that run operation.sh, in order."""
+        return self.board.console.run("cat /run/operations/log 2>/dev/null")[1].splitlines()
+
+    def expect_operation(self, line):
+        wait_until(lambda: line in self.operations(), LIMIT, f"operation {line}")
+
+    def let_go(self, *operations):
+        """Those that run and wait, and those that are still to come."""
+        files = " ".join(f"/run/operations/{operation}" for operation in operations)
+        self.board.shell(f"mkdir -p /run/operations && touch {files}")
+
     # --- The operator -----------------------------------------------------------------------------------
 
     def expect_list(self):
@@ -270,8 +302,9 @@ class Controller:
         self.pull()
         wait_until(lambda: not self.media_listed(), LIMIT, "no medium is mounted")
         self.expect_rest()
-        self.board.shell("systemctl restart zul_upgrade")
+        self.board.shell("systemctl restart zul_upgrade")  # an operation that still waits ends with it
         self.expect_tool_waiting()
+        self.board.shell("rm -rf /run/operations")
 
     def expect_tool_waiting(self):
         """Until the tool has opened its queue, which is the last that it does before it waits."""

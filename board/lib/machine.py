@@ -205,9 +205,6 @@ class Screen:
         )
         return hits / (((height + 1) // 2) * ((width + 1) // 2))
 
-    def is_same_as(self, other):
-        return self.pixels == other.pixels
-
 
 class Machine:
     """The board. Power is off until boot()."""

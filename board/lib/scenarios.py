@@ -20,6 +20,7 @@ from controller import (
     selected_rows,
     shows_application,
     shows_calibration,
+    shows_details,
     shows_list,
     shows_status,
     shows_time_left,
@@ -65,7 +66,7 @@ def power_on_shows_the_application_and_nothing_of_the_tool(c):
 
 @scenario(EVERYDAY)
 def sd_card_upgrade_ends_in_a_reboot(c):
-    c.plug_sd("typical")
+    c.plug_sd_image(c.medium_that_waits("typical", "check.sh", "find /mnt/upgrade/", "storage"))
     c.expect_list()
     c.expect_upgrade_mode()
     c.expect_line("received syscmd_suspend@600", "zul_watchdog")
@@ -82,14 +83,13 @@ def sd_card_upgrade_ends_in_a_reboot(c):
     assert selected_rows(c.board.screen()) == 3, "No has changed the selection"
     start = c.board.monitor.count()
     c.confirm()
-    c.expect_line("################# Update application")
+    c.expect_operation("storage begins")
     c.photograph("04-running")
-
-    before = c.board.screen()
+    assert not shows_details(c.board.screen()), "the details are there before they are asked for"
     c.board.tap(*DETAILS)
-    c.expect_screen(lambda s: not s.is_same_as(before), "the details")
-    c.expect_line("################# Check storage")
+    c.expect_screen(shows_details, "the details")
     c.photograph("05-details")
+    c.let_go("storage")
     c.board.wait_for_reset(BATCH, start)
     c.pull()
     c.board.wait_for_system()
@@ -140,9 +140,11 @@ def calibrate(c):
 
 @scenario(EVERYDAY)
 def direct_mode_calibrates_the_touch_screen(c):
-    c.plug_sd("direct")
+    c.plug_sd_image(c.medium_that_waits("direct", "zul_install/system.ini", "cksum /mnt", "check"))
     c.expect_screen(shows_status, "the status page")
     c.expect_upgrade_mode()
+    c.expect_operation("check begins")
+    c.let_go("check")
     c.expect_screen(lambda s: shows_calibration(s, (100, 100)), "the first cross of the calibration", BATCH)
     c.photograph("07-calibration")
     calibrate(c)
@@ -290,18 +292,20 @@ def pulled_while_the_question_is_open(c):
 
 @scenario(EVERYDAY)
 def pulled_while_a_command_runs(c):
-    start = c.mark()
-    c.plug_usb("continue")
+    c.let_go("rest")
+    c.plug_usb("waiting")
     c.expect_list()
-    c.choose(1, 0)
+    c.choose(0, 1)
     c.confirm()
-    c.board.wait_for("pgrep -x sleep")
+    c.expect_operation("held begins")
     pull_from_the_controller(c)
-    wait_until(lambda: not c.board.holds("pgrep -x sleep"), LIMIT, "the command ends by itself")
+    assert c.operations() == ["held begins"], "the command does not run on"
+    c.let_go("held")
+    c.expect_operation("held ends")
     c.let_polls_pass(2)
-    assert "################# Quick operation" not in c.lines(after=start), "the batch went on without its medium"
-    c.plug_usb("continue")
-    c.expect_list()
+    assert c.operations() == ["held begins", "held ends"], "the batch went on without its medium"
+    c.plug_usb("waiting")
+    expect_new_list(c)
 
 
 @scenario(FULL)
@@ -405,17 +409,19 @@ def killed_while_the_list_is_shown(c):
 
 @scenario(FULL)
 def killed_while_a_command_runs(c):
-    c.plug_usb("continue")
-    c.expect_list()
-    c.choose(1)
-    c.confirm()
-    c.board.wait_for("pgrep -x sleep")
-    kill_tool(c)
-    assert not c.board.holds("pgrep -x sleep"), "the command goes on beside the next batch"
+    c.let_go("first")
+    c.plug_usb("waiting")
     c.expect_list()
     c.choose(0)
     c.confirm()
+    c.expect_operation("held begins")
+    kill_tool(c)
+    assert not c.board.holds("pgrep -f operation.sh"), "the command goes on beside the next batch"
+    expect_new_list(c)
+    c.choose(2)
+    c.confirm()
     c.expect_screen(shows_unplug_message, "the request to unplug", BATCH)
+    assert c.operations() == ["held begins", "first begins", "first ends"]
     c.pull()
     c.expect_rest()
     c.expect_link_gone()
