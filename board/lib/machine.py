@@ -175,6 +175,15 @@ class Console:
         self._wait_for(pattern, limit, f"on the serial line: {pattern}")
         return self.text
 
+    def read_rest(self):
+        """What has come before the machine ended."""
+        try:
+            while True:
+                self._receive()
+                select.select([self.connection], [], [], PAUSE_BETWEEN_LOOKS)
+        except ConnectionError:
+            pass
+
     def close(self):
         self.connection.close()
         self.log.close()
@@ -292,6 +301,7 @@ class Machine:
         self.process.kill()
         self.process.wait()
         self.process = None
+        self.console.read_rest()
         self.monitor.close()
         self.console.close()
 

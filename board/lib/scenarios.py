@@ -176,9 +176,12 @@ def medium_without_a_catalogue_changes_nothing(c):
 
 def while_the_tool_does_not_look(c, change):
     """Changes media between two polls, however slow the board is: the tool stands still meanwhile."""
-    c.board.shell("kill -STOP $(pidof zul_upgrade)")
+    tool = c.pid("zul_upgrade")
+    c.board.shell(f"kill -STOP {tool}")
+    # A look that it had begun would go on without it, and see half of the change.
+    wait_until(lambda: not c.board.holds(f"ps --ppid {tool} -o stat= | grep -qv Z"), LIMIT, "no look is under way")
     change()
-    c.board.shell("kill -CONT $(pidof zul_upgrade)")
+    c.board.shell(f"kill -CONT {tool}")
 
 
 def expect_media(c, count):
@@ -560,8 +563,9 @@ def cut(c, number, moment, saved):
     image = copying_medium(c)
     c.board.console.text = ""
     c.plug_sd_image(image)
-    told = c.board.console.wait_for_text(rf"step {number} {moment}[^\n]*\n", BATCH)
+    c.board.console.wait_for_text(rf"step {number} {moment}[^\n]*\n", BATCH)
     c.board.cut_power()
+    told = c.board.console.text  # the board went on for a moment: what it told then counts too
     for step, checksum in re.findall(r"step (\d) durable (\w{32})", told):
         saved[step] = checksum
     for step in re.findall(r"step (\d) copied", told):
