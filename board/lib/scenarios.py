@@ -311,6 +311,36 @@ def pulled_while_a_command_runs(c):
     expect_new_list(c)
 
 
+@scenario(EVERYDAY)
+def confirmed_while_a_command_of_an_earlier_batch_runs(c):
+    """Every operation that was confirmed is run, once; nothing more of the batch whose medium is gone."""
+    c.let_go("rest", "first")
+    c.plug_usb("waiting")
+    c.expect_list()
+    c.choose(0, 1)
+    c.confirm()
+    c.expect_operation("held begins")
+    pull_from_the_controller(c)
+    c.plug_usb("waiting")
+    expect_new_list(c)
+    c.choose(2, 3)
+    c.confirm()
+    assert c.operations() == ["held begins"], "the command of the earlier batch does not run on"
+
+    def last_begins():
+        assert not shows_unplug_message(c.board.screen()), "asked to unplug before everything has run"
+        return "second begins" in c.operations()
+
+    c.let_go("held")
+    wait_until(last_begins, BATCH, "the last operation begins")
+    confirmed = ["held begins", "held ends", "first begins", "first ends", "second begins"]
+    assert c.operations() == confirmed, f"not what was confirmed: {c.operations()}"
+    c.let_go("second")
+    c.expect_screen(shows_unplug_message, "the request to unplug", BATCH)
+    c.let_polls_pass(2)
+    assert c.operations() == [*confirmed, "second ends"], f"not what was confirmed: {c.operations()}"
+
+
 @scenario(FULL)
 def pulled_during_the_calibration(c):
     c.plug_sd("direct")
