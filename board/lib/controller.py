@@ -87,9 +87,14 @@ def shows_question(screen):
 def selected_rows(screen):
     """How many operations stand in the list of the chosen ones. A row that was touched last is white on blue."""
     count = 0
-    while count < 8 and screen.share_of(WHITE, 450, FIRST_ROW + count * ROW_HEIGHT - 10, 320, 20) < 0.99:
+    while count < 8 and not is_free(screen, SELECTION_COLUMN, FIRST_ROW + count * ROW_HEIGHT):
         count += 1
     return count
+
+
+def is_free(screen, x, y):
+    """Whether nothing stands in the row of a list around a place."""
+    return screen.share_of(WHITE, x - 160, y - 10, 320, 20) >= 0.99
 
 
 def has_dark_text(screen, x, y, width, height):
@@ -122,7 +127,7 @@ class Controller:
         self.sd = self.usb = None
         self.clean_up = None  # a command that takes back what a scenario has set
         self.marks = 0
-        self.figures = []  # name, value, value of the baseline
+        self.figures = []  # figure, the tool's, the baseline's, what the baseline is
 
     @staticmethod
     def say(*words):

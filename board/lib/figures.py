@@ -1,4 +1,7 @@
-"""How fast and how frugal the tool is, each figure beside that of a baseline on the same board in the same run."""
+"""How fast and how frugal the tool is, each figure beside that of a baseline on the same board in the same run.
+
+The tool and its baseline take turns, so that a computer that is busy for a while slows down both.
+"""
 
 import time
 
@@ -9,13 +12,18 @@ from controller import (
     OPERATIONS_COLUMN,
     POLL_SECONDS,
     ROW_HEIGHT,
-    selected_rows,
+    SELECTION_COLUMN,
+    is_free,
     shows_list,
 )
 from machine import wait_until
 
-REPETITIONS = 6
-IDLE_SECONDS = 300
+# All odd, so that there is a middle.
+MEDIA = 7
+TAPS_A_ROUND, ROUNDS = 5, 5
+STARTS = 3
+IDLE_PERIODS, IDLE_SECONDS = 5, 60
+
 DO_NOTHING = "/usr/lib/board/do_nothing"
 TICKS_A_SECOND = 100
 RED, BLUE = (255, 0, 0), (0, 0, 255)
@@ -28,19 +36,43 @@ def measure(c):
     idle_processor_time(c)
 
 
-def middle(values):
-    return sorted(values)[len(values) // 2]
+def add(c, figure, unit, digits, tool, baseline, what):
+    """One line of the table: the figure of the tool and that of its baseline, from the values of each."""
+    c.figures.append((figure, spread(tool, unit, digits), spread(baseline, unit, digits), what))
+
+
+def spread(values, unit, digits):
+    """The middle of an odd number of values, with the least and the greatest."""
+    assert len(values) % 2, "no middle"
+    least, *_, greatest = values = sorted(values)
+    return f"{values[len(values) // 2]:.{digits}f} {unit} ({least:.{digits}f} to {greatest:.{digits}f})"
 
 
 def start_do_nothing(c, argument=""):
     """In the background, with the tool's own environment."""
-    c.board.shell(f"(set -a; . /etc/default/zul_upgrade; exec {DO_NOTHING} {argument}) >/dev/null 2>&1 &")
+    c.board.start(f"set -a; . /etc/default/zul_upgrade; exec {DO_NOTHING} {argument}")
     wait_until(lambda: c.pid("do_nothing"), LIMIT, "the empty program runs")
+
+
+def show_do_nothing(c):
+    """With its window, in the place of the tool and of the application."""
+    c.board.shell("systemctl stop zul_upgrade zul_watchdog")
+    start_do_nothing(c, "show")
+    c.expect_screen(lambda s: len({s.at(x, 240) for x in range(0, 800, 10)}) == 1, "an empty window")
 
 
 def stop_do_nothing(c):
     c.board.shell("kill $(pidof do_nothing)")
     wait_until(lambda: not c.pid("do_nothing"), LIMIT, "the empty program has ended")
+
+
+def bring_back(c):
+    c.board.shell("systemctl start zul_watchdog zul_upgrade")
+    c.expect_tool_waiting()
+
+
+def uptime(c):
+    return float(c.board.shell("cut -d' ' -f1 /proc/uptime"))
 
 
 # --- Mount to window ----------------------------------------------------------------------------------------
@@ -49,8 +81,8 @@ def stop_do_nothing(c):
 def clock_offset(c):
     """What to subtract from this computer's clock to get the controller's; good to the time that asking takes."""
     before = time.monotonic()
-    uptime = float(c.board.shell("cut -d' ' -f1 /proc/uptime"))
-    return (before + time.monotonic()) / 2 - uptime
+    there = uptime(c)
+    return (before + time.monotonic()) / 2 - there
 
 
 def mounted_at(c):
@@ -60,34 +92,38 @@ def mounted_at(c):
 
 def let_part_of_a_poll_pass(c, repetition):
     """So that the media come at moments that are spread over the time between two looks."""
-    c.let_time_pass(POLL_SECONDS * repetition / REPETITIONS)
+    c.let_time_pass(POLL_SECONDS * repetition / MEDIA)
+
+
+def tool_shows_its_list(c, repetition):
+    c.put_to_rest()
+    let_part_of_a_poll_pass(c, repetition)
+    offset = clock_offset(c)
+    c.plug_usb("continue")
+    c.expect_screen(shows_list, "the list")
+    shown = time.monotonic() - offset
+    return shown - mounted_at(c)
+
+
+def loop_notices(c, repetition):
+    c.put_to_rest()
+    c.board.shell("systemctl stop zul_upgrade")
+    c.board.shell("rm -f /run/noticed")
+    c.board.start("until df | grep -q /dev/sd; do sleep 3; done; cut -d' ' -f1 /proc/uptime >/run/noticed")
+    let_part_of_a_poll_pass(c, repetition)
+    c.plug_usb("continue")
+    c.board.wait_for("test -s /run/noticed")
+    noticed = float(c.board.shell("cat /run/noticed")) - mounted_at(c)
+    bring_back(c)
+    return noticed
 
 
 def mount_to_window(c):
     tool, loop = [], []
-    for repetition in range(REPETITIONS):
-        c.put_to_rest()
-        let_part_of_a_poll_pass(c, repetition)
-        offset = clock_offset(c)
-        c.plug_usb("continue")
-        c.expect_screen(shows_list, "the list")
-        shown = time.monotonic() - offset
-        tool.append(shown - mounted_at(c))
-    c.put_to_rest()
-    c.board.shell("systemctl stop zul_upgrade")
-    for repetition in range(REPETITIONS):
-        c.board.shell("rm -f /run/noticed; (until df | grep -q /dev/sd; do sleep 3; done;"
-                      " cut -d' ' -f1 /proc/uptime >/run/noticed) >/dev/null 2>&1 &")  # fmt: skip
-        let_part_of_a_poll_pass(c, repetition)
-        c.plug_usb("continue")
-        c.board.wait_for("test -s /run/noticed")
-        loop.append(float(c.board.shell("cat /run/noticed")) - mounted_at(c))
-        c.pull()
-        wait_until(lambda: not c.media_listed(), LIMIT, "nothing is mounted")
-    c.board.shell("systemctl start zul_upgrade")
-    c.expect_tool_waiting()
-    c.figures.append(("mount to window (loop: to noticing), s", f"{middle(tool):.1f} (at most {max(tool):.1f})",
-                      f"{middle(loop):.1f} (at most {max(loop):.1f})"))  # fmt: skip
+    for repetition in range(MEDIA):
+        tool.append(tool_shows_its_list(c, repetition))
+        loop.append(loop_notices(c, repetition))
+    add(c, "mount to window", "s", 1, tool, loop, "a loop of `sleep 3; df`: mount to noticing")
 
 
 # --- Tap to changed pixels ----------------------------------------------------------------------------------
@@ -102,27 +138,33 @@ def time_of_tap(c, x, y, condition):
     return time.monotonic() - start
 
 
-def tap_to_pixels(c):
+def taps_on_the_list(c):
     c.put_to_rest()
     c.plug_usb("typical")
     c.expect_list()
-    tool = []
-    for row in range(REPETITIONS):  # never the same row, as two quick taps on one are a double tap
-        condition = lambda s, n=row + 1: selected_rows(s) == n  # noqa: E731
-        tool.append(time_of_tap(c, OPERATIONS_COLUMN, FIRST_ROW + row * ROW_HEIGHT, condition))
+    for row in range(TAPS_A_ROUND):  # never the same row, as two quick taps on one are a double tap
+        y = FIRST_ROW + row * ROW_HEIGHT
+        yield time_of_tap(c, OPERATIONS_COLUMN, y, lambda s, line=y: not is_free(s, SELECTION_COLUMN, line))
+
+
+def taps_on_the_empty_window(c):
     c.put_to_rest()
-    c.board.shell("systemctl stop zul_upgrade zul_watchdog")
-    start_do_nothing(c, "show")
-    c.expect_screen(lambda s: len({s.at(x, 240) for x in range(0, 800, 10)}) == 1, "an empty window")
-    empty = []
-    for repetition in range(REPETITIONS):
-        colour = (RED, BLUE)[repetition % 2]
-        empty.append(time_of_tap(c, 200 + 100 * repetition, 240, lambda s, k=colour: s.is_near(400, 240, k)))
+    show_do_nothing(c)
+    for tap in range(TAPS_A_ROUND):
+        colour = (RED, BLUE)[tap % 2]
+        yield time_of_tap(c, 200 + 100 * tap, 240, lambda s, k=colour: s.is_near(400, 240, k))
     stop_do_nothing(c)
-    c.board.shell("systemctl start zul_upgrade zul_watchdog")
-    c.expect_tool_waiting()
-    c.figures.append(("tap to changed pixels, ms", f"{1000 * middle(tool):.0f} (at most {1000 * max(tool):.0f})",
-                      f"{1000 * middle(empty):.0f} (at most {1000 * max(empty):.0f})"))  # fmt: skip
+    bring_back(c)
+
+
+def tap_to_pixels(c):
+    tool, empty = [], []
+    for _ in range(ROUNDS):
+        tool += [1000 * seconds for seconds in taps_on_the_list(c)]
+        empty += [1000 * seconds for seconds in taps_on_the_empty_window(c)]
+    c.say("taps on the list, ms:", *map(round, tool))
+    c.say("taps on the empty window, ms:", *map(round, empty))
+    add(c, "tap to changed pixels", "ms", 0, tool, empty, "an empty Qt window that changes its colour when touched")
 
 
 # --- Memory -------------------------------------------------------------------------------------------------
@@ -133,23 +175,32 @@ def resident(c, program):
     return int(c.board.shell(f"awk '/^VmRSS/ {{print $2}}' /proc/$(pidof {program})/status")) / 1024
 
 
-def memory(c):
+def memory_idle(c):
     c.put_to_rest()
     c.let_polls_pass(2)
     start_do_nothing(c)
     c.board.wait_for("grep -q libqlinuxfb /proc/$(pidof do_nothing)/maps")
-    c.figures.append(("resident memory idle, MiB", f"{resident(c, 'zul_upgrade'):.1f}", f"{resident(c, 'do_nothing'):.1f}"))
+    pair = resident(c, "zul_upgrade"), resident(c, "do_nothing")
     stop_do_nothing(c)
+    return pair
+
+
+def memory_shown(c):
     c.plug_usb("continue")
     c.expect_list()
-    shown = resident(c, "zul_upgrade")
+    tool = resident(c, "zul_upgrade")
     c.put_to_rest()
-    c.board.shell("systemctl stop zul_watchdog")
-    start_do_nothing(c, "show")
-    c.expect_screen(lambda s: len({s.at(x, 240) for x in range(0, 800, 10)}) == 1, "an empty window")
-    c.figures.append(("resident memory, window shown, MiB", f"{shown:.1f}", f"{resident(c, 'do_nothing'):.1f}"))
+    show_do_nothing(c)
+    empty = resident(c, "do_nothing")
     stop_do_nothing(c)
-    c.board.shell("systemctl start zul_watchdog")
+    bring_back(c)
+    return tool, empty
+
+
+def memory(c):
+    idle, shown = zip(*[(memory_idle(c), memory_shown(c)) for _ in range(STARTS)])
+    add(c, "resident memory, idle", "MiB", 1, *zip(*idle), "an empty Qt program without a window")
+    add(c, "resident memory, window shown", "MiB", 1, *zip(*shown), "the same with an empty window")
 
 
 # --- Processor time -----------------------------------------------------------------------------------------
@@ -162,17 +213,22 @@ def processor_seconds(c, pid):
 
 
 def idle_processor_time(c):
+    """All three at the same time; from one look at the clock to the next, brought to the same length."""
     c.put_to_rest()
     start_do_nothing(c)
-    c.board.shell("(while sleep 3; do df; done) >/dev/null 2>&1 & echo $! >/run/loop")
-    pids = {"tool": c.pid("zul_upgrade"), "empty": c.pid("do_nothing"), "loop": c.board.shell("cat /run/loop")}
-    before = {name: processor_seconds(c, pid) for name, pid in pids.items()}
-    end = float(c.board.shell("cut -d' ' -f1 /proc/uptime")) + IDLE_SECONDS
-    wait_until(
-        lambda: float(c.board.shell("cut -d' ' -f1 /proc/uptime")) > end, 4 * IDLE_SECONDS, "five minutes have passed"
-    )
-    used = {name: processor_seconds(c, pid) - before[name] for name, pid in pids.items()}
+    c.board.shell("rm -f /run/loop")
+    c.board.start("echo $BASHPID >/run/loop; while sleep 3; do df; done")
+    c.board.wait_for("test -s /run/loop")
+    pids = {"tool": c.pid("zul_upgrade"), "loop": c.board.shell("cat /run/loop"), "empty": c.pid("do_nothing")}
+    used = {name: [] for name in pids}
+    for _ in range(IDLE_PERIODS):
+        start, before = uptime(c), {name: processor_seconds(c, pid) for name, pid in pids.items()}
+        c.board.shell(f"sleep {IDLE_SECONDS}", limit=10 * IDLE_SECONDS)  # asking all the time would be work too
+        share = IDLE_SECONDS / (uptime(c) - start)
+        for name, pid in pids.items():
+            used[name].append((processor_seconds(c, pid) - before[name]) * share)
     c.board.shell("kill $(cat /run/loop)")
     stop_do_nothing(c)
-    c.figures.append((f"processor time idle for {IDLE_SECONDS} s, s", f"{used['tool']:.1f}",
-                      f"{used['loop']:.1f} (loop of sleep 3; df), {used['empty']:.1f} (empty program)"))  # fmt: skip
+    figure = f"processor time, idle for {IDLE_SECONDS} s"
+    add(c, figure, "s", 2, used["tool"], used["loop"], "the loop of `sleep 3; df`")
+    add(c, figure, "s", 2, used["tool"], used["empty"], "an empty Qt program without a window")

@@ -225,7 +225,7 @@ class Machine:
         self.process = None
         self.monitor = None
         self.console = None
-        self.start = 0  # the count of events when the system had started
+        self.events_at_start = 0  # how many there had been when the system had started
         self.overlay = os.path.join(folder, "disk.qcow2")
         self.plugged_usb = None
         self.usb_count = 0
@@ -288,11 +288,11 @@ class Machine:
             "the system has started",
         )
         self.wait_for("systemctl is-active board-touchscreen", limit)
-        self.start = self.monitor.count()
+        self.events_at_start = self.monitor.count()
 
     def is_restarting(self):
         """Whether there was a reset that nobody has waited for yet."""
-        return self.monitor.happened("RESET", self.start) > 0
+        return self.monitor.happened("RESET", self.events_at_start) > 0
 
     def cut_power(self):
         """Without warning: the machine's process is killed."""
@@ -319,6 +319,10 @@ class Machine:
         if code != 0:
             raise RuntimeError(f"exit code {code} of: {command}\n{output}")
         return output.strip()
+
+    def start(self, command):
+        """In the background, and not as a job of the shell, which would tell of its end in between."""
+        self.shell(f"( ( {command} ) >/dev/null 2>&1 & )")
 
     def holds(self, command, limit=COMMAND_LIMIT):
         return self.console.run(command, limit)[0] == 0
