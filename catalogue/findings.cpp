@@ -15,13 +15,15 @@ constexpr int keptOfAKind = 50;
 const char listKey[] = "system/CMD_List";
 const char directKey[] = "system/CMD_Type";
 
-/// Values of these forms are not texts to the reader.
-bool isSpecial(const QString &text)
-{
-    return text.startsWith("@@") || (text.startsWith('@') && text.endsWith(')') && text.contains('('));
-}
-
 } // namespace
+
+bool isSpecialValue(const QString &text)
+{
+    static const QRegularExpression special(
+        "^@(@|Invalid\\(\\)$|(ByteArray|String|Variant|DateTime|Rect|Size|Point)\\(.*\\)$)",
+        QRegularExpression::DotMatchesEverythingOption);
+    return special.match(text).hasMatch();
+}
 
 bool isShellScript(const QStringList &words)
 {
@@ -49,7 +51,7 @@ Subject::Subject(const Medium &itsMedium, const IniFile &itsFile, const Verdict 
     for (const IniEntry &entry : file.entries())
         byPath.insert(entry.path(), &entry);
     list = byPath.contains(listKey) ? entry(listKey) : entry(directKey);
-    if (list && (list->value.comma >= 0 || isSpecial(list->value.text)))
+    if (list && (list->value.comma >= 0 || isSpecialValue(list->value.text)))
         list = nullptr;
     if (list)
         readItems();
@@ -74,7 +76,7 @@ void Subject::readCommands()
             continue;
         seen.insert(item.entry);
         const QString text = intendedText(file, item.entry->value).section(QChar(0), 0, 0);
-        const bool isText = item.entry->value.comma < 0 && !isSpecial(text);
+        const bool isText = item.entry->value.comma < 0 && !isSpecialValue(text);
         if (text.isEmpty() || !isText || swallowsLines(file, *item.entry))
             continue;
         const QString command = text.section('@', 1, 1);

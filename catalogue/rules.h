@@ -114,6 +114,9 @@ QVector<Rule> mediumRules();
 /// of quotes, its own quotation marks included.
 QString textOfRaw(const QByteArray &raw, bool keepQuotes);
 
+/// Whether the settings reader takes a value of this form for something else than a text.
+bool isSpecialValue(const QString &text);
+
 /// Whether a command hands a script to a shell: "sh -c SCRIPT".
 bool isShellScript(const QStringList &words);
 

@@ -178,11 +178,9 @@ void escapeRunsOn(const Subject &subject, Report &report)
 
 void specialValue(const Subject &subject, Report &report)
 {
-    static const QRegularExpression special(
-        "^@(@|(Invalid|ByteArray|String|Variant|DateTime|Rect|Size|Point)\\(.*\\)$)");
     for (const IniEntry *entry : subject.textEntries()) {
         QString text = entry->value.text;
-        if (!special.match(text).hasMatch())
+        if (!isSpecialValue(text))
             continue;
         while (text.startsWith('@'))
             text.remove(0, 1);

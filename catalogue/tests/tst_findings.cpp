@@ -234,6 +234,9 @@ void TestFindings::aCatalogueTriggersWhatItShould_data()
     line("octal", "\"A@a\\101\"", {"backslash"});
     line("two at signs in front", "\"@@A@x\"", {"special-value"});
     line("no value at all", "@Invalid()", {"special-value"});
+    line("bytes", "\"@ByteArray(A@x)\"", {"special-value"});
+    line("brackets that are none of the reader's", "\"@run(x)\"", {"empty-name"});
+    line("brackets behind a word of the reader's", "\"@Invalid(x)\"", {"empty-name"});
     line("nothing behind the key", "", {"item-without-command"});
     line("sh within a word", "\"A@/opt/share/tool\"", {"single-word-sh"});
     line("sh within a word, with an argument", "\"A@flash_erase /dev/mtd1\"", {});
