@@ -54,6 +54,7 @@ mirror() {
     if [[ -n $ZUL_DEBIAN_MIRROR ]]; then
         echo "$ZUL_DEBIAN_MIRROR"
     else
+        # shellcheck disable=SC2016 # apt's own variable
         apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Codename: bookworm' 'Component: main' |
             sed -n 1p
     fi
