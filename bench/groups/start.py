@@ -61,14 +61,14 @@ def instructions(command, environment, preload, scratch):
 
 
 def clock_and_memory(command, environment, preload, scratch):
-    """Milliseconds, and MB of resident memory and of its peak, when the event loop begins."""
+    """Milliseconds, those of processor time, and MB of resident memory and of its peak, when the event loop begins."""
     figures = scratch / "figures"
     figures.unlink(missing_ok=True)
     begin = time.monotonic_ns()
     subprocess.run(command, env={**environment, "LD_PRELOAD": preload, "ZUL_AT_EVENT_LOOP": str(figures)},
                    check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)  # fmt: skip
-    end, resident, peak = map(int, figures.read_text().split())
-    return {"wall": (end - begin) / 1e6, "resident": resident * 1024 / 1e6, "peak": peak * 1024 / 1e6}
+    end, used, resident, peak = map(int, figures.read_text().split())
+    return {"wall": (end - begin) / 1e6, "processor": used / 1e6, "resident": resident * 1024 / 1e6, "peak": peak * 1024 / 1e6}
 
 
 def main():
