@@ -609,6 +609,40 @@ void Widget::slotsState_end()
         ui->information->setText(tr("Operation completed，please unplug storage device！"));
 }
 
+namespace
+{
+
+/// The cells of the status table that tell a record's state, in the operator's language. Made once a table
+/// and copied for every row: a copy shares its content, so that it costs a third of a new cell.
+class StateCells
+{
+public:
+    const QStandardItem *status(const _system_CMD &record) const
+    {
+        if (record.state == Executing)
+            return executing.data();
+        return record.state == Completed ? completed.data() : notExecuted.data();
+    }
+
+    const QStandardItem *outcome(const _system_CMD &record) const
+    {
+        if (record.state != Completed)
+            return none.data();
+        return record.succeed ? succeed.data() : failed.data();
+    }
+
+private:
+    using Cell = QScopedPointer<QStandardItem>;
+    const Cell notExecuted{centredItem(Widget::tr("Not executed"))};
+    const Cell executing{centredItem(Widget::tr("Executing"))};
+    const Cell completed{centredItem(Widget::tr("Completed"))};
+    const Cell none{centredItem(QString())};
+    const Cell succeed{centredItem(Widget::tr("Succeed"))};
+    const Cell failed{centredItem(Widget::tr("Failed"))};
+};
+
+} // namespace
+
 void Widget::createTabelview()
 {
     // A view that is given new rows goes back to its first one; the operator goes on seeing what he looks at.
@@ -616,8 +650,7 @@ void Widget::createTabelview()
     const int firstVisibleRow = place->value();
 
     buildTableHead();
-    for (const _system_CMD &record : qAsConst(runList))
-        appendTableRow(record);
+    appendTableRows();
 
     ui->tableView->doItemsLayout(); // the scroll bar knows of the rows only then
     place->setValue(firstVisibleRow);
@@ -642,23 +675,18 @@ void Widget::buildTableHead()
     ui->tableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
 }
 
-void Widget::appendTableRow(const _system_CMD &record)
+void Widget::appendTableRows()
 {
-    QString status = tr("Not executed");
-    QString outcome;
-    if (record.state == Executing) {
-        status = tr("Executing");
-    } else if (record.state == Completed) {
-        status = tr("Completed");
-        outcome = record.succeed ? tr("Succeed") : tr("Failed");
+    const StateCells cells;
+    for (const _system_CMD &record : qAsConst(runList)) {
+        // Whole: a cell that is set in a row that is there already is told to the view by itself, which costs
+        // more than all the rest.
+        QList<QStandardItem *> row{centredItem(record.name), cells.status(record)->clone(),
+                                   cells.outcome(record)->clone()};
+        if (showDetails)
+            row.append(centredItem(record.cmd));
+        tableModel->appendRow(row);
     }
-
-    // Appended whole: a cell that is set in a row that is there already is told to the view by itself, which
-    // costs more than all the rest.
-    QList<QStandardItem *> cells{centredItem(record.name), centredItem(status), centredItem(outcome)};
-    if (showDetails)
-        cells.append(centredItem(record.cmd));
-    tableModel->appendRow(cells);
 }
 
 void Widget::on_pushButton_clicked()

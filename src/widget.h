@@ -183,7 +183,7 @@ private:
     void quitAndReboot();
     void startBatch();
     void buildTableHead();
-    void appendTableRow(const _system_CMD &record);
+    void appendTableRows();
 
     // The order of the members is part of the design.
     Ui_Widget *ui;
