@@ -115,16 +115,16 @@ public:
     }
 };
 
-/// Specification "start": StartOnly. Without one: the probe.
+/// With the argument "start": StartOnly. Without one: the probe.
 class ProbePlugin : public QGenericPlugin
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "probe.json")
 
 public:
-    QObject *create(const QString &, const QString &specification) override
+    QObject *create(const QString &, const QString &argument) override
     {
-        if (specification == "start")
+        if (argument == "start")
             return new StartOnly;
         return new Probe;
     }
