@@ -546,6 +546,22 @@ void TestWidgetLists::tableIsTheSameAsOneBuiltCellByCell()
     view->setModel(nullptr);
 }
 
+namespace
+{
+
+/// The status page with so many rows on the screen.
+const QTableView *showTable(TestWindow &window, int rows)
+{
+    window.show();
+    window.child<QWidget>("widget")->hide();
+    window.runList = records(rows);
+    window.widget.createTabelview();
+    QCoreApplication::processEvents();
+    return window.child<QTableView>("tableView");
+}
+
+} // namespace
+
 void TestWidgetLists::rebuildKeepsTheRowsInSight_data()
 {
     QTest::addColumn<int>("row");
@@ -558,12 +574,7 @@ void TestWidgetLists::rebuildKeepsTheRowsInSight()
 {
     QFETCH(const int, row);
     TestWindow window;
-    window.show();
-    window.child<QWidget>("widget")->hide();
-    window.runList = records(40);
-    window.widget.createTabelview();
-    const auto *view = window.child<QTableView>("tableView");
-    QCoreApplication::processEvents();
+    const auto *view = showTable(window, 40);
     view->verticalScrollBar()->setValue(row);
     const int firstInSight = view->rowAt(0);
     QVERIFY(firstInSight == row || firstInSight > 20);
@@ -583,12 +594,7 @@ void TestWidgetLists::rebuildKeepsTheRowsInSight()
 void TestWidgetLists::rebuildOfAShorterTableShowsItsEnd()
 {
     TestWindow window;
-    window.show();
-    window.child<QWidget>("widget")->hide();
-    window.runList = records(40);
-    window.widget.createTabelview();
-    const auto *view = window.child<QTableView>("tableView");
-    QCoreApplication::processEvents();
+    const auto *view = showTable(window, 40);
     view->verticalScrollBar()->setValue(1000);
 
     window.runList.resize(20);

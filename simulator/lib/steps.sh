@@ -108,11 +108,20 @@ variant() {
     echo "$copy"
 }
 
-# at_work MEDIUM NAME - a direct medium is taken up, and its "hold NAME" is at work.
+# at_work MEDIUM - a medium whose commands run at once is taken up, and its "hold held" is at work.
 at_work() {
     plug sd "$1"
     medium_taken_up /media/mmcblk1p1
-    must "$2 is at work" within 60 holds "$2"
+    must "the held command is at work" within 30 holds held
+}
+
+# chosen_at_work MEDIUM ROW... - the operations of a medium are confirmed, and its "hold held" is at work.
+chosen_at_work() {
+    plug sd "$1"
+    medium_taken_up /media/mmcblk1p1
+    choose "${@:2}"
+    confirm_choice
+    must "the held command is at work" within 30 holds held
 }
 
 # pulled_and_plugged_again MEDIUM - while a command is at work.
@@ -122,6 +131,14 @@ pulled_and_plugged_again() {
     mark
     plug sd "$1"
     medium_taken_up /media/mmcblk1p1
+}
+
+# confirmed_anew MEDIUM ROW... - pulled, plugged in again and confirmed.
+confirmed_anew() {
+    pulled_and_plugged_again "$1"
+    must "the list page is shown" within 10 list_page_shown
+    choose "${@:2}"
+    confirm_choice
 }
 
 # the_new_batch_waits - the command that is at work is not disturbed, and nothing begins beside it.

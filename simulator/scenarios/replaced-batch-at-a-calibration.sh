@@ -9,10 +9,7 @@ tap confirm
 answer yes
 must "the calibration is at work" within 20 holds TSTAPP
 must "the page is gone while it is" within 20 fails status_page_shown
-pulled_and_plugged_again held
-must "the list page is shown" within 10 list_page_shown
-choose 3 2
-confirm_choice
+confirmed_anew held 3 2
 the_new_batch_waits
 let_go TSTAPP
 ended_without_a_word

@@ -3,11 +3,7 @@
 
 direct=$(variant held 's/^CMD_List=.*/CMD_Type="second,second,first"/')
 board_is_up
-plug sd held
-medium_taken_up /media/mmcblk1p1
-choose 2 1 3
-confirm_choice
-must "the held command is at work" within 30 holds held
+chosen_at_work held 2 1 3
 pulled_and_plugged_again "$direct"
 the_new_batch_waits
 let_go held

@@ -2,15 +2,8 @@
 # Pulled, plugged in again and confirmed while a command runs: just that is run, once, and then it is time to unplug.
 
 board_is_up
-plug sd held
-medium_taken_up /media/mmcblk1p1
-choose 1 2
-confirm_choice
-must "the held command is at work" within 20 holds held
-pulled_and_plugged_again held
-must "the list page is shown" within 10 list_page_shown
-choose 3 2
-confirm_choice
+chosen_at_work held 1 2
+confirmed_anew held 3 2
 the_new_batch_waits
 let_go held
 ended_without_a_word

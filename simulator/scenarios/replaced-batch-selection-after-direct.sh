@@ -3,11 +3,8 @@
 
 direct=$(variant held 's/^CMD_List=.*/CMD_Type="first,held,second"/')
 board_is_up
-at_work "$direct" held
-pulled_and_plugged_again held
-must "the list page is shown" within 10 list_page_shown
-choose 3
-confirm_choice
+at_work "$direct"
+confirmed_anew held 3
 the_new_batch_waits
 let_go held
 ended_without_a_word

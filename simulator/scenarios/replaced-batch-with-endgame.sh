@@ -3,15 +3,8 @@
 
 medium=$(variant held 's/^ENDGAME=.*/ENDGAME=true/')
 board_is_up
-plug sd "$medium"
-medium_taken_up /media/mmcblk1p1
-choose 1 2 3
-confirm_choice
-must "the held command is at work" within 20 holds held
-pulled_and_plugged_again "$medium"
-must "the list page is shown" within 10 list_page_shown
-choose 2
-confirm_choice
+chosen_at_work "$medium" 1 2 3
+confirmed_anew "$medium" 2
 the_new_batch_waits
 check "nothing was restarted yet" fails logged ' stand-in '
 let_go held
