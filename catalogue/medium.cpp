@@ -12,7 +12,7 @@ namespace
 
 const char catalogueName[] = "zul_install/system.ini";
 const char linkedFolder[] = "/mnt/upgrade/";
-constexpr qint64 largestCatalogue = 8 * 1024 * 1024; // some 50,000 operations
+constexpr qint64 largestCatalogue = qint64(8) * 1024 * 1024; // some 50,000 operations
 
 bool fail(Failure *failure, int exitCode, const QString &message)
 {

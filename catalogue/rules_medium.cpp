@@ -123,7 +123,7 @@ void pathCapitals(const Subject &subject, Report &report)
 /// The start of a file, as much as tells what kind of file it is; nothing of what is no file.
 QByteArray startOf(const QString &path)
 {
-    constexpr qint64 enough = 64 * 1024;
+    constexpr qint64 enough = qint64(64) * 1024;
     QFile file(path);
     return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) ? file.read(enough) : QByteArray();
 }

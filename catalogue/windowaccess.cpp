@@ -19,6 +19,7 @@ template struct AccessBatch<&myThread::runBatch>;
 
 } // namespace
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a type in parentheses is none
 // Defines the function of the header that returns a member. The arguments of an explicit instantiation are
 // not subject to access control, so that it may hand the private member's place to the friend.
 #define WINDOW_MEMBER(Type, member)                                                                          \
@@ -35,6 +36,7 @@ template struct AccessBatch<&myThread::runBatch>;
     {                                                                                                        \
         return window.*member();                                                                             \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 WINDOW_MEMBER(QTimer *, pollTimer)
 WINDOW_MEMBER(QTimer *, rebootTimer)

@@ -60,7 +60,7 @@ public:
         if (!reply)
             fail("the X server shows nothing");
         const uint8_t *data = xcb_get_image_data(reply);
-        const Pixels pixels(data, data + xcb_get_image_data_length(reply));
+        Pixels pixels(data, data + xcb_get_image_data_length(reply));
         std::free(reply);
         return pixels;
     }

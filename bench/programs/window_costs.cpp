@@ -134,7 +134,7 @@ void measureCatalogues(int repetitions, int largest)
     const QTemporaryDir directory;
     int file = 0;
     const auto written = [&](int operations) {
-        const QString path = directory.filePath(QString::number(++file));
+        QString path = directory.filePath(QString::number(++file));
         writeCatalogue(path, catalogueOf(operations));
         return path;
     };
