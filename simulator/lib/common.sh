@@ -3,20 +3,12 @@
 # What every script of the simulated controller uses: where things are, the transcript, waiting. Sourced, never run.
 
 simulator=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# shellcheck source=../../scripts/lib/script.sh
+source "$simulator/../scripts/lib/script.sh"
 build=${ZUL_BUILD_DIR:-$(dirname "$simulator")/build/release}
 
 # The media in media/ whose commands harm nothing wherever they run.
 readonly harmless_media="harmless direct"
-
-die() {
-    echo "${0##*/}: $*" >&2
-    exit 1
-}
-
-# Prints a script's header comment.
-print_usage() {
-    sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "$1"
-}
 
 require_programs() {
     local file

@@ -1,39 +1,17 @@
 # shellcheck shell=bash
 # Debian 12 roots for the controller's architecture, made once and kept outside the checkout. Sourced, never run.
 
+scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# shellcheck source=script.sh
+source "$scripts/lib/script.sh"
+
 : "${ZUL_CACHE:=${XDG_CACHE_HOME:-$HOME/.cache}/zul_upgrade}"
 : "${ZUL_DEBIAN_MIRROR:=}"
 readonly ARM_INTERPRETER=/proc/sys/fs/binfmt_misc/qemu-arm
 
-# cannot REASON... - ends the script with the code for "cannot run here".
-cannot() {
-    echo "${0##*/}: cannot run here: $*" >&2
-    exit 77
-}
-
-# become_root ARGUMENT... - runs the script again as root.
-become_root() {
-    if ((EUID == 0)); then return; fi
-    if ! sudo -n true 2>/dev/null; then cannot "needs root, or sudo without a password"; fi
-    exec sudo -n --preserve-env=ZUL_CACHE,ZUL_DEBIAN_MIRROR,XDG_CACHE_HOME,HOME "$0" "$@"
-}
-
-# require_packages PROGRAM=PACKAGE... - installs the Debian packages of the programs that are missing.
-require_packages() {
-    local pair
-    local -a missing=()
-    for pair in "$@"; do
-        if ! command -v "${pair%%=*}" >/dev/null; then missing+=("${pair#*=}"); fi
-    done
-    if ((${#missing[@]} == 0)); then return; fi
-    if ! command -v apt-get >/dev/null; then cannot "missing: ${missing[*]}"; fi
-    echo "installing ${missing[*]}" >&2
-    { apt-get update && apt-get install -y --no-install-recommends "${missing[@]}"; } >&2
-}
-
 # require_arm_emulation - lets the kernel run 32-bit ARM programs, inside a root too.
 require_arm_emulation() {
-    require_packages qemu-arm-static=qemu-user-static arch-test=arch-test mmdebstrap=mmdebstrap
+    "$scripts/install-packages" armhf
     if [[ ! -e /proc/sys/fs/binfmt_misc/register ]]; then
         mount -t binfmt_misc binfmt_misc /proc/sys/fs/binfmt_misc || cannot "the kernel has no binfmt_misc"
     fi

@@ -1,0 +1,32 @@
+# shellcheck shell=bash
+# What every script may need that a person starts: its usage text, a clear end, root's rights. Sourced, never run.
+
+# Found now, because the script may go to another directory: it sources this before.
+script_file=$(realpath "$0")
+
+# usage - prints the header comment of the script that runs, up to the line before "set".
+usage() {
+    sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "$script_file"
+}
+
+# die REASON... - ends the script with 1.
+die() {
+    echo "${script_file##*/}: $*" >&2
+    exit 1
+}
+
+# cannot REASON... - ends the script with the code for "cannot run here".
+cannot() {
+    echo "${script_file##*/}: cannot run here: $*" >&2
+    exit 77
+}
+
+# become_root ARGUMENT... - where it is not root, runs the script again as root, with the environment as it is. What
+# sudo starts ends with this process, however that ends. Returns when it is root already.
+become_root() {
+    local -a environment
+    if ((EUID == 0)); then return; fi
+    if ! sudo -n true 2>/dev/null; then cannot "needs root, or sudo without a password"; fi
+    mapfile -d '' environment </proc/self/environ
+    exec sudo -n env -i "${environment[@]}" setpriv --pdeathsig KILL "$script_file" "$@"
+}
