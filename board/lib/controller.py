@@ -5,8 +5,8 @@ import re
 import shutil
 import tempfile
 
-import machine
-from machine import wait_until
+from media import make_medium
+from waiting import wait_until
 
 APPLICATION_BACKGROUND = (0x00, 0x60, 0x50)
 APPLICATION_FRAME = (0xF0, 0xC0, 0x20)
@@ -146,7 +146,7 @@ class Controller:
         """The image of a medium, made of the folder of this name."""
         image = os.path.join(self.folder, name + ".img")
         if not os.path.exists(image):
-            machine.make_medium(self._folder_of(name), image)
+            make_medium(self._folder_of(name), image)
         return image
 
     def medium_with(self, name, files):
@@ -157,7 +157,7 @@ class Controller:
             for file, contents in files.items():
                 with open(os.path.join(folder, file), "wb") as target:
                     target.write(contents)
-            machine.make_medium(folder, image)
+            make_medium(folder, image)
         return image
 
     def medium_that_waits(self, name, file, command, operation):

@@ -5,7 +5,6 @@ The tool and its baseline take turns, so that a computer that is busy for a whil
 
 import time
 
-import machine
 from controller import (
     FIRST_ROW,
     LIMIT,
@@ -16,7 +15,7 @@ from controller import (
     is_free,
     shows_list,
 )
-from machine import wait_until
+from waiting import Timeout, wait_until
 
 # All odd, so that there is a middle.
 MEDIA = 7
@@ -135,7 +134,7 @@ def time_of_tap(c, x, y, condition):
     c.board.tap(x, y)
     while not condition(c.board.screen()):
         if time.monotonic() - start > LIMIT:
-            raise machine.Timeout("a tap changes nothing")
+            raise Timeout("a tap changes nothing")
     return time.monotonic() - start
 
 

@@ -26,7 +26,8 @@ from controller import (
     shows_time_left,
     shows_unplug_message,
 )
-from machine import HEIGHT, WIDTH, Timeout, wait_until
+from screen import HEIGHT, WIDTH
+from waiting import Timeout, wait_until
 
 # A whole batch, and the reboot that may follow it.
 BATCH = 600

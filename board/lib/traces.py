@@ -4,11 +4,11 @@ import os
 import shutil
 import tempfile
 
-import machine
+from waiting import Timeout
 
 LINES = 500
 # Of a board that may be in any state, or not be there any more.
-PROBLEMS = (OSError, RuntimeError, ValueError, AttributeError, machine.Timeout)
+PROBLEMS = (OSError, RuntimeError, ValueError, AttributeError, Timeout)
 
 
 def keep(controller, name):

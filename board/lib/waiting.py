@@ -1,0 +1,40 @@
+"""Waiting for a condition, with a limit in seconds; Timeout is raised when it is over.
+
+How long things take depends on how fast the emulation is, so the limits are generous and nothing sleeps for a fixed
+time before it looks.
+"""
+
+import os
+import socket
+import time
+
+PAUSE_BETWEEN_LOOKS = 0.2
+
+
+class Timeout(Exception):
+    """A condition did not come true within its limit."""
+
+
+def wait_until(condition, limit, what):
+    """Returns the condition's value as soon as it is true."""
+    end = time.monotonic() + limit
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise Timeout(f"not within {limit} s: {what}")
+        time.sleep(PAUSE_BETWEEN_LOOKS)
+
+
+def connect(path, limit=30):
+    def attempt():
+        connection = socket.socket(socket.AF_UNIX)
+        try:
+            connection.connect(path)
+            return connection
+        except (FileNotFoundError, ConnectionRefusedError):
+            connection.close()
+            return None
+
+    return wait_until(attempt, limit, f"connection to {os.path.basename(path)}")
