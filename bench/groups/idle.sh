@@ -5,7 +5,7 @@
 #
 # Environment: BENCH_SAMPLES, the file to append to; BENCH_IDLE_SECONDS; BENCH_IDLE_PAIRS, how many of each run
 
-board_programs=()
-start_board
-in_board env QT_QPA_PLATFORM=offscreen python3 - "$programs/zul_upgrade" "$BENCH_IDLE_SECONDS" "$BENCH_IDLE_PAIRS" \
+controller_programs=()
+start_controller
+on_controller env QT_QPA_PLATFORM=offscreen python3 - "$programs/zul_upgrade" "$BENCH_IDLE_SECONDS" "$BENCH_IDLE_PAIRS" \
     <"$(dirname "$file")/idle.py" >>"$BENCH_SAMPLES"

@@ -47,19 +47,19 @@ make_medium() {
 
 # The tool's own "df", that says when it has ended: the moment at which a medium can be known.
 note_every_look() {
-    real_df=$(in_board sh -c 'command -v df')
-    in_board tee /mnt/.zul-stand-ins/df >/dev/null <<TEXT
+    real_df=$(on_controller sh -c 'command -v df')
+    on_controller tee /mnt/.zul-stand-ins/df >/dev/null <<TEXT
 #!/bin/bash
 $real_df "\$@"
 echo "\${EPOCHREALTIME/./}" >>/tmp/looks
 TEXT
-    in_board chmod 755 /mnt/.zul-stand-ins/df
+    on_controller chmod 755 /mnt/.zul-stand-ins/df
 }
 
 # Baseline: a loop that looks as often as the tool, begun with it. It prints the moment at which it knows of the medium.
 begin_loop() {
-    # shellcheck disable=SC2016 # expanded on the board
-    in_board bash -c 'until sleep 3 && "$1" | grep -q /dev/mmc; do :; done; echo "${EPOCHREALTIME/./}"' loop "$real_df" \
+    # shellcheck disable=SC2016 # expanded on the controller
+    on_controller bash -c 'until sleep 3 && "$1" | grep -q /dev/mmc; do :; done; echo "${EPOCHREALTIME/./}"' loop "$real_df" \
         >"$state/noticed" &
     loop=$!
 }
@@ -67,7 +67,7 @@ begin_loop() {
 # A new tool for every medium: each further catalogue makes the countdown run faster.
 restart_tool() {
     mark
-    in_board killall zul_upgrade
+    on_controller killall zul_upgrade
     must "the tool ends" within 10 fails running zul_upgrade
     begin_loop
     start_program zul_upgrade
@@ -152,7 +152,7 @@ tap_list_program() { # NAME
     done
 }
 
-board_is_up
+controller_is_up
 install -m 755 "$build/bench/paint_watch" "$state/tmp"
 make_medium
 note_every_look

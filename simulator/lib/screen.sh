@@ -9,7 +9,7 @@ start_screen() {
     if [[ -n ${ZUL_WINDOW:-} ]]; then command=(Xephyr -screen 800x480 -title "controller"); fi
     command+=(-displayfd 3 -noreset -nolisten tcp)
     if [[ $ZUL_MODE == isolated ]]; then
-        # Its sockets are the board's, whose display numbers cannot clash with another's; but the user's has to be there.
+        # Its sockets are the controller's, whose display numbers cannot clash with another's; but the user's has to be there.
         if [[ -n ${ZUL_WINDOW:-} ]]; then lend_users_display; fi
         command=("$simulator/lib/with-tmp" "$state/tmp" "${command[@]}" -nolock -ac)
     fi

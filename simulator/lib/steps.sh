@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# shellcheck disable=SC2154 # board_programs: board.sh
+# shellcheck disable=SC2154 # controller_programs: controller.sh
 # Steps that many scenarios have in common. Each ends the scenario when it does not come about. Sourced, never run.
 
 # let_pass SECONDS - for what must not happen there is nothing to wait for but time.
@@ -7,11 +7,11 @@ let_pass() {
     sleep "$1"
 }
 
-# board_is_up - the tool waits for a medium and the application programs run.
-board_is_up() {
-    start_board
+# controller_is_up - the tool waits for a medium and the application programs run.
+controller_is_up() {
+    start_controller
     must "the tool starts" within 30 tool_ready
-    if [[ " ${board_programs[*]} " == *" zul_watchdog "* ]]; then
+    if [[ " ${controller_programs[*]} " == *" zul_watchdog "* ]]; then
         must "the application programs run" within 20 all_applications_run
     fi
     must "no window is there before a medium is" window_hidden
@@ -96,7 +96,7 @@ notes_are() {
 
 # hold_calibration - the calibration program is one that is at work until it is let go.
 hold_calibration() {
-    in_board cp "$programs/hold" "$programs/ts_calibrate"
+    on_controller cp "$programs/hold" "$programs/ts_calibrate"
 }
 
 # variant MEDIUM SED_SCRIPT - a copy of a medium of media/ with another catalogue. Prints where it is.
@@ -155,10 +155,10 @@ ended_without_a_word() {
     check "nobody is asked to unplug for it" fails within 1 message_shown
 }
 
-# queue_holds KEY "BYTES MESSAGES" - what waits in the board's queue whose key begins so; the tool's own with 0x8f,
+# queue_holds KEY "BYTES MESSAGES" - what waits in the controller's queue whose key begins so; the tool's own with 0x8f,
 # from the project id 143.
 queue_holds() {
-    [[ $(in_board ipcs -q | awk -v key="$1" 'index($1, key) == 1 && $4 == 666 {print $5, $6}') == "$2" ]]
+    [[ $(on_controller ipcs -q | awk -v key="$1" 'index($1, key) == 1 && $4 == 666 {print $5, $6}') == "$2" ]]
 }
 
 # message_shown - whether a request to unplug is shown: no other text is as wide.

@@ -33,7 +33,7 @@ constexpr auto tick = std::chrono::milliseconds(100);
 // Within a second of its end, but not at once: the tool stops the programs first and suspends the supervision
 // then.
 #ifndef ZUL_RESTART_DELAY_MS
-#define ZUL_RESTART_DELAY_MS 900 // a slower board than this computer defines its own
+#define ZUL_RESTART_DELAY_MS 900 // an emulated controller is slower and defines its own
 #endif
 constexpr auto restartDelay = std::chrono::milliseconds(ZUL_RESTART_DELAY_MS);
 

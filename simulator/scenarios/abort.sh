@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Cancel asks first; Yes ends the tool and restarts the controller, and no operation runs.
 
-board_is_up
+controller_is_up
 plug sd typical
 medium_taken_up /media/mmcblk1p1
 choose 1

@@ -21,22 +21,22 @@ cat >"$medium/write.sh" <<'SH'
 for directory in /etc /usr/lib /opt /root /var/tmp /media /dev /run; do echo here >$directory/zul-was-here; done
 SH
 
-board_is_up
+controller_is_up
 plug sd "$medium"
 medium_taken_up /media/mmcblk1p1
 must "all commands run" within 60 command_started Last
 for directory in /etc /usr/lib /opt /root /var/tmp /media /dev /run; do
-    check "$directory is written inside" in_board test -e $directory/zul-was-here
+    check "$directory is written inside" on_controller test -e $directory/zul-was-here
     check "and not outside" test ! -e $directory/zul-was-here
 done
-check "a program is replaced inside" in_board test -e /usr/bin/zul-was-here
+check "a program is replaced inside" on_controller test -e /usr/bin/zul-was-here
 check "and not outside" test ! -e /usr/bin/zul-was-here
-check "a file is gone inside" fails in_board test -e "$precious"
+check "a file is gone inside" fails on_controller test -e "$precious"
 check "and is there outside" test -e "$precious"
 check "the screen lives" window_visible
 check "reboot by its path is the stand-in" within 10 logged ' stand-in +reboot$'
 must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
 must "and comes back" wait_for_log ' simulator +the controller starts' 30
 
-in_board bash -c 'kill -KILL -1' || true
+on_controller bash -c 'kill -KILL -1' || true
 check "killing everything ends no process out here" window_hidden

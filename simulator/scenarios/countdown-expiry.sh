@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Nobody touches the screen: after five minutes the controller restarts by itself.
 
-board_is_up
+controller_is_up
 plug sd typical
 medium_taken_up /media/mmcblk1p1
 must "the countdown is shown" within 10 countdown_shown

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The countdown is not stopped by confirming, nor by the medium's going.
 
-board_is_up
+controller_is_up
 plug sd continue
 medium_taken_up /media/mmcblk1p1
 choose 1

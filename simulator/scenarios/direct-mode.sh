@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # A medium that names commands to run at once: no list, no question, no countdown, no restart.
 
-board_is_up
+controller_is_up
 plug usb direct
 medium_taken_up /media/sda1
 must "the status page comes up by itself" within 10 status_page_shown

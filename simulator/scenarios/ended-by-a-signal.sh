@@ -10,7 +10,7 @@ traces() {
     echo "mounts: $(sort </proc/mounts)"
     echo "queues: $(ipcs -q | awk '$1 ~ /^0x/')"
     echo "files: $(find /mnt /mnt/tmp -maxdepth 1 ! -name shown | sort)"
-    echo "processes: $(pgrep -af 'zul-|zul_|Xvfb|simulator/show|clean-up|board-init|nsenter' || true)"
+    echo "processes: $(pgrep -af 'zul-|zul_|Xvfb|simulator/show|clean-up|controller-init|nsenter' || true)"
 }
 
 end_in_the_middle() {

@@ -15,12 +15,12 @@ bounding=$(sed -n "s/^CapBnd:\t//p" /proc/self/status)
 if [ $((0x$bounding >> 22 & 1)) -ne 0 ]; then echo "the system call"; fi'
 
 check "in the sandbox" test -z "$(sh -c "$look")"
-board_is_up
-check "on the controller" test -z "$(in_board sh -c "$look")"
-check "the controller's processes are its own" test "$(in_board sh -c 'readlink /proc/self/ns/pid')" != "$(readlink /proc/self/ns/pid)"
+controller_is_up
+check "on the controller" test -z "$(on_controller sh -c "$look")"
+check "the controller's processes are its own" test "$(on_controller sh -c 'readlink /proc/self/ns/pid')" != "$(readlink /proc/self/ns/pid)"
 
 for call in "/sbin/reboot now" "/bin/systemctl reboot" "telinit 6" "/usr/sbin/shutdown -r now" "poweroff" "/sbin/halt"; do
-    in_board bash -c "$call || true" 2>/dev/null
+    on_controller bash -c "$call || true" 2>/dev/null
     program=${call%% *}
     must "\"$call\" is recorded" wait_for_log " stand-in +${program##*/}( |\$)" 10
 done

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The kind of a medium is read from its mount directory: without "mmc" or "sd" in it the message names none.
 
-board_is_up
+controller_is_up
 plug usb direct /media/card
 medium_taken_up /media/card
 must "the batch ends" within 60 batch_over

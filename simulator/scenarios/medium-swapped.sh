@@ -1,15 +1,15 @@
 # shellcheck shell=bash
 # One medium goes and another comes between two looks: the first is given back, then the second is taken up.
 
-board_is_up
+controller_is_up
 plug sd continue
 medium_taken_up /media/mmcblk1p1
 choose 1 2
 mark
-in_board killall -STOP zul_upgrade
+on_controller killall -STOP zul_upgrade
 unplug sd
 plug usb other
-in_board killall -CONT zul_upgrade
+on_controller killall -CONT zul_upgrade
 must "the first medium is given back" wait_for_log ' watchdog +received syscmd_apprestart$' 20
 medium_taken_up /media/sda1
 check "one after the other" in_order ' received syscmd_suspend@600' ' received syscmd_apprestart' ' received syscmd_suspend@600'

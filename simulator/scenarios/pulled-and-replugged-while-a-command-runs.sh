@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The run list is emptied under the worker: the batch stops after the command that is running, and the tool lives on.
 
-board_is_up
+controller_is_up
 plug sd continue
 medium_taken_up /media/mmcblk1p1
 choose 2 1

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # A medium that goes while a question is open takes the question with it, and nothing runs.
 
-board_is_up
+controller_is_up
 plug sd continue
 medium_taken_up /media/mmcblk1p1
 choose 1

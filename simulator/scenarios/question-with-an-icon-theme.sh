@@ -30,9 +30,9 @@ photograph_question() {
     answer no
 }
 
-board_is_up
-in_board rm -rf /usr/share/icons /usr/share/pixmaps
-in_board killall -KILL zul_upgrade
+controller_is_up
+on_controller rm -rf /usr/share/icons /usr/share/pixmaps
+on_controller killall -KILL zul_upgrade
 must "the tool is gone" within 10 fails running zul_upgrade
 mark
 start_program zul_upgrade
@@ -41,10 +41,10 @@ plug sd typical
 photograph_question "$state/without"
 
 make_theme "$state/tmp/theme"
-in_board mkdir -p /usr/share/icons /usr/share/pixmaps
-in_board cp -R /tmp/theme /usr/share/icons/hicolor
-in_board cp -R /tmp/theme/32/. /usr/share/pixmaps
-in_board killall -KILL zul_upgrade
+on_controller mkdir -p /usr/share/icons /usr/share/pixmaps
+on_controller cp -R /tmp/theme /usr/share/icons/hicolor
+on_controller cp -R /tmp/theme/32/. /usr/share/pixmaps
+on_controller killall -KILL zul_upgrade
 must "the tool is gone" within 10 fails running zul_upgrade
 mark
 start_program zul_upgrade

@@ -1,10 +1,10 @@
 # shellcheck shell=bash
 # A command that finds the queue full is lost, says so in the log and holds nothing up.
 
-board_programs=()
-start_board
-# Room for one record of 512 bytes, in the board's own IPC namespace; it holds for queues made from now on.
-in_board sh -c 'echo 600 >/proc/sys/kernel/msgmnb'
+controller_programs=()
+start_controller
+# Room for one record of 512 bytes, in the controller's own IPC namespace; it holds for queues made from now on.
+on_controller sh -c 'echo 600 >/proc/sys/kernel/msgmnb'
 start_program zul_upgrade
 must "the tool starts" within 30 tool_ready
 plug sd continue

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # A medium without a catalogue: one line in the log, and nothing else until it is removed.
 
-board_is_up
+controller_is_up
 plug sd no-catalogue
 must "the log says why" wait_for_log ' tool +/mnt/upgrade/zul_install/system.ini unPresence$' 20
 let_pass 7

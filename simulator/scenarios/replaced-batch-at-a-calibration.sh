@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Replaced while a calibration is at work: it ends by itself, the page is there for the new batch, whose commands run.
 
-board_is_up
+controller_is_up
 plug sd held
 medium_taken_up /media/mmcblk1p1
 choose 5 2

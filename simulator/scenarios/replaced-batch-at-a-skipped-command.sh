@@ -4,7 +4,7 @@
 
 items=$(printf 'touch,%.0s' {1..200})
 direct=$(variant held "s/^CMD_List=.*/CMD_Type=\"${items}second\"/;s/^touch=.*/touch=Touch operation@TSTAPP.sh/")
-board_is_up
+controller_is_up
 plug sd "$direct"
 medium_taken_up /media/mmcblk1p1
 must "the commands are skipped" wait_for_log ' tool +#+ Touch operation$' 20

@@ -2,7 +2,7 @@
 # A medium with a choice is swapped for one whose commands run at once, while a confirmed command runs.
 
 direct=$(variant held 's/^CMD_List=.*/CMD_Type="second,second,first"/')
-board_is_up
+controller_is_up
 chosen_at_work held 2 1 3
 pulled_and_plugged_again "$direct"
 the_new_batch_waits

@@ -3,7 +3,7 @@
 
 first=$(variant held 's/^CMD_List=.*/CMD_Type="held,first,first"/')
 second=$(variant held 's/^CMD_List=.*/CMD_Type="second,first"/')
-board_is_up
+controller_is_up
 at_work "$first"
 pulled_and_plugged_again "$second"
 must "the status page is shown" within 10 status_page_shown

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Pulled, plugged in again and confirmed twice while one command runs: only what was confirmed last is run.
 
-board_is_up
+controller_is_up
 chosen_at_work held 1 2
 confirmed_anew held 2 3
 confirmed_anew held 3

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Pulled, plugged in again and confirmed while a command runs: just that is run, once, and then it is time to unplug.
 
-board_is_up
+controller_is_up
 chosen_at_work held 1 2
 confirmed_anew held 3 2
 the_new_batch_waits

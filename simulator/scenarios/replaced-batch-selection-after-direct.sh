@@ -2,7 +2,7 @@
 # A medium whose commands run at once is swapped for one with a choice, while one of them runs.
 
 direct=$(variant held 's/^CMD_List=.*/CMD_Type="first,held,second"/')
-board_is_up
+controller_is_up
 at_work "$direct"
 confirmed_anew held 3
 the_new_batch_waits

@@ -2,7 +2,7 @@
 # The same with ENDGAME: the operations that were confirmed last, then "sync" and "reboot", each once.
 
 medium=$(variant held 's/^ENDGAME=.*/ENDGAME=true/')
-board_is_up
+controller_is_up
 chosen_at_work "$medium" 1 2 3
 confirmed_anew "$medium" 2
 the_new_batch_waits

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # ENDGAME=false: no sync, no reboot; a second medium finds the tool ready for it, on the list page.
 
-board_is_up
+controller_is_up
 plug sd continue
 medium_taken_up /media/mmcblk1p1
 choose 1 3

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # While the calibration program runs the tool's window is empty; then the status page is back.
 
-board_is_up
+controller_is_up
 hold_calibration
 plug sd direct
 medium_taken_up /media/mmcblk1p1

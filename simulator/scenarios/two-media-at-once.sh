@@ -1,11 +1,11 @@
 # shellcheck shell=bash
 # Of two new media the one that df lists last is taken; the other's turn comes when that one is pulled.
 
-board_is_up
-in_board killall -STOP zul_upgrade
+controller_is_up
+on_controller killall -STOP zul_upgrade
 plug sd continue
 plug usb other
-in_board killall -CONT zul_upgrade
+on_controller killall -CONT zul_upgrade
 medium_taken_up /media/sda1
 choose 1
 check "the list is that of the last medium" within 10 logged ' tool +append item \[Left operation\]'

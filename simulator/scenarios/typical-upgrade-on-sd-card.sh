@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # From the medium to the restart: operations of a choice run one after the other, then sync and reboot.
 
-board_is_up
+controller_is_up
 plug sd typical
 medium_taken_up /media/mmcblk1p1
 must "it was noticed within 3 seconds" noticed_in_time
@@ -23,6 +23,6 @@ must "the controller restarts" wait_for_log ' simulator +the controller is off' 
 mark
 must "the tool is back" wait_for_log ' tool +key = ' 30
 medium_taken_up /media/mmcblk1p1
-check "what was upgraded is still there" test "$(in_board /opt/zul/zul_version)" = "application 2.1.0"
+check "what was upgraded is still there" test "$(on_controller /opt/zul/zul_version)" = "application 2.1.0"
 unplug sd
 given_back

@@ -2,7 +2,7 @@
 # The same from a USB drive, which is asked back by its name and pulled before the controller goes down.
 
 restart_delay=12
-board_is_up
+controller_is_up
 plug usb typical
 medium_taken_up /media/sda1
 choose 2 3 4

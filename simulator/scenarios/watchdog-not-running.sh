@@ -1,8 +1,8 @@
 # shellcheck shell=bash
 # Without a watchdog the upgrade goes on; the commands wait for it in the queue. Without its file as well.
 
-board_programs=(zul_upgrade)
-board_is_up
+controller_programs=(zul_upgrade)
+controller_is_up
 plug sd continue
 must "the window comes up" within 20 window_visible
 choose 1
@@ -18,9 +18,9 @@ check "and gets both, whole and in order" in_order ' watchdog +received syscmd_s
 must "the application programs run" within 20 all_applications_run
 
 mark
-in_board killall zul_upgrade zul_watchdog
+on_controller killall zul_upgrade zul_watchdog
 must "both end" within 10 fails running zul_upgrade
-in_board rm /opt/zul/zul_watchdog
+on_controller rm /opt/zul/zul_watchdog
 start_program zul_upgrade
 must "without the file the key is -1" wait_for_log ' tool +key = -1$' 10
 plug sd continue

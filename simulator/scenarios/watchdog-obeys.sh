@@ -2,16 +2,16 @@
 # The counterpart itself: it restarts what dies within a second, and does what it is told and nothing else.
 
 send() {
-    in_board "$programs/send_command" "$@"
+    on_controller "$programs/send_command" "$@"
 }
 
-board_programs=(zul_watchdog)
+controller_programs=(zul_watchdog)
 install -m 755 "$build/simulator/send_command" /mnt/send_command
-start_board
+start_controller
 must "the application programs run" within 20 all_applications_run
-in_board sh -c 'cat >/opt/zul/send_command && chmod 755 /opt/zul/send_command' </mnt/send_command
+on_controller sh -c 'cat >/opt/zul/send_command && chmod 755 /opt/zul/send_command' </mnt/send_command
 
-in_board killall zul_main
+on_controller killall zul_main
 must "a program that dies is noticed" wait_for_log ' watchdog +zul_main was killed by signal 15$' 5
 mark
 must "and started again" wait_for_log ' watchdog +started zul_main$' 5
@@ -22,7 +22,7 @@ check "within a second" test $((10#$started - 10#$died)) -le 11
 mark
 send syscmd_suspend@3
 must "a suspension is received" wait_for_log ' watchdog +received syscmd_suspend@3$' 5
-in_board killall zul_main zul_gui_cn
+on_controller killall zul_main zul_gui_cn
 let_pass 1.5
 check "nothing is started again during it" fails logged ' watchdog +started '
 must "it ends by itself" wait_for_log ' watchdog +the suspension is over$' 10
@@ -31,7 +31,7 @@ must "and the programs run again" within 20 all_applications_run
 mark
 send syscmd_stop
 must "a stop is received" wait_for_log ' watchdog +received syscmd_stop$' 5
-in_board killall zul_gui_jk
+on_controller killall zul_gui_jk
 let_pass 2
 check "nothing is started again after it" fails logged ' watchdog +started '
 for command in "" hello syscmd_suspend syscmd_suspend@ syscmd_suspend@x syscmd_suspend@-1 syscmd_suspend@4294967296 \
@@ -47,7 +47,7 @@ send syscmd_resume
 must "it resumes" within 20 all_applications_run
 
 send syscmd_suspend@4294967295
-in_board killall zul_main
+on_controller killall zul_main
 send syscmd_apprestart
 must "a restart ends the longest suspension" within 20 all_applications_run
 check "the watchdog has lived through all of it" running zul_watchdog

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The calibration program has the screen for itself, and the controller does not restart.
 
-board_is_up
+controller_is_up
 hold_calibration
 plug sd "${examples:?}/calibrate-screen"
 medium_taken_up /media/mmcblk1p1

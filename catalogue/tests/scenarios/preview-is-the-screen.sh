@@ -12,7 +12,7 @@ shows() {
     compare -metric AE "$pictures/a.png" "$pictures/b.png" null: 2>/dev/null
 }
 
-board_is_up
+controller_is_up
 # shellcheck disable=SC2154 # build: common.sh
 must "the preview is drawn" "$build/catalogue/zul_catalogue" preview "${examples:?}/chinese-names" -o "$pictures/preview"
 plug sd "$examples/chinese-names"

@@ -1,13 +1,13 @@
 # shellcheck shell=bash
 # Everything runs without being asked for, and nothing is added.
 
-board_is_up
+controller_is_up
 plug usb "${examples:?}/run-at-once"
 medium_taken_up /media/sda1
 must "the status page comes up by itself" within 10 status_page_shown
 must "the batch ends" within 60 batch_over
-check "the settings are installed" in_board cmp /opt/zul/settings /media/sda1/settings
-check "the medium has a note of it" in_board test -s /media/sda1/installed.log
+check "the settings are installed" on_controller cmp /opt/zul/settings /media/sda1/settings
+check "the medium has a note of it" on_controller test -s /media/sda1/installed.log
 check "the data were saved once" within 10 logged_times 1 ' stand-in +sync$'
 unplug usb
 given_back

@@ -1,21 +1,21 @@
 # shellcheck shell=bash
 # The program is replaced and the old one kept; the second operation puts that back.
 
-board_is_up
+controller_is_up
 plug sd "${examples:?}/update-program"
 medium_taken_up /media/mmcblk1p1
 choose 1
 confirm_choice
 must "the batch ends" within 60 batch_over
-check "the new program is in its place" test "$(in_board /opt/zul/zul_version)" = "application 2.2.0"
-check "the old one is kept" test "$(in_board /opt/zul/zul_version.old)" = "application 2.0.0"
-check "nothing half done is left" fails in_board test -e /opt/zul/zul_version.new
+check "the new program is in its place" test "$(on_controller /opt/zul/zul_version)" = "application 2.2.0"
+check "the old one is kept" test "$(on_controller /opt/zul/zul_version.old)" = "application 2.0.0"
+check "nothing half done is left" fails on_controller test -e /opt/zul/zul_version.new
 must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
 mark
 must "the tool is back" wait_for_log ' tool +key = ' 30
 medium_taken_up /media/mmcblk1p1
-check "the new program has outlived the restart" test "$(in_board /opt/zul/zul_version)" = "application 2.2.0"
+check "the new program has outlived the restart" test "$(on_controller /opt/zul/zul_version)" = "application 2.2.0"
 choose 2
 confirm_choice
 must "the batch ends" within 60 batch_over
-check "the old program is back" test "$(in_board /opt/zul/zul_version)" = "application 2.0.0"
+check "the old program is back" test "$(on_controller /opt/zul/zul_version)" = "application 2.0.0"

@@ -5,15 +5,15 @@ damaged=$(mktemp -d /mnt/damaged-XXXXXX)
 cp -R "${examples:?}/verified-update/." "$damaged"
 echo "damaged" >>"$damaged/zul_install/settings"
 
-board_is_up
+controller_is_up
 plug sd "$damaged"
 medium_taken_up /media/mmcblk1p1
 choose 1
 confirm_choice
 must "the batch ends" within 60 batch_over
-check "nothing was installed" test "$(in_board /opt/zul/zul_version)" = "application 2.0.0"
-check "not even the file that is whole" fails in_board test -e /opt/zul/settings
-check "the medium says which file" in_board grep -q '^settings: FAILED' /media/mmcblk1p1/check.log
+check "nothing was installed" test "$(on_controller /opt/zul/zul_version)" = "application 2.0.0"
+check "not even the file that is whole" fails on_controller test -e /opt/zul/settings
+check "the medium says which file" on_controller grep -q '^settings: FAILED' /media/mmcblk1p1/check.log
 unplug sd
 must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
 mark
@@ -23,5 +23,5 @@ medium_taken_up /media/mmcblk1p1
 choose 1
 confirm_choice
 must "the batch ends" within 60 batch_over
-check "the program is installed" test "$(in_board /opt/zul/zul_version)" = "application 2.3.0"
-check "the settings are installed" in_board grep -q brightness=80 /opt/zul/settings
+check "the program is installed" test "$(on_controller /opt/zul/zul_version)" = "application 2.3.0"
+check "the settings are installed" on_controller grep -q brightness=80 /opt/zul/settings

@@ -5,13 +5,13 @@
 #
 # A catalogue's commands are not kept in here. Only media with harmless commands are run this way.
 
-prepare_board() {
-    state=$ZUL_BOARD
+prepare_controller() {
+    state=$ZUL_CONTROLLER
     mkdir "$state"/{media,stand-ins,programs,tmp}
     programs=$state/programs
-    board_tmp=$state/tmp
+    controller_tmp=$state/tmp
     tool_share=$state/share
-    mkdir -m 700 "$board_tmp/runtime"
+    mkdir -m 700 "$controller_tmp/runtime"
     : >"$state/stand-ins.log"
     : >"$state/mounts"
     install_programs "$programs"
@@ -33,23 +33,23 @@ install_stand_ins() {
     done
 }
 
-boot_board() {
+boot_controller() {
     :
 }
 
-halt_board() {
-    "$simulator/lib/clean-up" --board "$state"
+halt_controller() {
+    "$simulator/lib/clean-up" --power-off "$state"
 }
 
-board_command() {
-    command=(env -i "${board_environment[@]}" "$@")
+controller_command() {
+    command=(env -i "${controller_environment[@]}" "$@")
 }
 
-board_environment_is() {
-    board_environment=(
+controller_environment_is() {
+    controller_environment=(
         PATH="$state/stand-ins:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin:$programs"
         HOME=/root LC_ALL=C.UTF-8 DISPLAY="$display" "${tool_environment[@]}"
-        ZUL_SANDBOX_LOG="$state/stand-ins.log" ZUL_BOARD="$state" ZUL_ON_BOARD="$state"
+        ZUL_SANDBOX_LOG="$state/stand-ins.log" ZUL_CONTROLLER="$state" ZUL_ON_CONTROLLER="$state"
     )
 }
 

@@ -6,57 +6,57 @@
 # and is ended with its first process. Media are mounted from outside, as a kernel does.
 
 programs=/opt/zul
-board_tmp=/tmp
+controller_tmp=/tmp
 tool_share=/usr/share/zul-upgrade
 
 # What a controller's programs may not do, because it would not stay inside.
 readonly denied_capabilities="-sys_boot,-sys_admin,-sys_module,-sys_rawio,-mknod,-sys_time,-sys_ptrace,-net_admin,-sys_chroot,-syslog,-dac_read_search"
 
-prepare_board() {
+prepare_controller() {
     if [[ ! -e /mnt/.zul-sandbox ]]; then die "not in a sandbox"; fi
-    state=/mnt/.zul-board
+    state=/mnt/.zul-controller
     mkdir -p "$state"/{upper,work,root,media,staging,tmp/.X11-unix,programs}
     mkdir -m 700 "$state/tmp/runtime"
     chmod 1777 "$state/tmp" "$state/tmp/.X11-unix"
     : >"$state/stand-ins.log"
     install_programs "$state/programs"
     "$simulator/../packaging/fonts/install-fonts" "$tool_share" /var/cache/zul-upgrade "$state/share"
-    # Shared, so that a medium that is mounted here appears on the board, and goes from there when it is unmounted.
+    # Shared, so that a medium that is mounted here appears on the controller, and goes from there when it is unmounted.
     mount -t tmpfs -o mode=755 media "$state/media"
     mount --make-shared "$state/media"
 }
 
-# Builds the board's root and starts its first process. Everything on the board ends with that one.
-boot_board() {
+# Builds the controller's root and starts its first process. Everything on the controller ends with that one.
+boot_controller() {
     local log
     # Opened here: the first process has to be the only child.
-    exec {log}> >(stamp board)
+    exec {log}> >(stamp controller)
     unshare --mount --pid --ipc --fork --kill-child --propagation slave \
-        "$simulator/lib/board-init" "$state" "$denied_capabilities" </dev/null >&"$log" 2>&1 &
+        "$simulator/lib/controller-init" "$state" "$denied_capabilities" </dev/null >&"$log" 2>&1 &
     echo $! >"$state/boot.pid"
     disown
     exec {log}>&-
-    within 20 test -e "$state/tmp/.booted" || die "the board does not start; see $transcript"
+    within 20 test -e "$state/tmp/.booted" || die "the controller does not start; see $transcript"
     rm "$state/tmp/.booted"
     pgrep -P "$(<"$state/boot.pid")" >"$state/init.pid"
 }
 
-halt_board() {
+halt_controller() {
     local init
     init=$(<"$state/init.pid")
     kill -KILL "$(<"$state/boot.pid")" 2>/dev/null || true
-    within 20 fails test -d "/proc/$init" || die "the board does not end"
+    within 20 fails test -d "/proc/$init" || die "the controller does not end"
 }
 
-# board_command COMMAND... - sets command to what runs COMMAND on the board, with what its programs may do and know.
-board_command() {
+# controller_command COMMAND... - sets command to what runs COMMAND on the controller, with what its programs may do and know.
+controller_command() {
     command=(nsenter --target "$(<"$state/init.pid")" --mount --pid --ipc --root --wd --
         setpriv --bounding-set="$denied_capabilities" --inh-caps=-all --
-        env -i "${board_environment[@]}" "$@")
+        env -i "${controller_environment[@]}" "$@")
 }
 
-board_environment_is() {
-    board_environment=(
+controller_environment_is() {
+    controller_environment=(
         PATH=/mnt/.zul-stand-ins:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin:/opt/zul
         HOME=/root LC_ALL=C.UTF-8 DISPLAY="$display" "${tool_environment[@]}"
     )
@@ -65,7 +65,7 @@ board_environment_is() {
 mount_medium() {
     local device=$1 directory=$2 content=$3 staged
     staged=$(mktemp -d "$state/staging/XXXXXX")
-    # A tmpfs may carry any source name. It is filled before it appears on the board, as a medium is.
+    # A tmpfs may carry any source name. It is filled before it appears on the controller, as a medium is.
     mount -t tmpfs -o mode=755 "$device" "$staged"
     cp -R "$content/." "$staged"
     mkdir -p "$state/media/${directory#/media/}"

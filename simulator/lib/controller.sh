@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2034,SC2119 # shared with the scripts that source this
 # The simulated controller: its life, its media and its operator. Sourced, never run.
-# Which of the two kinds it is (board-isolated.sh, board-here.sh) is decided by $ZUL_MODE: isolated or here.
+# Which of the two kinds it is (controller-isolated.sh, controller-fallback.sh) is decided by $ZUL_MODE: isolated or here.
 
 # shellcheck source=common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -11,19 +11,19 @@ source "$simulator/lib/places.sh"
 source "$simulator/lib/screen.sh"
 ZUL_MODE=${ZUL_MODE:-isolated}
 if [[ $ZUL_MODE == isolated ]]; then
-    # shellcheck source=board-isolated.sh
-    source "$simulator/lib/board-isolated.sh"
+    # shellcheck source=controller-isolated.sh
+    source "$simulator/lib/controller-isolated.sh"
 else
-    # shellcheck source=board-here.sh
-    source "$simulator/lib/board-here.sh"
+    # shellcheck source=controller-fallback.sh
+    source "$simulator/lib/controller-fallback.sh"
 fi
 
 readonly application_programs="zul_main zul_gui_en zul_gui_cn zul_gui_jk zul_gui_lan"
 
 # Seconds between "reboot" and the moment at which everything is ended and starts again.
 restart_delay=10
-# start_board starts these; a scenario may take one out.
-board_programs=(zul_watchdog zul_upgrade)
+# start_controller starts these; a scenario may take one out.
+controller_programs=(zul_watchdog zul_upgrade)
 
 # install_programs DIRECTORY - what stands in a controller's program directory.
 install_programs() {
@@ -39,15 +39,15 @@ shipped_environment() {
         "$simulator/../packaging/zul_upgrade.default"
 }
 
-# start_board - everything up to the tool waiting for a medium.
-start_board() {
+# start_controller - everything up to the tool waiting for a medium.
+start_controller() {
     require_programs
-    prepare_board
+    prepare_controller
     start_transcript "$state"
     mapfile -t tool_environment < <(shipped_environment)
-    tool_environment+=("XDG_RUNTIME_DIR=$board_tmp/runtime")
+    tool_environment+=("XDG_RUNTIME_DIR=$controller_tmp/runtime")
     start_screen
-    board_environment_is
+    controller_environment_is
     power_on
     follow_stand_ins &
     observe &
@@ -55,38 +55,38 @@ start_board() {
 
 power_on() {
     local program
-    boot_board
+    boot_controller
     echo "$EPOCHREALTIME" >"$state/powered"
     event simulator "the controller starts"
-    for program in "${board_programs[@]}"; do start_program "$program"; done
+    for program in "${controller_programs[@]}"; do start_program "$program"; done
 }
 
 power_off() {
     rm -f "$state/powered"
-    halt_board
+    halt_controller
     event simulator "the controller is off: no program runs"
 }
 
-# in_board COMMAND... - runs a command on the board, as a program of the controller would.
-in_board() {
+# on_controller COMMAND... - runs a command as a program of the controller would.
+on_controller() {
     local -a command
-    board_command "$@"
+    controller_command "$@"
     "${command[@]}"
 }
 
-# start_program NAME - starts a program of the board in the background, with its output in the transcript.
+# start_program NAME - starts a program of the controller in the background, with its output in the transcript.
 start_program() {
     local out=${1#zul_} err=${1#zul_}
     # What the tool itself says comes on standard error; on standard output it passes on what its commands say.
     out=${out/#upgrade/command} err=${err/#upgrade/tool}
-    # Nothing from this shell about a program that is killed with the board.
+    # Nothing from this shell about a program that is killed with the controller.
     run_program "$1" "$out" "$err" 2>/dev/null &
 }
 
 run_program() {
     local status=0
     local -a command
-    board_command "$programs/$1"
+    controller_command "$programs/$1"
     "${command[@]}" </dev/null > >(stamp "$2") 2> >(stamp "$3") &
     wait $! || status=$?
     if [[ -e $state/powered ]]; then event simulator "$1 ended with exit code $status"; fi
