@@ -1,9 +1,9 @@
-#include "medium.h"
-#include "preview.h"
-#include "report.h"
+#include "reading/medium.h"
+#include "report/report.h"
 #include "scaffold.h"
-#include "screen.h"
 #include "widget.h"
+#include "window/preview.h"
+#include "window/screen.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

@@ -1,6 +1,6 @@
 #include "scaffold.h"
 
-#include "medium.h"
+#include "reading/medium.h"
 
 #include <QDir>
 #include <QFile>

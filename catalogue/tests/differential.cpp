@@ -8,11 +8,11 @@
 // Prints the seed and what was compared. Exit code 1 and the catalogue on the first difference.
 
 #include "generator.h"
-#include "isolation.h"
-#include "medium.h"
-#include "report.h"
-#include "screen.h"
-#include "windowaccess.h"
+#include "reading/medium.h"
+#include "report/report.h"
+#include "window/isolation.h"
+#include "window/screen.h"
+#include "window/windowaccess.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemModel>

@@ -6,7 +6,7 @@
 // program's own objects before one from a shared library, and the window, which is linked in, gets these.
 // isolation.map keeps them out of the dynamic symbol table, so that Qt and the C library go on using theirs.
 
-#include "isolation.h"
+#include "window/isolation.h"
 
 #include <QProcess>
 #include <QThread>

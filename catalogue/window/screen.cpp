@@ -1,6 +1,6 @@
-#include "screen.h"
+#include "window/screen.h"
 
-#include "windowaccess.h"
+#include "window/windowaccess.h"
 
 #include <QAbstractButton>
 #include <QFontMetrics>

@@ -1,7 +1,7 @@
-#include "verdict.h"
+#include "window/verdict.h"
 
-#include "commandline.h"
-#include "windowaccess.h"
+#include "reading/commandline.h"
+#include "window/windowaccess.h"
 
 #include <QAbstractButton>
 #include <QListView>

@@ -1,4 +1,4 @@
-#include "windowaccess.h"
+#include "window/windowaccess.h"
 
 namespace
 {

@@ -1,8 +1,8 @@
 #ifndef REPORT_H
 #define REPORT_H
 
-#include "findings.h"
-#include "verdict.h"
+#include "rules/findings.h"
+#include "window/verdict.h"
 
 #include <QByteArray>
 

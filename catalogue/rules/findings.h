@@ -1,7 +1,7 @@
 #ifndef FINDINGS_H
 #define FINDINGS_H
 
-#include "inifile.h"
+#include "reading/inifile.h"
 
 #include <QMap>
 #include <QString>

@@ -1,6 +1,6 @@
 // Findings on how the catalogue is written: what the reader of the file makes of its bytes.
 
-#include "rules.h"
+#include "rules/rules.h"
 
 #include <QRegularExpression>
 

@@ -1,11 +1,11 @@
 #ifndef RULES_H
 #define RULES_H
 
-#include "commandline.h"
-#include "findings.h"
-#include "medium.h"
-#include "screen.h"
-#include "verdict.h"
+#include "reading/commandline.h"
+#include "reading/medium.h"
+#include "rules/findings.h"
+#include "window/screen.h"
+#include "window/verdict.h"
 
 #include <QHash>
 

@@ -1,4 +1,4 @@
-#include "inifile.h"
+#include "reading/inifile.h"
 
 #include <QTextCodec>
 

@@ -1,6 +1,6 @@
 // Findings on the command lines: what the controller runs, for how long, and how it is shown.
 
-#include "rules.h"
+#include "rules/rules.h"
 #include "widget.h"
 
 #include <QRegularExpression>

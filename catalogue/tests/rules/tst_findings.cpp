@@ -1,9 +1,9 @@
-#include "findings.h"
-#include "medium.h"
-#include "report.h"
-#include "screen.h"
-#include "verdict.h"
+#include "reading/medium.h"
+#include "report/report.h"
+#include "rules/findings.h"
 #include "widget.h"
+#include "window/screen.h"
+#include "window/verdict.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
-#include "findings.h"
+#include "rules/findings.h"
 
-#include "rules.h"
+#include "rules/rules.h"
 
 #include <QRegularExpression>
 #include <QSet>

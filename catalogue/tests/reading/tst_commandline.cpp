@@ -1,5 +1,5 @@
-#include "commandline.h"
 #include "generator.h"
+#include "reading/commandline.h"
 
 #include <QProcess>
 #include <QTest>

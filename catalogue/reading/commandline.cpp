@@ -1,4 +1,4 @@
-#include "commandline.h"
+#include "reading/commandline.h"
 
 namespace
 {

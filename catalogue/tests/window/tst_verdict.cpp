@@ -1,6 +1,6 @@
-#include "isolation.h"
-#include "verdict.h"
 #include "widget.h"
+#include "window/isolation.h"
+#include "window/verdict.h"
 
 #include <QApplication>
 #include <QFile>

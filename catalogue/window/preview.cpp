@@ -1,8 +1,8 @@
-#include "preview.h"
+#include "window/preview.h"
 
-#include "isolation.h"
-#include "medium.h"
-#include "windowaccess.h"
+#include "reading/medium.h"
+#include "window/isolation.h"
+#include "window/windowaccess.h"
 
 #include <QAbstractButton>
 #include <QApplication>

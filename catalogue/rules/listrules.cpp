@@ -1,6 +1,6 @@
 // Findings on the lists, the keys and ENDGAME: what the operator is offered.
 
-#include "rules.h"
+#include "rules/rules.h"
 
 #include <QRegularExpression>
 #include <QSet>

@@ -1,6 +1,6 @@
-#include "report.h"
+#include "report/report.h"
 
-#include "medium.h"
+#include "reading/medium.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,4 +1,4 @@
-#include "medium.h"
+#include "reading/medium.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
 // Findings on the other files of the medium, and on the medium itself.
 
-#include "rules.h"
+#include "rules/rules.h"
 #include "widget.h"
 
 #include <QDir>
