@@ -1,9 +1,9 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2034,SC2154 # state, display, tool_environment, simulator: the other files of lib/
-# The simulated controller where namespaces are refused: the computer's own mounts, processes and queues, with
-# stand-ins for df, killall, reboot and sync in PATH. Sourced, never run.
+# The fallback, for a computer that refuses namespaces: the simulated controller has the computer's own mounts,
+# processes and queues, with stand-ins for df, killall, reboot and sync in PATH. Sourced, never run.
 #
-# A catalogue's commands are not kept in here. Only media with harmless commands are run this way.
+# It does not keep a catalogue's commands in. Only media with harmless commands are run this way.
 
 prepare_controller() {
     state=$ZUL_CONTROLLER

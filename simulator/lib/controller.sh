@@ -1,7 +1,8 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2034,SC2119 # shared with the scripts that source this
 # The simulated controller: its life, its media and its operator. Sourced, never run.
-# Which of the two kinds it is (controller-isolated.sh, controller-fallback.sh) is decided by $ZUL_MODE: isolated or here.
+# Which of the two kinds it is (controller-isolated.sh, controller-fallback.sh) is decided by $ZUL_MODE: isolated or
+# fallback.
 
 # shellcheck source=common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"

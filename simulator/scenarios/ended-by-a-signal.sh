@@ -31,7 +31,7 @@ before=$(traces)
 for signal in INT TERM KILL; do
     check "SIG$signal ends the show" end_in_the_middle $signal
     check "and leaves nothing" within 20 nothing_more_than_before
-    check "SIG$signal ends it without namespaces" end_in_the_middle $signal --fallback
+    check "SIG$signal ends the fallback" end_in_the_middle $signal --fallback
     check "and leaves nothing" within 20 nothing_more_than_before
 done
 diff <(echo "$before") <(traces) || true

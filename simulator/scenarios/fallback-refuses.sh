@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Without namespaces the show does not begin where it could harm.
+# The fallback does not begin where it could harm.
 
 # refused REASON ARGUMENT...
 refused() {

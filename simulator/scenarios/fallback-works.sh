@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Where namespaces are refused the show says what it could do without them, and does nothing; asked for, it shows a
+# Where namespaces are refused the show says what the fallback would be, and does nothing; asked for, it shows a
 # whole upgrade that way and leaves nothing behind.
 
 export TMPDIR=/mnt/tmp
@@ -8,15 +8,15 @@ output=$build/simulator/$name
 remove_at_end "$output"
 mounts=$(</proc/mounts)
 # What an ordinary container lacks.
-without_namespaces=(setpriv --bounding-set=-sys_admin "$simulator/show" --output "$output")
+container=(setpriv --bounding-set=-sys_admin "$simulator/show" --output "$output")
 status=0
-"${without_namespaces[@]}" >/mnt/shown 2>/mnt/said || status=$?
+"${container[@]}" >/mnt/shown 2>/mnt/said || status=$?
 check "by itself it does not begin" test $status = 77 -a ! -s /mnt/shown
-check "it names the switch and what it means" grep -q '^--fallback .* on this computer itself:$' /mnt/said
-"${without_namespaces[@]}" --fallback >/mnt/shown || show_failed=yes
+check "it names the switch and what it means" grep -q '^With --fallback .* on this computer itself: ' /mnt/said
+"${container[@]}" --fallback >/mnt/shown || show_failed=yes
 cat /mnt/shown
 must "the show succeeds" test -z "${show_failed:-}"
-check "one line says so" test "$(grep -c '^Without namespaces: df, killall, reboot and sync are stand-ins' /mnt/shown)" = 1
+check "one line says so" test "$(grep -c '^The fallback: df, killall, reboot and sync are stand-ins' /mnt/shown)" = 1
 check "there are eight pictures" test "$(find "$output" -name '*.png' | wc -l)" = 8
 check "there is no temporary folder" test -z "$(ls -A /mnt/tmp)"
 check "there is no link" test ! -L /mnt/upgrade

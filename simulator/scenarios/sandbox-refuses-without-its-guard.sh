@@ -10,8 +10,8 @@ refuses_without() {
     [[ $status -eq 77 && ! -e $started ]] && grep -q '^sandbox: cannot run here: ' /mnt/reason
 }
 
-check "without mounts" refuses_without mount
-check "without namespaces" refuses_without unshare
+check "where mounts are refused" refuses_without mount
+check "where namespaces are refused" refuses_without unshare
 check "without stand-ins" refuses_without install
 check "when its inner step is called by itself" fails "$simulator/sandbox" --inside "" true
 check "from below /mnt" fails sh -c 'cd /mnt && "$1" true' sh "$simulator/sandbox"
