@@ -7,39 +7,21 @@ import subprocess
 import sys
 import tempfile
 
-PROGRAMS = {
-    "qemu-system-arm": "qemu-system-arm",
-    "qemu-img": "qemu-utils",
-    "sfdisk": "fdisk",
-    "mkfs.vfat": "dosfstools",
-    "mcopy": "mtools",
-    "setpriv": "util-linux",
-}
+SCRIPTS = os.path.join(os.path.dirname(os.path.realpath(__file__)), "..", "..", "scripts")
 CANNOT_RUN_HERE = 77
 
 
-def install(packages):
-    """Whether Debian's packages could be installed."""
-    print("installing", *packages, flush=True)
-    prefix = [] if os.geteuid() == 0 else ["sudo", "-n"]
-    # ipxe-qemu and the like are recommended only, and needed by no device that the board has.
-    commands = [["apt-get", "update"], ["apt-get", "install", "-y", "--no-install-recommends", *packages]]
-    try:
-        return all(
-            subprocess.run([*prefix, *command], stdout=subprocess.DEVNULL, check=False).returncode == 0
-            for command in commands
-        )
-    except FileNotFoundError:  # no apt-get, or no sudo
-        return False
+def install_packages(purpose):
+    """Whether what scripts/install-packages knows for a purpose is there, or could be installed."""
+    done = subprocess.run([os.path.join(SCRIPTS, "install-packages"), purpose], check=False)
+    return done.returncode == 0
 
 
 def install_programs():
     """Installs what is missing of the programs that drive the board; ends with 77 where that does not work."""
-    os.environ["PATH"] += ":/usr/sbin:/sbin"
-    missing = sorted({package for program, package in PROGRAMS.items() if not shutil.which(program)})
-    if missing and not install(missing):
-        print("cannot run here: missing", *missing)
+    if not install_packages("board"):
         raise SystemExit(CANNOT_RUN_HERE)
+    os.environ["PATH"] += ":/usr/sbin:/sbin"
 
 
 def can_show_a_window():
@@ -49,7 +31,7 @@ def can_show_a_window():
         done = subprocess.run(["qemu-system-arm", "-display", "help"], capture_output=True, text=True, check=True)
         return "gtk" in done.stdout.split()
 
-    return has_windows() or (install(["qemu-system-gui"]) and has_windows())
+    return has_windows() or (install_packages("board-window") and has_windows())
 
 
 def temporary_folder():
