@@ -15,7 +15,12 @@ import datetime
 import os
 import re
 import sys
+from collections.abc import Iterator
 from pathlib import Path
+
+# Of a figure's group, row and subject, a value a repetition.
+Key = tuple[str, ...]
+Samples = dict[Key, list[float]]
 
 BEGIN = "<!-- bench/run writes from here -->"
 END = "<!-- to here -->"
@@ -47,18 +52,20 @@ GROWTH = "the same growth of the baseline"
 class Row:
     """One figure. `goal` is the greatest ratio that is wanted, where one is."""
 
-    def __init__(self, group, key, text, baseline, what, digits=1, goal=None):
+    def __init__(
+        self, group: str, key: Key, text: str, baseline: str, what: str, digits: int = 1, goal: float | None = None
+    ) -> None:
         self.group, self.key, self.text = group, key, text
         self.baseline, self.what, self.digits, self.goal = baseline, what, digits, goal
 
-    def cells(self, samples):
+    def cells(self, samples: Samples) -> list[str]:
         tool, baseline = samples[self.key + ("tool",)], samples[self.key_of_baseline()]
         return [self.text, spread(tool, self.digits), spread(baseline, self.digits), *self.judged(tool, baseline)]
 
-    def key_of_baseline(self):
+    def key_of_baseline(self) -> Key:
         return self.key + (self.baseline,)
 
-    def judged(self, tool, baseline):
+    def judged(self, tool: list[float], baseline: list[float]) -> list[str]:
         if not tool or not baseline or min(tool) <= 0 or min(baseline) <= 0:
             return ["", self.what, "not measured"]
         ratio = middle(tool) / middle(baseline)
@@ -71,35 +78,35 @@ class Row:
 class Growth(Row):
     """How many times more the larger amount costs, of the tool and of the baseline."""
 
-    def __init__(self, group, row, smaller, larger, unit, baseline, what):
+    def __init__(self, group: str, row: str, smaller: str, larger: str, unit: str, baseline: str, what: str) -> None:
         super().__init__(group, (row, larger), f"from {smaller} to {larger} {unit}, times", baseline, what)
         self.row, self.smaller, self.larger = row, plain(smaller), plain(larger)
 
-    def cells(self, samples):
+    def cells(self, samples: Samples) -> list[str]:
         grown = [self.growth(samples, "tool"), self.growth(samples, self.baseline)]
         return [self.text, *(spread(growth, 1) for growth in grown), *self.judged(*grown)]
 
-    def growth(self, samples, subject):
+    def growth(self, samples: Samples, subject: str) -> list[float]:
         small, large = samples[(self.row, self.smaller, subject)], samples[(self.row, self.larger, subject)]
         return [middle(large) / middle(small)] if small and large else []
 
 
-def plain(number):
+def plain(number: str) -> str:
     return number.replace(",", "")
 
 
-def middle(values):
+def middle(values: list[float]) -> float:
     return sorted(values)[len(values) // 2]
 
 
-def spread(values, digits):
+def spread(values: list[float], digits: int) -> str:
     if not values:
         return "–"
     texts = [f"{value:,.{digits}f}" for value in (middle(values), min(values), max(values))]
     return texts[0] if texts[1] == texts[2] else f"{texts[0]} ({texts[1]} to {texts[2]})"
 
 
-def instruction_rows(before):
+def instruction_rows(before: bool) -> Iterator[Row]:
     for surroundings, text in SURROUNDINGS.items():
         key = ("start", f"instructions, {surroundings}")
         shipped = surroundings == "shipped"
@@ -110,7 +117,7 @@ def instruction_rows(before):
             yield Row("instructions", key, text, "before", BEFORE, goal=0.9 if shipped else None)
 
 
-def start_rows(before):
+def start_rows(before: bool) -> Iterator[Row]:
     for what, text in (("wall", "time, ms"), ("processor", "processor time, ms")):
         for surroundings, where in SURROUNDINGS.items():
             key = ("start", f"{what}, {surroundings}")
@@ -125,37 +132,63 @@ def start_rows(before):
             yield Row("start", key, f"{what} memory, MB, as shipped", "before", BEFORE)
 
 
-def life_rows():
-    yield Row("idle", ("idle", "processor"), "processor time while idle, ms", "loop", "`while sleep 3; do df; done` beside it")
+def life_rows() -> Iterator[Row]:
+    yield Row(
+        "idle", ("idle", "processor"), "processor time while idle, ms", "loop", "`while sleep 3; do df; done` beside it"
+    )
     for program in ("yad", "zenity"):
-        yield Row("screen", ("screen", "list"), "from noticing a medium to its list painted", program,
-                  f"`{program} --list` from its start to its list painted")  # fmt: skip
+        yield Row(
+            "screen",
+            ("screen", "list"),
+            "from noticing a medium to its list painted",
+            program,
+            f"`{program} --list` from its start to its list painted",
+        )
     for program in ("yad", "zenity"):
-        yield Row("screen", ("screen", "tap"), "from a tap to its effect painted", program,
-                  f"a tap on a row of `{program} --list`")  # fmt: skip
-    yield Row("screen", ("screen", "waiting"), "from a medium to noticing it", "loop",
-              "`until df \\| grep -q /dev/mmc; do sleep 3; done` beside it", 0)  # fmt: skip
+        yield Row(
+            "screen",
+            ("screen", "tap"),
+            "from a tap to its effect painted",
+            program,
+            f"a tap on a row of `{program} --list`",
+        )
+    yield Row(
+        "screen",
+        ("screen", "waiting"),
+        "from a medium to noticing it",
+        "loop",
+        "`until df \\| grep -q /dev/mmc; do sleep 3; done` beside it",
+        0,
+    )
 
 
-def size_rows():
+def size_rows() -> Iterator[Row]:
     for count in ("12", "100", "1,000", "10,000"):
         goal = 0.2 if count == "1,000" else None
-        yield Row("table", ("table", plain(count)), f"{count} rows", "cell by cell", "every cell set on its own", 3, goal)
+        yield Row(
+            "table", ("table", plain(count)), f"{count} rows", "cell by cell", "every cell set on its own", 3, goal
+        )
     for smaller, larger in (("100", "1,000"), ("1,000", "10,000")):
         yield Growth("table", "table", smaller, larger, "rows", "cell by cell", GROWTH)
     for count in ("10", "1,000", "10,000"):
-        yield Row("catalogue", ("catalogue", plain(count)), f"{count} operations", "settings reader",
-                  "Qt's settings reader alone: the file and all its keys", 3)  # fmt: skip
+        yield Row(
+            "catalogue",
+            ("catalogue", plain(count)),
+            f"{count} operations",
+            "settings reader",
+            "Qt's settings reader alone: the file and all its keys",
+            3,
+        )
     yield Growth("catalogue", "catalogue", "1,000", "10,000", "operations", "settings reader", GROWTH)
     yield Row("check", ("check", "10000"), "10,000 operations", "10", "10 operations")
 
 
-def rows(before):
+def rows(before: bool) -> list[Row]:
     return [*instruction_rows(before), *start_rows(before), *life_rows(), *size_rows()]
 
 
-def read_samples(path):
-    samples = collections.defaultdict(list)
+def read_samples(path: str) -> Samples:
+    samples: Samples = collections.defaultdict(list)
     for line in Path(path).read_text().splitlines():
         group, row, subject, value = line.split("\t")
         samples[(group, row, subject)].append(float(value))
@@ -163,13 +196,14 @@ def read_samples(path):
     return samples
 
 
-def line_of(cells):
+def line_of(cells: list[str]) -> str:
     return "| " + " | ".join(cells) + " |"
 
 
-def table(samples, groups, before):
+def table(samples: Samples, groups: list[str], before: bool) -> tuple[list[str], bool]:
     """The lines of the measured groups, and whether a figure is missing."""
-    lines, missing = [], False
+    lines: list[str] = []
+    missing = False
     for group in groups:
         lines.append(line_of([TITLES[group], "", "", "", "", ""]))
         for row in rows(before):
@@ -180,7 +214,7 @@ def table(samples, groups, before):
     return lines, missing
 
 
-def board_rows(path, document):
+def board_rows(path: str | None, document: str) -> list[str]:
     """The rows of a full run on the virtual board, or those that the document has."""
     if path:
         made = datetime.date.fromtimestamp(Path(path).stat().st_mtime)
@@ -189,7 +223,7 @@ def board_rows(path, document):
             figure, tool, baseline, what = line.split("\t")
             lines.append(line_of([figure, tool, baseline, "", what, ""]))
         return lines
-    kept = []
+    kept: list[str] = []
     for line in document.splitlines():
         if line.startswith("| " + BOARD) or (kept and line.startswith("|")):
             kept.append(line)
@@ -198,18 +232,23 @@ def board_rows(path, document):
     return kept
 
 
-def machine():
+def told_by(path: str, pattern: str) -> str | None:
+    """What the group of a pattern stands for in a file of the system."""
+    found = re.search(pattern, Path(path).read_text())
+    return found.group(1) if found else None
+
+
+def machine() -> str:
     """This computer in words."""
-    processor = re.search(r"model name\s*: (.*)|Hardware\s*: (.*)", Path("/proc/cpuinfo").read_text())
-    memory = int(re.search(r"MemTotal: *(\d+)", Path("/proc/meminfo").read_text()).group(1)) / 2**20
-    system = re.search(r'PRETTY_NAME="(.*)"', Path("/etc/os-release").read_text()).group(1)
+    name = told_by("/proc/cpuinfo", r"(?:model name|Hardware)\s*: (.*)") or os.uname().machine
+    memory = int(told_by("/proc/meminfo", r"MemTotal: *(\d+)") or 0) / 2**20
+    system = told_by("/etc/os-release", r'PRETTY_NAME="(.*)"')
     core = ctypes.CDLL("libQt5Core.so.5")
     core.qVersion.restype = ctypes.c_char_p
-    name = processor.group(1) or processor.group(2) if processor else os.uname().machine
     return f"{name}, {os.cpu_count()} cores, {memory:.0f} GB of memory, {system}, Qt {core.qVersion().decode()}"
 
 
-def write(path, lines):
+def write(path: Path, lines: list[str]) -> None:
     if not path.exists():
         path.write_text("\n".join([*lines, ""]))
         return
@@ -219,7 +258,7 @@ def write(path, lines):
     path.write_text("\n".join([before + BEGIN, "", *lines, "", END + after]))
 
 
-def main():
+def main() -> None:
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("samples")
     parser.add_argument("groups")

@@ -13,7 +13,7 @@ import tempfile
 from pathlib import Path
 
 
-def make_medium(directory, operations):
+def make_medium(directory: Path, operations: int) -> None:
     numbers = range(1, operations + 1)
     names = ",".join(f"op{number}" for number in numbers)
     commands = "".join(
@@ -23,13 +23,13 @@ def make_medium(directory, operations):
     (directory / "zul_install/system.ini").write_text(f'[system]\nCMD_List="{names}"\n\n[CMD]\n{commands}')
 
 
-def processor_seconds():
+def processor_seconds() -> float:
     """Of the children that have ended: what else the computer does is left out."""
     used = resource.getrusage(resource.RUSAGE_CHILDREN)
     return used.ru_utime + used.ru_stime
 
 
-def main():
+def main() -> None:
     program, repetitions = sys.argv[1], int(sys.argv[2])
     with tempfile.TemporaryDirectory() as scratch:
         for operations in (10, 10000):

@@ -18,19 +18,20 @@ HALF_AN_INTERVAL = 1.5
 BEFORE_THE_FIRST_LOOK = 1.0
 
 
-def own_processor_seconds(process):
+def own_processor_seconds(process: subprocess.Popen[bytes]) -> float:
     """Without its children, to the nanosecond: of the clock that the kernel keeps for each process."""
     scheduling_clock = 2
     return time.clock_gettime(~process.pid << 3 | scheduling_clock)
 
 
-def main():
+def main() -> None:
     tool, seconds, pairs = [sys.argv[1]], float(sys.argv[2]), int(sys.argv[3])
     started = []
     for _ in range(pairs):
         for subject, command in (("tool", tool), ("loop", LOOP)):
-            process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                       start_new_session=True)  # fmt: skip
+            process = subprocess.Popen(
+                command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True
+            )
             started.append((subject, process))
     time.sleep(BEFORE_THE_FIRST_LOOK)
     at_start = [own_processor_seconds(process) for _, process in started]

@@ -4,8 +4,11 @@ import os
 import re
 import shutil
 import tempfile
+from collections.abc import Callable
 
+from machine import Machine
 from media import make_medium
+from screen import Colour, Screen
 from waiting import wait_until
 
 APPLICATION_BACKGROUND = (0x00, 0x60, 0x50)
@@ -31,34 +34,37 @@ POLL_SECONDS = 3.0
 # For a poll, and what follows it, on an emulation that a loaded computer slows down several times.
 LIMIT = 240
 
+# What was measured, the tool's, the baseline's, what the baseline is.
+Figure = tuple[str, str, str, str]
+
 
 # --- What is on the screen ----------------------------------------------------------------------------------
 
 
-def shows_application(screen):
+def shows_application(screen: Screen) -> bool:
     return screen.is_near(115, 240, APPLICATION_FRAME) and all(
         screen.is_near(x, y, APPLICATION_BACKGROUND) for x, y in ((5, 5), (790, 5), (5, 470), (790, 470), (400, 100))
     )
 
 
-def shows_list(screen):
+def shows_list(screen: Screen) -> bool:
     return all(screen.is_near(x, y, BUTTON) for x, y in ((196, 433), (300, 433), (499, 433), (604, 433)))
 
 
-def shows_time_left(screen):
+def shows_time_left(screen: Screen) -> bool:
     """Behind "Remaining:" is nothing until the countdown's first second has passed."""
     return shows_list(screen) and has_dark_text(screen, 736, 20, 28, 14)
 
 
-def shows_status(screen):
+def shows_status(screen: Screen) -> bool:
     return screen.is_near(680, 30, BUTTON) and screen.is_near(782, 30, BUTTON) and not shows_question(screen)
 
 
-def shows_calibration(screen, cross):
+def shows_calibration(screen: Screen, cross: tuple[int, int]) -> bool:
     return screen.is_near(400, 240, CALIBRATION_BACKGROUND) and screen.is_near(*cross, WHITE)
 
 
-def question_buttons(screen):
+def question_buttons(screen: Screen) -> list[tuple[int, int]]:
     """The middles of the question's buttons, from left to right."""
     for line in range(screen.height - 1, 0, -4):
         runs = runs_of(screen, line, QUESTION_BUTTON, 40)
@@ -67,8 +73,9 @@ def question_buttons(screen):
     return []
 
 
-def runs_of(screen, line, colour, least):
-    runs, start = [], None
+def runs_of(screen: Screen, line: int, colour: Colour, least: int) -> list[tuple[int, int]]:
+    runs: list[tuple[int, int]] = []
+    start: int | None = None
     for x in range(screen.width + 1):
         hit = x < screen.width and screen.is_near(x, line, colour, 2)
         if hit and start is None:
@@ -80,11 +87,11 @@ def runs_of(screen, line, colour, least):
     return runs
 
 
-def shows_question(screen):
+def shows_question(screen: Screen) -> bool:
     return len(question_buttons(screen)) == 2
 
 
-def selected_rows(screen):
+def selected_rows(screen: Screen) -> int:
     """How many operations stand in the list of the chosen ones. A row that was touched last is white on blue."""
     count = 0
     while count < 8 and not is_free(screen, SELECTION_COLUMN, FIRST_ROW + count * ROW_HEIGHT):
@@ -92,23 +99,21 @@ def selected_rows(screen):
     return count
 
 
-def is_free(screen, x, y):
+def is_free(screen: Screen, x: int, y: int) -> bool:
     """Whether nothing stands in the row of a list around a place."""
     return screen.share_of(WHITE, x - 160, y - 10, 320, 20) >= 0.99
 
 
-def has_dark_text(screen, x, y, width, height):
-    return any(
-        sum(screen.at(column, line)) < 200 for line in range(y, y + height, 2) for column in range(x, x + width)
-    )
+def has_dark_text(screen: Screen, x: int, y: int, width: int, height: int) -> bool:
+    return any(sum(screen.at(column, line)) < 200 for line in range(y, y + height, 2) for column in range(x, x + width))
 
 
-def shows_unplug_message(screen):
+def shows_unplug_message(screen: Screen) -> bool:
     """The request to unplug is the only text of the line at the top that is wide enough to begin this far left."""
     return shows_status(screen) and has_dark_text(screen, 4, 10, 96, 40)
 
 
-def shows_details(screen):
+def shows_details(screen: Screen) -> bool:
     """The fourth column of the table begins where there is nothing without it."""
     return shows_status(screen) and has_dark_text(screen, 520, 64, 240, 16)
 
@@ -119,37 +124,38 @@ def shows_details(screen):
 class Controller:
     """What scenarios do and look at. Pictures of the screens go into a folder, if there is one."""
 
-    def __init__(self, board, media, folder, pictures=None):
+    def __init__(self, board: Machine, media: list[str], folder: str, pictures: str | None = None) -> None:
         self.board = board
         self.media = media
         self.folder = folder
         self.pictures = pictures
-        self.sd = self.usb = None
-        self.clean_up = None  # a command that takes back what a scenario has set
+        self.sd: str | None = None
+        self.usb: str | None = None
+        self.clean_up: str | None = None  # a command that takes back what a scenario has set
         self.marks = 0
-        self.figures = []  # figure, the tool's, the baseline's, what the baseline is
+        self.figures: list[Figure] = []
 
     @staticmethod
-    def say(*words):
+    def say(*words: object) -> None:
         print("  ", *words, flush=True)
 
-    def photograph(self, name):
+    def photograph(self, name: str) -> None:
         if self.pictures:
             self.board.photograph(os.path.join(self.pictures, name + ".png"))
 
-    def expect_screen(self, condition, what, limit=LIMIT):
+    def expect_screen(self, condition: Callable[[Screen], bool], what: str, limit: float = LIMIT) -> Screen:
         return self.board.wait_for_screen(condition, limit, what)
 
     # --- Media ------------------------------------------------------------------------------------------
 
-    def medium(self, name):
+    def medium(self, name: str) -> str:
         """The image of a medium, made of the folder of this name."""
         image = os.path.join(self.folder, name + ".img")
         if not os.path.exists(image):
             make_medium(self._folder_of(name), image)
         return image
 
-    def medium_with(self, name, files):
+    def medium_with(self, name: str, files: dict[str, bytes]) -> str:
         """The image of a medium, with more files on it or other ones: contents by name."""
         image = os.path.join(self.folder, name + "-with.img")
         with tempfile.TemporaryDirectory() as folder:
@@ -160,7 +166,7 @@ class Controller:
             make_medium(folder, image)
         return image
 
-    def medium_that_waits(self, name, file, command, operation):
+    def medium_that_waits(self, name: str, file: str, command: str, operation: str) -> str:
         """The image of a medium on which a command that stands in one of its files waits until it is let go."""
         text = self.contents(name, file)
         assert text.count(command) == 1, f"{file} of {name} has not one {command!r}"
@@ -168,26 +174,26 @@ class Controller:
         files = {file: text.replace(command, waiting), "operation.sh": self.contents("waiting", "operation.sh")}
         return self.medium_with(name, {file: text.encode() for file, text in files.items()})
 
-    def contents(self, name, file):
+    def contents(self, name: str, file: str) -> str:
         """A text file of a medium."""
         with open(os.path.join(self._folder_of(name), file), encoding="utf-8") as source:
             return source.read()
 
-    def _folder_of(self, name):
+    def _folder_of(self, name: str) -> str:
         return next(path for place in self.media if os.path.isdir(path := os.path.join(place, name)))
 
-    def plug_sd(self, name):
+    def plug_sd(self, name: str) -> None:
         self.plug_sd_image(self.medium(name))
 
-    def plug_sd_image(self, image):
+    def plug_sd_image(self, image: str) -> None:
         self.board.plug_sd(image)
         self.sd = image
 
-    def plug_usb(self, name):
+    def plug_usb(self, name: str) -> None:
         self.board.plug_usb(self.medium(name))
         self.usb = name
 
-    def pull(self):
+    def pull(self) -> None:
         """Pulls everything that is plugged in."""
         if self.sd:
             self.board.unplug_sd()
@@ -195,33 +201,33 @@ class Controller:
             self.board.unplug_usb()
         self.sd = self.usb = None
 
-    def media_listed(self):
+    def media_listed(self) -> list[str]:
         """Mount directories of media, in the order of df."""
         return re.findall(r"^/dev/(?:sd|mmc).* (\S+)$", self.board.shell("df"), re.MULTILINE)
 
     # --- Programs and lines -----------------------------------------------------------------------------
 
-    def pid(self, program):
+    def pid(self, program: str) -> str:
         return self.board.console.run(f"pidof {program}")[1].strip()
 
-    def running_programs(self):
+    def running_programs(self) -> list[str]:
         """One "name pid" for every application program that runs."""
         lines = self.board.console.run("ps -C " + ",".join(PROGRAMS) + " -o comm= -o pid=")[1].split("\n")
         return sorted(" ".join(line.split()) for line in lines if line.strip())
 
-    def expect_programs_running(self):
+    def expect_programs_running(self) -> None:
         wait_until(lambda: len(self.running_programs()) == len(PROGRAMS), LIMIT, "the application programs run")
 
-    def expect_programs_stopped(self):
+    def expect_programs_stopped(self) -> None:
         wait_until(lambda: not self.running_programs(), LIMIT, "the application programs are stopped")
 
-    def lines(self, unit="zul_upgrade", boot="0", after=None):
+    def lines(self, unit: str = "zul_upgrade", boot: str = "0", after: str | None = None) -> list[str]:
         """What a unit has written since the start of the system, or after a mark."""
         fields = f"_SYSTEMD_UNIT={unit}.service + UNIT={unit}.service + SYSLOG_IDENTIFIER=board-mark"
         lines = self.board.console.run(f"journalctl -b {boot} {fields} -o cat --no-pager")[1].splitlines()
         return lines[lines.index(after) + 1 :] if after else lines
 
-    def mark(self):
+    def mark(self) -> str:
         """A mark in the journal, for `after`. The journal's own cursors lose a line when they meet a filter."""
         self.marks += 1
         mark = f"mark {self.marks}"
@@ -229,80 +235,80 @@ class Controller:
         wait_until(lambda: mark in self.lines(), LIMIT, "the mark in the journal")
         return mark
 
-    def expect_line(self, line, unit="zul_upgrade", after=None, limit=LIMIT):
+    def expect_line(self, line: str, unit: str = "zul_upgrade", after: str | None = None, limit: float = LIMIT) -> None:
         wait_until(lambda: line in self.lines(unit, after=after), limit, f"{unit} writes: {line}")
 
-    def let_time_pass(self, seconds):
+    def let_time_pass(self, seconds: float) -> None:
         """Until the controller's clock has gone on by so much, where nothing else can be seen."""
         end = float(self.board.shell("cut -d' ' -f1 /proc/uptime")) + seconds
         self.board.wait_for(f"awk '{{exit !($1 > {end})}}' /proc/uptime")
 
-    def let_polls_pass(self, polls):
+    def let_polls_pass(self, polls: int) -> None:
         self.let_time_pass(POLL_SECONDS * (polls + 1))
 
     # --- Operations that wait ---------------------------------------------------------------------------
 
-    def operations(self):
+    def operations(self) -> list[str]:
         """What has begun and ended of those that run operation.sh, in order."""
         return self.board.console.run("cat /run/operations/log 2>/dev/null")[1].splitlines()
 
-    def expect_operation(self, line):
+    def expect_operation(self, line: str) -> None:
         wait_until(lambda: line in self.operations(), LIMIT, f"operation {line}")
 
-    def let_go(self, *operations):
+    def let_go(self, *operations: str) -> None:
         """Those that run and wait, and those that are still to come."""
         files = " ".join(f"/run/operations/{operation}" for operation in operations)
         self.board.shell(f"mkdir -p /run/operations && touch {files}")
 
     # --- The operator -----------------------------------------------------------------------------------
 
-    def expect_list(self):
+    def expect_list(self) -> Screen:
         return self.expect_screen(shows_list, "the list of operations")
 
-    def choose(self, *rows):
+    def choose(self, *rows: int) -> None:
         """Touches operations, and waits for each to stand on the other side."""
         for row in rows:
             before = selected_rows(self.board.screen())
             self.board.tap(OPERATIONS_COLUMN, FIRST_ROW + row * ROW_HEIGHT)
-            self.expect_screen(lambda s, n=before: selected_rows(s) == n + 1, f"row {row} is chosen")
+            self.expect_screen(lambda s: selected_rows(s) == before + 1, f"row {row} is chosen")
 
-    def take_out(self, row):
+    def take_out(self, row: int) -> None:
         before = selected_rows(self.board.screen())
         self.board.tap(SELECTION_COLUMN, FIRST_ROW + row * ROW_HEIGHT)
         self.expect_screen(lambda s: selected_rows(s) == before - 1, f"row {row} is taken out")
 
-    def ask(self, button=CONFIRM):
+    def ask(self, button: tuple[int, int] = CONFIRM) -> None:
         """Touches Confirm or Cancel, and returns with the question on the screen."""
         self.board.tap(*button)
         self.expect_screen(shows_question, "the question")
 
-    def answer(self, yes):
+    def answer(self, yes: bool) -> None:
         buttons = question_buttons(self.board.screen())
         self.board.tap(*buttons[0 if yes else 1])
         self.expect_screen(lambda s: not shows_question(s), "the question is closed")
 
-    def confirm(self):
+    def confirm(self) -> None:
         self.ask()
         self.answer(True)
         self.expect_screen(shows_status, "the status page")
 
     # --- States -----------------------------------------------------------------------------------------
 
-    def expect_rest(self):
+    def expect_rest(self) -> None:
         """Nothing of the tool on the screen, the applications at work, the tool waiting."""
         self.expect_screen(shows_application, "the application's picture")
         self.expect_programs_running()
         self.board.wait_for("systemctl is-active zul_upgrade")
 
-    def expect_link_gone(self):
+    def expect_link_gone(self) -> None:
         """Where the medium was pulled from a tool that used it. The link outlives a reboot, until the next medium."""
         wait_until(lambda: not self.board.holds("test -L /mnt/upgrade"), LIMIT, "the link is gone")
 
-    def expect_upgrade_mode(self):
+    def expect_upgrade_mode(self) -> None:
         self.expect_programs_stopped()
         assert self.board.holds("test -L /mnt/upgrade"), "no link to the medium"
 
-    def put_to_rest(self):
+    def put_to_rest(self) -> None:
         """The state in which every scenario starts. A new tool, because a countdown outlives its medium."""
         self.pull()
         wait_until(lambda: not self.media_listed(), LIMIT, "no medium is mounted")
@@ -311,11 +317,11 @@ class Controller:
         self.expect_tool_waiting()
         self.board.shell("rm -rf /run/operations")
 
-    def expect_tool_waiting(self):
+    def expect_tool_waiting(self) -> None:
         """Until the tool has opened its queue, which is the last that it does before it waits."""
         wait_until(self._has_opened_its_queue, LIMIT, "the tool waits")
 
-    def _has_opened_its_queue(self):
+    def _has_opened_its_queue(self) -> bool:
         pid = self.board.shell("systemctl show -P MainPID zul_upgrade")
         lines = self.board.console.run(f"journalctl _PID={pid} -b -o cat --no-pager")[1]
         return pid != "0" and any(line.startswith("key = ") for line in lines.splitlines())

@@ -4,6 +4,7 @@ The tool and its baseline take turns, so that a computer that is busy for a whil
 """
 
 import time
+from collections.abc import Callable, Iterator, Sequence
 
 from controller import (
     FIRST_ROW,
@@ -12,9 +13,11 @@ from controller import (
     POLL_SECONDS,
     ROW_HEIGHT,
     SELECTION_COLUMN,
+    Controller,
     is_free,
     shows_list,
 )
+from screen import Screen
 from waiting import Timeout, wait_until
 
 # All odd, so that there is a middle.
@@ -28,32 +31,40 @@ TICKS_A_SECOND = 100
 RED, BLUE = (255, 0, 0), (0, 0, 255)
 
 
-def measure(c):
+def measure(c: Controller) -> None:
     mount_to_window(c)
     tap_to_pixels(c)
     memory(c)
     idle_processor_time(c)
 
 
-def add(c, figure, unit, digits, tool, baseline, what):
+def add(
+    c: Controller,
+    figure: str,
+    unit: str,
+    digits: int,
+    tool: Sequence[float],
+    baseline: Sequence[float],
+    what: str,
+) -> None:
     """One line of the table: the figure of the tool and that of its baseline, from the values of each."""
     c.figures.append((figure, spread(tool, unit, digits), spread(baseline, unit, digits), what))
 
 
-def spread(values, unit, digits):
+def spread(values: Sequence[float], unit: str, digits: int) -> str:
     """The middle of an odd number of values, with the least and the greatest."""
     assert len(values) % 2, "no middle"
     least, *_, greatest = values = sorted(values)
     return f"{values[len(values) // 2]:.{digits}f} {unit} ({least:.{digits}f} to {greatest:.{digits}f})"
 
 
-def start_do_nothing(c, argument=""):
+def start_do_nothing(c: Controller, argument: str = "") -> None:
     """In the background, with the tool's own environment."""
     c.board.start(f"set -a; . /etc/default/zul_upgrade; exec {DO_NOTHING} {argument}")
     wait_until(lambda: c.pid("do_nothing"), LIMIT, "the empty program runs")
 
 
-def show_do_nothing(c):
+def show_do_nothing(c: Controller) -> None:
     """With its window, in the place of the tool and of the application."""
     c.board.shell("systemctl stop zul_upgrade zul_watchdog")
     start_do_nothing(c, "show")
@@ -61,41 +72,41 @@ def show_do_nothing(c):
     c.expect_screen(lambda s: all(min(s.at(x, 240)) > 200 for x in range(0, 800, 10)), "an empty window")
 
 
-def stop_do_nothing(c):
+def stop_do_nothing(c: Controller) -> None:
     c.board.shell("kill $(pidof do_nothing)")
     wait_until(lambda: not c.pid("do_nothing"), LIMIT, "the empty program has ended")
 
 
-def bring_back(c):
+def bring_back(c: Controller) -> None:
     c.board.shell("systemctl start zul_watchdog zul_upgrade")
     c.expect_tool_waiting()
 
 
-def uptime(c):
+def uptime(c: Controller) -> float:
     return float(c.board.shell("cut -d' ' -f1 /proc/uptime"))
 
 
 # --- Mount to window ----------------------------------------------------------------------------------------
 
 
-def clock_offset(c):
+def clock_offset(c: Controller) -> float:
     """What to subtract from this computer's clock to get the controller's; good to the time that asking takes."""
     before = time.monotonic()
     there = uptime(c)
     return (before + time.monotonic()) / 2 - there
 
 
-def mounted_at(c):
+def mounted_at(c: Controller) -> float:
     microseconds = c.board.shell("systemctl show -P ActiveEnterTimestampMonotonic media-sda1.mount")
     return int(microseconds) / 1e6
 
 
-def let_part_of_a_poll_pass(c, repetition):
+def let_part_of_a_poll_pass(c: Controller, repetition: int) -> None:
     """So that the media come at moments that are spread over the time between two looks."""
     c.let_time_pass(POLL_SECONDS * repetition / MEDIA)
 
 
-def tool_shows_its_list(c, repetition):
+def tool_shows_its_list(c: Controller, repetition: int) -> float:
     c.put_to_rest()
     let_part_of_a_poll_pass(c, repetition)
     offset = clock_offset(c)
@@ -105,7 +116,7 @@ def tool_shows_its_list(c, repetition):
     return shown - mounted_at(c)
 
 
-def loop_notices(c, repetition):
+def loop_notices(c: Controller, repetition: int) -> float:
     c.put_to_rest()
     c.board.shell("systemctl stop zul_upgrade")
     c.board.shell("rm -f /run/noticed")
@@ -118,8 +129,9 @@ def loop_notices(c, repetition):
     return noticed
 
 
-def mount_to_window(c):
-    tool, loop = [], []
+def mount_to_window(c: Controller) -> None:
+    tool: list[float] = []
+    loop: list[float] = []
     for repetition in range(MEDIA):
         tool.append(tool_shows_its_list(c, repetition))
         loop.append(loop_notices(c, repetition))
@@ -129,7 +141,7 @@ def mount_to_window(c):
 # --- Tap to changed pixels ----------------------------------------------------------------------------------
 
 
-def time_of_tap(c, x, y, condition):
+def time_of_tap(c: Controller, x: int, y: int, condition: Callable[[Screen], bool]) -> float:
     start = time.monotonic()
     c.board.tap(x, y)
     while not condition(c.board.screen()):
@@ -138,44 +150,45 @@ def time_of_tap(c, x, y, condition):
     return time.monotonic() - start
 
 
-def taps_on_the_list(c):
+def taps_on_the_list(c: Controller) -> Iterator[float]:
     c.put_to_rest()
     c.plug_usb("typical")
     c.expect_list()
     for row in range(TAPS_A_ROUND):  # never the same row, as two quick taps on one are a double tap
         y = FIRST_ROW + row * ROW_HEIGHT
-        yield time_of_tap(c, OPERATIONS_COLUMN, y, lambda s, line=y: not is_free(s, SELECTION_COLUMN, line))
+        yield time_of_tap(c, OPERATIONS_COLUMN, y, lambda s: not is_free(s, SELECTION_COLUMN, y))
 
 
-def taps_on_the_empty_window(c):
+def taps_on_the_empty_window(c: Controller) -> Iterator[float]:
     c.put_to_rest()
     show_do_nothing(c)
     for tap in range(TAPS_A_ROUND):
         colour = (RED, BLUE)[tap % 2]
-        yield time_of_tap(c, 200 + 100 * tap, 240, lambda s, k=colour: s.is_near(400, 240, k))
+        yield time_of_tap(c, 200 + 100 * tap, 240, lambda s: s.is_near(400, 240, colour))
     stop_do_nothing(c)
     bring_back(c)
 
 
-def tap_to_pixels(c):
-    tool, empty = [], []
+def tap_to_pixels(c: Controller) -> None:
+    tool: list[float] = []
+    empty: list[float] = []
     for _ in range(ROUNDS):
         tool += [1000 * seconds for seconds in taps_on_the_list(c)]
         empty += [1000 * seconds for seconds in taps_on_the_empty_window(c)]
-    c.say("taps on the list, ms:", *map(round, tool))
-    c.say("taps on the empty window, ms:", *map(round, empty))
+    c.say("taps on the list, ms:", *(round(value) for value in tool))
+    c.say("taps on the empty window, ms:", *(round(value) for value in empty))
     add(c, "tap to changed pixels", "ms", 0, tool, empty, "an empty Qt window that changes its colour when touched")
 
 
 # --- Memory -------------------------------------------------------------------------------------------------
 
 
-def resident(c, program):
+def resident(c: Controller, program: str) -> float:
     """MiB, shared libraries included."""
     return int(c.board.shell(f"awk '/^VmRSS/ {{print $2}}' /proc/$(pidof {program})/status")) / 1024
 
 
-def memory_idle(c):
+def memory_idle(c: Controller) -> tuple[float, float]:
     c.put_to_rest()
     c.let_polls_pass(2)
     start_do_nothing(c)
@@ -185,7 +198,7 @@ def memory_idle(c):
     return pair
 
 
-def memory_shown(c):
+def memory_shown(c: Controller) -> tuple[float, float]:
     c.plug_usb("continue")
     c.expect_list()
     tool = resident(c, "zul_upgrade")
@@ -197,22 +210,24 @@ def memory_shown(c):
     return tool, empty
 
 
-def memory(c):
-    idle, shown = zip(*[(memory_idle(c), memory_shown(c)) for _ in range(STARTS)])
-    add(c, "resident memory, idle", "MiB", 1, *zip(*idle), "an empty Qt program without a window")
-    add(c, "resident memory, window shown", "MiB", 1, *zip(*shown), "the same with an empty window")
+def memory(c: Controller) -> None:
+    pairs = [(memory_idle(c), memory_shown(c)) for _ in range(STARTS)]
+    idle, idle_empty = zip(*(idle for idle, _ in pairs))
+    shown, shown_empty = zip(*(shown for _, shown in pairs))
+    add(c, "resident memory, idle", "MiB", 1, idle, idle_empty, "an empty Qt program without a window")
+    add(c, "resident memory, window shown", "MiB", 1, shown, shown_empty, "the same with an empty window")
 
 
 # --- Processor time -----------------------------------------------------------------------------------------
 
 
-def processor_seconds(c, pid):
+def processor_seconds(c: Controller, pid: str) -> float:
     """Of a process and of the children that it has waited for."""
     fields = c.board.shell(f"cat /proc/{pid}/stat").rsplit(")", 1)[1].split()
     return sum(int(field) for field in fields[11:15]) / TICKS_A_SECOND
 
 
-def idle_processor_time(c):
+def idle_processor_time(c: Controller) -> None:
     """All three at the same time; from one look at the clock to the next, brought to the same length."""
     c.put_to_rest()
     start_do_nothing(c)
@@ -220,7 +235,7 @@ def idle_processor_time(c):
     c.board.start("echo $BASHPID >/run/loop; while sleep 3; do df; done")
     c.board.wait_for("test -s /run/loop")
     pids = {"tool": c.pid("zul_upgrade"), "loop": c.board.shell("cat /run/loop"), "empty": c.pid("do_nothing")}
-    used = {name: [] for name in pids}
+    used: dict[str, list[float]] = {name: [] for name in pids}
     for _ in range(IDLE_PERIODS):
         start, before = uptime(c), {name: processor_seconds(c, pid) for name, pid in pids.items()}
         c.board.shell(f"sleep {IDLE_SECONDS}", limit=10 * IDLE_SECONDS)  # asking all the time would be work too

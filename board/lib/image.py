@@ -4,7 +4,7 @@ import os
 import subprocess
 
 
-def build_image(package=None):
+def build_image(package: str | None = None) -> str:
     """The directory of the image, built when it is not there yet."""
     script = os.path.join(os.path.dirname(os.path.dirname(os.path.realpath(__file__))), "build-image")
     arguments = ["--package", package] if package else []

@@ -3,6 +3,7 @@
 import contextlib
 import os
 import subprocess
+from collections.abc import Callable, Sequence
 
 from console import COMMAND_LIMIT, Console
 from monitor import Monitor
@@ -17,31 +18,32 @@ TABLET_MAXIMUM = 0x7FFF
 class Machine:
     """The board. Power is off until boot()."""
 
-    def __init__(self, image, folder, display=()):
+    monitor: Monitor  # both from the first power-on on
+    console: Console
+
+    def __init__(self, image: str, folder: str, display: Sequence[str] = ()) -> None:
         self.image = image
         self.folder = folder
         self.display = list(display) or ["-display", "none"]
-        self.process = None
-        self.monitor = None
-        self.console = None
+        self.process: subprocess.Popen[bytes] | None = None
         self.events_at_start = 0  # how many there had been when the system had started
         self.overlay = os.path.join(folder, "disk.qcow2")
-        self.plugged_usb = None
-        self.pulled_usb = []  # those that the machine may still have
+        self.plugged_usb: str | None = None
+        self.pulled_usb: list[str] = []  # those that the machine may still have
         self.usb_count = 0
         if not os.path.exists(self.overlay):
             self.new_disk()
 
     # --- Power ------------------------------------------------------------------------------------------
 
-    def new_disk(self):
+    def new_disk(self) -> None:
         """A disk as it left the factory."""
         subprocess.run(
             ["qemu-img", "create", "-q", "-f", "qcow2", "-F", "raw", "-b", f"{self.image}/disk.img", self.overlay],
             check=True,
         )
 
-    def _command_line(self):
+    def _command_line(self) -> list[str]:
         monitor, console = self._socket("monitor"), self._socket("console")
         # The write-back cache is lost with the machine's process, but for what the system has flushed.
         return [
@@ -60,10 +62,10 @@ class Machine:
             *self.display,
         ]  # fmt: skip
 
-    def _socket(self, name):
+    def _socket(self, name: str) -> str:
         return os.path.join(self.folder, name)
 
-    def power_on(self):
+    def power_on(self) -> None:
         for name in ("monitor", "console"):
             if os.path.exists(self._socket(name)):
                 os.unlink(self._socket(name))
@@ -76,12 +78,12 @@ class Machine:
         self.plugged_usb = None
         self.pulled_usb = []
 
-    def boot(self, limit=START_LIMIT):
+    def boot(self, limit: float = START_LIMIT) -> None:
         """Power on, and wait for the system to have started everything."""
         self.power_on()
         self.wait_for_system(limit)
 
-    def wait_for_system(self, limit=START_LIMIT):
+    def wait_for_system(self, limit: float = START_LIMIT) -> None:
         self.console.wait_for_shell(limit)
         wait_until(
             lambda: self.console.run("systemctl is-system-running", limit)[1].strip() in ("running", "degraded"),
@@ -91,71 +93,79 @@ class Machine:
         self.wait_for("systemctl is-active board-touchscreen", limit)
         self.events_at_start = self.monitor.count()
 
-    def is_restarting(self):
+    def is_restarting(self) -> bool:
         """Whether there was a reset that nobody has waited for yet."""
         return self.monitor.happened("RESET", self.events_at_start) > 0
 
-    def cut_power(self):
+    def has_ended(self) -> bool:
+        """Whether it did so by itself."""
+        return self.process is not None and self.process.poll() is not None
+
+    def kill(self) -> None:
+        """Ends the machine's process, and leaves the lines to it open."""
+        if self.process is not None:
+            self.process.kill()
+            self.process.wait()
+
+    def cut_power(self) -> None:
         """Without warning: the machine's process is killed."""
         if self.process is None:
             return
-        self.process.kill()
-        self.process.wait()
+        self.kill()
         self.process = None
         self.console.read_rest()
         self.monitor.close()
         self.console.close()
 
-    def wait_for_reset(self, limit, since=None):
+    def wait_for_reset(self, limit: float, since: int | None = None) -> None:
         """`since` is the count of events at which a reset was still to come; now, when it is not given."""
-        if since is None:
-            since = self.monitor.count()
-        wait_until(lambda: self.monitor.happened("RESET", since), limit, "the machine is reset")
+        first = self.monitor.count() if since is None else since
+        wait_until(lambda: self.monitor.happened("RESET", first), limit, "the machine is reset")
 
     # --- Serial line ------------------------------------------------------------------------------------
 
-    def shell(self, command, limit=COMMAND_LIMIT):
+    def shell(self, command: str, limit: float = COMMAND_LIMIT) -> str:
         """What a command printed. An exit code other than 0 is an error."""
         code, output = self.console.run(command, limit)
         if code != 0:
             raise RuntimeError(f"exit code {code} of: {command}\n{output}")
         return output.strip()
 
-    def start(self, command):
+    def start(self, command: str) -> None:
         """In the background, and not as a job of the shell, which would tell of its end in between."""
         self.shell(f"( ( {command} ) >/dev/null 2>&1 & )")
 
-    def holds(self, command, limit=COMMAND_LIMIT):
+    def holds(self, command: str, limit: float = COMMAND_LIMIT) -> bool:
         return self.console.run(command, limit)[0] == 0
 
-    def wait_for(self, command, limit=COMMAND_LIMIT):
+    def wait_for(self, command: str, limit: float = COMMAND_LIMIT) -> None:
         wait_until(lambda: self.holds(command, limit), limit, command)
 
     # --- Screen and touch -------------------------------------------------------------------------------
 
-    def screen(self):
+    def screen(self) -> Screen:
         file = os.path.join(self.folder, "screen.ppm")
         self.monitor.command("screendump", filename=file)
         return Screen(file)
 
-    def photograph(self, file):
+    def photograph(self, file: str) -> None:
         self.monitor.command("screendump", filename=os.path.abspath(file), format="png")
 
-    def wait_for_screen(self, condition, limit, what):
+    def wait_for_screen(self, condition: Callable[[Screen], bool], limit: float, what: str) -> Screen:
         """Waits for a picture for which the condition is true, and returns it."""
 
-        def look():
+        def look() -> Screen | None:
             picture = self.screen()
             return picture if condition(picture) else None
 
         return wait_until(look, limit, what)
 
-    def tap(self, x, y):
+    def tap(self, x: int, y: int) -> None:
         self._finger(x, y, True)
         self._finger(x, y, False)
 
-    def _finger(self, x, y, down):
-        def axis(name, value, size):
+    def _finger(self, x: int, y: int, down: bool) -> None:
+        def axis(name: str, value: int, size: int) -> dict[str, object]:
             return {"type": "abs", "data": {"axis": name, "value": round(value * TABLET_MAXIMUM / (size - 1))}}
 
         button = {"type": "btn", "data": {"down": down, "button": "left"}}
@@ -164,13 +174,13 @@ class Machine:
 
     # --- Media ------------------------------------------------------------------------------------------
 
-    def plug_sd(self, image):
+    def plug_sd(self, image: str) -> None:
         self.monitor.command("blockdev-change-medium", device="card", filename=image, format="raw")
 
-    def unplug_sd(self):
+    def unplug_sd(self) -> None:
         self.monitor.command("eject", device="card", force=True)
 
-    def plug_usb(self, image):
+    def plug_usb(self, image: str) -> None:
         self.usb_count += 1
         name = f"stick{self.usb_count}"
         self._forget_pulled_drives()
@@ -179,13 +189,14 @@ class Machine:
         self.monitor.command("device_add", driver="usb-storage", id=f"{name}-drive", drive=name, removable=True)
         self.plugged_usb = name
 
-    def unplug_usb(self):
+    def unplug_usb(self) -> None:
         """The system sees it at once; the machine itself lets go of the drive when it likes."""
+        assert self.plugged_usb, "no drive is plugged in"
         name, self.plugged_usb = self.plugged_usb, None
         self.monitor.command("device_del", id=f"{name}-drive")
         self.pulled_usb.append(name)
 
-    def _forget_pulled_drives(self):
+    def _forget_pulled_drives(self) -> None:
         for name in list(self.pulled_usb):
             with contextlib.suppress(RuntimeError):  # still in use: the next time, then
                 self.monitor.command("blockdev-del", node_name=name)

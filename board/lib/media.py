@@ -4,7 +4,7 @@ import os
 import subprocess
 
 
-def make_medium(folder, image, megabytes=48):
+def make_medium(folder: str, image: str, megabytes: int = 48) -> None:
     """A medium as one buys it: one FAT32 partition, filled with the contents of a folder."""
     start = 1024 * 1024
     with open(image, "wb") as file:

@@ -2,6 +2,7 @@
 
 import contextlib
 import json
+from typing import Any
 
 from waiting import connect
 
@@ -9,21 +10,22 @@ from waiting import connect
 class Monitor:
     """A connection to the machine; keeps every event that has come."""
 
-    def __init__(self, path):
+    def __init__(self, path: str) -> None:
         self.connection = connect(path)
         self.lines = self.connection.makefile("rw", encoding="utf-8")
-        self.events = []
+        self.events: list[dict[str, Any]] = []
         self._read()
         self.command("qmp_capabilities")
 
-    def _read(self):
+    def _read(self) -> dict[str, Any]:
         line = self.lines.readline()
         if not line:
             raise ConnectionError("the machine has ended")
-        return json.loads(line)
+        message: dict[str, Any] = json.loads(line)
+        return message
 
-    def command(self, name, **arguments):
-        message = {"execute": name}
+    def command(self, name: str, **arguments: object) -> Any:
+        message: dict[str, object] = {"execute": name}
         if arguments:
             message["arguments"] = {key.replace("_", "-"): value for key, value in arguments.items()}
         self.lines.write(json.dumps(message) + "\n")
@@ -37,17 +39,17 @@ class Monitor:
             else:
                 return answer["return"]
 
-    def count(self):
+    def count(self) -> int:
         """How many events there have been so far."""
         self.command("query-status")
         return len(self.events)
 
-    def happened(self, event, since=0):
+    def happened(self, event: str, since: int = 0) -> int:
         """How often an event has happened after the first `since` events."""
         self.command("query-status")
         return sum(1 for entry in self.events[since:] if entry["event"] == event)
 
-    def close(self):
+    def close(self) -> None:
         with contextlib.suppress(BrokenPipeError):  # what was still to be said to a machine that has ended
             self.lines.close()
         self.connection.close()

@@ -7,6 +7,7 @@ import glob
 import os
 import re
 import shutil
+from collections.abc import Callable
 
 import figures
 import traces
@@ -16,6 +17,7 @@ from controller import (
     FIRST_ROW,
     LIMIT,
     OPERATIONS_COLUMN,
+    Controller,
     question_buttons,
     selected_rows,
     shows_application,
@@ -34,12 +36,14 @@ BATCH = 600
 # The countdown of 302 seconds, on a clock that the emulation may slow down.
 COUNTDOWN = 1200
 
-EVERYDAY = []
-FULL = []
+Scenario = Callable[[Controller], None]
+
+EVERYDAY: list[Scenario] = []
+FULL: list[Scenario] = []
 
 
-def scenario(where):
-    def register(function):
+def scenario(where: list[Scenario]) -> Callable[[Scenario], Scenario]:
+    def register(function: Scenario) -> Scenario:
         where.append(function)
         return function
 
@@ -50,7 +54,7 @@ def scenario(where):
 
 
 @scenario(EVERYDAY)
-def power_on_shows_the_application_and_nothing_of_the_tool(c):
+def power_on_shows_the_application_and_nothing_of_the_tool(c: Controller) -> None:
     c.board.cut_power()
     c.board.new_disk()
     c.board.boot()
@@ -66,7 +70,7 @@ def power_on_shows_the_application_and_nothing_of_the_tool(c):
 
 
 @scenario(EVERYDAY)
-def sd_card_upgrade_ends_in_a_reboot(c):
+def sd_card_upgrade_ends_in_a_reboot(c: Controller) -> None:
     c.plug_sd_image(c.medium_that_waits("typical", "check.sh", "find /mnt/upgrade/", "storage"))
     c.expect_list()
     c.expect_upgrade_mode()
@@ -108,7 +112,7 @@ def sd_card_upgrade_ends_in_a_reboot(c):
 
 
 @scenario(EVERYDAY)
-def usb_drive_without_endgame_gives_the_controller_back(c):
+def usb_drive_without_endgame_gives_the_controller_back(c: Controller) -> None:
     c.plug_usb("continue")
     c.expect_list()
     c.expect_upgrade_mode()
@@ -131,7 +135,7 @@ def usb_drive_without_endgame_gives_the_controller_back(c):
 # --- Direct mode --------------------------------------------------------------------------------------------
 
 
-def calibrate(c):
+def calibrate(c: Controller) -> None:
     """Touches the crosses of the calibration program."""
     c.expect_screen(lambda s: shows_calibration(s, (100, 100)), "the first cross of the calibration", BATCH)
     c.board.tap(100, 100)
@@ -140,7 +144,7 @@ def calibrate(c):
 
 
 @scenario(EVERYDAY)
-def direct_mode_calibrates_the_touch_screen(c):
+def direct_mode_calibrates_the_touch_screen(c: Controller) -> None:
     c.plug_sd_image(c.medium_that_waits("direct", "zul_install/system.ini", "cksum /mnt", "check"))
     c.expect_screen(shows_status, "the status page")
     c.expect_upgrade_mode()
@@ -162,7 +166,7 @@ def direct_mode_calibrates_the_touch_screen(c):
 
 
 @scenario(EVERYDAY)
-def medium_without_a_catalogue_changes_nothing(c):
+def medium_without_a_catalogue_changes_nothing(c: Controller) -> None:
     running = c.running_programs()
     start = c.mark()
     c.plug_sd("no-catalogue")
@@ -175,7 +179,7 @@ def medium_without_a_catalogue_changes_nothing(c):
     assert c.lines("zul_watchdog", after=start) == [], "the watchdog was told something"
 
 
-def while_the_tool_does_not_look(c, change):
+def while_the_tool_does_not_look(c: Controller, change: Callable[[], None]) -> None:
     """Changes media between two polls, however slow the board is: the tool stands still meanwhile."""
     tool = c.pid("zul_upgrade")
     c.board.shell(f"kill -STOP {tool}")
@@ -185,13 +189,13 @@ def while_the_tool_does_not_look(c, change):
     c.board.shell(f"kill -CONT {tool}")
 
 
-def expect_media(c, count):
+def expect_media(c: Controller, count: int) -> None:
     wait_until(lambda: len(c.media_listed()) == count, LIMIT, f"{count} media are mounted")
 
 
 @scenario(EVERYDAY)
-def of_two_media_the_last_in_the_list_is_used(c):
-    def plug_both():
+def of_two_media_the_last_in_the_list_is_used(c: Controller) -> None:
+    def plug_both() -> None:
         c.plug_usb("continue")
         expect_media(c, 1)
         c.plug_sd("typical")
@@ -216,11 +220,11 @@ def of_two_media_the_last_in_the_list_is_used(c):
 
 
 @scenario(EVERYDAY)
-def medium_swapped_for_another_of_its_kind_within_one_poll_is_not_noticed(c):
+def medium_swapped_for_another_of_its_kind_within_one_poll_is_not_noticed(c: Controller) -> None:
     c.plug_sd("typical")
     c.expect_list()
 
-    def swap():
+    def swap() -> None:
         c.pull()
         expect_media(c, 0)
         c.plug_sd("no-catalogue")
@@ -235,12 +239,12 @@ def medium_swapped_for_another_of_its_kind_within_one_poll_is_not_noticed(c):
 
 
 @scenario(EVERYDAY)
-def medium_swapped_for_one_of_another_kind_starts_a_new_upgrade(c):
+def medium_swapped_for_one_of_another_kind_starts_a_new_upgrade(c: Controller) -> None:
     c.plug_sd("typical")
     c.expect_list()
     start = c.mark()
 
-    def swap():
+    def swap() -> None:
         c.pull()
         c.plug_usb("continue")
         wait_until(lambda: c.media_listed() == ["/media/sda1"], LIMIT, "the drive is mounted instead of the card")
@@ -257,7 +261,7 @@ def medium_swapped_for_one_of_another_kind_starts_a_new_upgrade(c):
 # --- Pulled too early ---------------------------------------------------------------------------------------
 
 
-def pull_from_the_controller(c):
+def pull_from_the_controller(c: Controller) -> None:
     """Pulls, and expects the controller to be what it was."""
     start = c.mark()
     c.pull()
@@ -266,13 +270,13 @@ def pull_from_the_controller(c):
     c.expect_line("received syscmd_apprestart", "zul_watchdog", after=start)
 
 
-def expect_new_list(c):
+def expect_new_list(c: Controller) -> None:
     """The window is shown before the catalogue is read, so that for a moment the old selection is seen again."""
     c.expect_screen(lambda s: shows_list(s) and selected_rows(s) == 0, "a list without a selection")
 
 
 @scenario(EVERYDAY)
-def pulled_while_the_list_is_shown(c):
+def pulled_while_the_list_is_shown(c: Controller) -> None:
     c.plug_sd("typical")
     c.expect_list()
     c.choose(0)
@@ -282,7 +286,7 @@ def pulled_while_the_list_is_shown(c):
 
 
 @scenario(EVERYDAY)
-def pulled_while_the_question_is_open(c):
+def pulled_while_the_question_is_open(c: Controller) -> None:
     start = c.mark()
     c.plug_usb("continue")
     c.expect_list()
@@ -295,7 +299,7 @@ def pulled_while_the_question_is_open(c):
 
 
 @scenario(EVERYDAY)
-def pulled_while_a_command_runs(c):
+def pulled_while_a_command_runs(c: Controller) -> None:
     c.let_go("rest")
     c.plug_usb("waiting")
     c.expect_list()
@@ -313,7 +317,7 @@ def pulled_while_a_command_runs(c):
 
 
 @scenario(EVERYDAY)
-def confirmed_while_a_command_of_an_earlier_batch_runs(c):
+def confirmed_while_a_command_of_an_earlier_batch_runs(c: Controller) -> None:
     """Every operation that was confirmed is run, once; nothing more of the batch whose medium is gone."""
     c.let_go("rest", "first")
     c.plug_usb("waiting")
@@ -328,7 +332,7 @@ def confirmed_while_a_command_of_an_earlier_batch_runs(c):
     c.confirm()
     assert c.operations() == ["held begins"], "the command of the earlier batch does not run on"
 
-    def last_begins():
+    def last_begins() -> bool:
         assert not shows_unplug_message(c.board.screen()), "asked to unplug before everything has run"
         return "second begins" in c.operations()
 
@@ -343,7 +347,7 @@ def confirmed_while_a_command_of_an_earlier_batch_runs(c):
 
 
 @scenario(FULL)
-def pulled_during_the_calibration(c):
+def pulled_during_the_calibration(c: Controller) -> None:
     c.plug_sd("direct")
     c.expect_screen(lambda s: shows_calibration(s, (100, 100)), "the first cross of the calibration", BATCH)
     pull_from_the_controller(c)
@@ -358,7 +362,7 @@ def pulled_during_the_calibration(c):
 
 
 @scenario(FULL)
-def pulled_at_the_message_and_plugged_again(c):
+def pulled_at_the_message_and_plugged_again(c: Controller) -> None:
     c.plug_usb("continue")
     c.expect_list()
     c.choose(0)
@@ -372,7 +376,7 @@ def pulled_at_the_message_and_plugged_again(c):
 # --- Abort and countdown ------------------------------------------------------------------------------------
 
 
-def expect_nothing_but_a_reboot(c, mark):
+def expect_nothing_but_a_reboot(c: Controller, mark: str) -> None:
     """What the tool has done between a mark and the reboot."""
     lines = c.lines(boot="-1", after=mark)
     assert not any(line.startswith("####") for line in lines), "an operation was run"
@@ -381,7 +385,7 @@ def expect_nothing_but_a_reboot(c, mark):
 
 
 @scenario(FULL)
-def abort_reboots(c):
+def abort_reboots(c: Controller) -> None:
     mark = c.mark()
     c.plug_sd("typical")
     c.expect_screen(shows_time_left, "the countdown")
@@ -397,7 +401,7 @@ def abort_reboots(c):
 
 
 @scenario(FULL)
-def countdown_reboots(c):
+def countdown_reboots(c: Controller) -> None:
     mark = c.mark()
     c.plug_sd("typical")
     c.expect_list()
@@ -412,14 +416,14 @@ def countdown_reboots(c):
 # --- The tool is killed -------------------------------------------------------------------------------------
 
 
-def kill_tool(c):
+def kill_tool(c: Controller) -> None:
     killed = c.pid("zul_upgrade")
     c.board.shell("kill -KILL $(pidof zul_upgrade)")
     wait_until(lambda: c.pid("zul_upgrade") not in ("", killed), LIMIT, "the service brings the tool back")
 
 
 @scenario(FULL)
-def killed_while_idle(c):
+def killed_while_idle(c: Controller) -> None:
     kill_tool(c)
     c.expect_tool_waiting()
     c.expect_rest()
@@ -429,7 +433,7 @@ def killed_while_idle(c):
 
 
 @scenario(FULL)
-def killed_while_the_list_is_shown(c):
+def killed_while_the_list_is_shown(c: Controller) -> None:
     c.plug_sd("typical")
     c.expect_list()
     c.choose(0)
@@ -442,7 +446,7 @@ def killed_while_the_list_is_shown(c):
 
 
 @scenario(FULL)
-def killed_while_a_command_runs(c):
+def killed_while_a_command_runs(c: Controller) -> None:
     c.let_go("first")
     c.plug_usb("waiting")
     c.expect_list()
@@ -465,7 +469,7 @@ def killed_while_a_command_runs(c):
 
 
 @scenario(FULL)
-def touch_by_evdev_instead_of_libinput(c):
+def touch_by_evdev_instead_of_libinput(c: Controller) -> None:
     event = c.board.shell("grep -l 'Board touch screen' /sys/class/input/event*/device/name | cut -d/ -f5")
     settings = f"QT_QPA_FB_NO_LIBINPUT=1 QT_QPA_EVDEV_TOUCHSCREEN_PARAMETERS=/dev/input/{event}"
     with_environment(c, settings)
@@ -476,7 +480,7 @@ def touch_by_evdev_instead_of_libinput(c):
 
 
 @scenario(FULL)
-def touch_turned_by_a_udev_rule(c):
+def touch_turned_by_a_udev_rule(c: Controller) -> None:
     """As docs/installing.md tells for a panel that is mounted upside down."""
     rule = (
         'ACTION=="add|change", KERNEL=="event*", ATTRS{name}=="Board touch screen",'
@@ -493,7 +497,7 @@ def touch_turned_by_a_udev_rule(c):
     c.expect_screen(lambda s: selected_rows(s) == 1, "the first row is chosen")
 
 
-def with_environment(c, settings):
+def with_environment(c: Controller, settings: str) -> None:
     """A tool with other settings, until the board is started again."""
     lines = "".join(f"\\nEnvironment={setting}" for setting in settings.split())
     c.board.shell("mkdir -p /run/systemd/system/zul_upgrade.service.d")
@@ -517,7 +521,7 @@ SERVICE_ENABLED = {
 }
 
 
-def list_files(c, name):
+def list_files(c: Controller, name: str) -> None:
     """Every file of the system with its type, owner and mode, kept on the board: the serial line is slow."""
     left_out = " -o ".join(f"-path {path}" for path in WRITTEN_BY_THE_SYSTEM)
     lines = "-printf '%p %y %u:%g %m\\n'"
@@ -525,13 +529,13 @@ def list_files(c, name):
     assert int(c.board.shell(f"wc -l </run/{name}")) > 1000, "that cannot be the whole system"
 
 
-def only_in(c, one, other):
+def only_in(c: Controller, one: str, other: str) -> set[str]:
     """The lines of one list of files that the other has not."""
     return set(c.board.shell(f"LC_ALL=C comm -23 /run/{one} /run/{other}").splitlines())
 
 
 @scenario(FULL)
-def package_upgrades_and_leaves_nothing_behind(c):
+def package_upgrades_and_leaves_nothing_behind(c: Controller) -> None:
     [package] = glob.glob(os.path.join(c.board.image, "zul-upgrade_*.deb"))
     with open(package, "rb") as file:
         c.plug_sd_image(c.medium_with("no-catalogue", {"tool.deb": file.read()}))
@@ -573,12 +577,12 @@ FILES = 4
 MOMENTS = ("begins", "copied", "durable")
 
 
-def copying_medium(c):
+def copying_medium(c: Controller) -> str:
     """The medium of the power cuts, with something to copy on it."""
     return c.medium_with("files", {"payload": os.urandom(3_000_000)})
 
 
-def check_after_cut(c, durable):
+def check_after_cut(c: Controller, durable: dict[str, str]) -> None:
     """A clean start, and everything that was reported as saved is there as it was saved."""
     c.expect_rest()
     c.expect_tool_waiting()
@@ -589,7 +593,7 @@ def check_after_cut(c, durable):
         assert found == checksum, f"file {number} was saved and is not what was saved"
 
 
-def cut(c, number, moment, saved):
+def cut(c: Controller, number: int, moment: str, saved: dict[str, str]) -> None:
     """One batch up to a moment of one of its steps, and no power then. `saved` keeps what was reported as saved."""
     image = copying_medium(c)
     c.board.console.text = ""
@@ -608,23 +612,24 @@ def cut(c, number, moment, saved):
     check_after_cut(c, saved)
 
 
-def power_cuts(c, moments):
-    recovered, saved = 0, {}
+def power_cuts(c: Controller, moments: list[tuple[int, str]]) -> None:
+    recovered = 0
+    saved: dict[str, str] = {}
     for number, moment in moments:
         cut(c, number, moment, saved)
         recovered += 1
-        c.say(f"cut after \"step {number} {moment}\": recovered, {len(saved)} saved files intact")
+        c.say(f'cut after "step {number} {moment}": recovered, {len(saved)} saved files intact')
     c.say(f"{len(moments)} power cuts, {recovered} recovered")
     assert recovered == len(moments)
 
 
 @scenario(EVERYDAY)
-def three_power_cuts(c):
+def three_power_cuts(c: Controller) -> None:
     power_cuts(c, [(1, "begins"), (2, "copied"), (3, "durable")])
 
 
 @scenario(FULL)
-def twenty_power_cuts(c):
+def twenty_power_cuts(c: Controller) -> None:
     every = [(number, moment) for number in range(1, FILES + 1) for moment in MOMENTS]
     power_cuts(c, every + every[:8])
 
@@ -632,7 +637,7 @@ def twenty_power_cuts(c):
 # --- Traces -------------------------------------------------------------------------------------------------
 
 
-def expect_traces(c, mark):
+def expect_traces(c: Controller, mark: str) -> None:
     """What is kept of a scenario that fails now holds what was in the journal before."""
     folder = traces.keep(c, "provoked")
     try:
@@ -644,7 +649,7 @@ def expect_traces(c, mark):
 
 
 @scenario(EVERYDAY)
-def traces_of_a_command_that_does_not_end_hold_the_journal(c):
+def traces_of_a_command_that_does_not_end_hold_the_journal(c: Controller) -> None:
     mark = c.mark()
     try:
         c.board.shell("sleep 6000", limit=1)
@@ -656,7 +661,7 @@ def traces_of_a_command_that_does_not_end_hold_the_journal(c):
 
 
 @scenario(FULL)
-def traces_of_a_reboot_hold_the_journal(c):
+def traces_of_a_reboot_hold_the_journal(c: Controller) -> None:
     mark = c.mark()
     start = c.board.monitor.count()
     c.board.start("sleep 1; reboot")
@@ -665,11 +670,10 @@ def traces_of_a_reboot_hold_the_journal(c):
 
 
 @scenario(FULL)
-def traces_of_a_machine_that_has_ended_hold_the_journal(c):
+def traces_of_a_machine_that_has_ended_hold_the_journal(c: Controller) -> None:
     mark = c.mark()
     c.board.shell("journalctl --sync && sync")
-    c.board.process.kill()
-    c.board.process.wait()
+    c.board.kill()
     expect_traces(c, mark)
 
 
@@ -677,5 +681,5 @@ def traces_of_a_machine_that_has_ended_hold_the_journal(c):
 
 
 @scenario(FULL)
-def figures_beside_their_baselines(c):
+def figures_beside_their_baselines(c: Controller) -> None:
     figures.measure(c)

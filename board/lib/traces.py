@@ -3,7 +3,10 @@
 import os
 import shutil
 import tempfile
+from collections.abc import Callable
 
+from controller import Controller
+from machine import Machine
 from waiting import Timeout
 
 LINES = 500
@@ -11,7 +14,7 @@ LINES = 500
 PROBLEMS = (OSError, RuntimeError, ValueError, AttributeError, Timeout)
 
 
-def keep(controller, name):
+def keep(controller: Controller, name: str) -> str:
     """The last screen, the journal and everything that came over the serial line. Returns their folder."""
     folder = tempfile.mkdtemp(prefix=f"zul-board-{name}-")
     board = controller.board
@@ -21,11 +24,11 @@ def keep(controller, name):
         controller.say("starting again for the journal on the disk")
         attempt(controller, lambda: keep_journal_of_the_disk(board, journal))
     for file in ("console.log", "qemu.log"):
-        attempt(controller, lambda source=os.path.join(controller.folder, file): shutil.copy(source, folder))
+        attempt(controller, lambda: shutil.copy(os.path.join(controller.folder, file), folder))
     return folder
 
 
-def attempt(controller, keep_something):
+def attempt(controller: Controller, keep_something: Callable[[], object]) -> bool:
     try:
         keep_something()
         return True
@@ -34,7 +37,7 @@ def attempt(controller, keep_something):
         return False
 
 
-def keep_journal(board, file):
+def keep_journal(board: Machine, file: str) -> None:
     """Of this start and of the one before, as the failure may have been a reboot."""
     if board.is_restarting():
         board.wait_for_system()
@@ -47,7 +50,7 @@ def keep_journal(board, file):
                 raise RuntimeError(f"no journal: {lines}")
 
 
-def keep_journal_of_the_disk(board, file):
+def keep_journal_of_the_disk(board: Machine, file: str) -> None:
     """Without what the system had not written yet."""
     board.cut_power()
     board.boot()

@@ -7,15 +7,19 @@ time before it looks.
 import os
 import socket
 import time
+from collections.abc import Callable
+from typing import TypeVar
 
 PAUSE_BETWEEN_LOOKS = 0.2
+
+Value = TypeVar("Value")
 
 
 class Timeout(Exception):
     """A condition did not come true within its limit."""
 
 
-def wait_until(condition, limit, what):
+def wait_until(condition: Callable[[], Value | None], limit: float, what: str) -> Value:
     """Returns the condition's value as soon as it is true."""
     end = time.monotonic() + limit
     while True:
@@ -27,8 +31,8 @@ def wait_until(condition, limit, what):
         time.sleep(PAUSE_BETWEEN_LOOKS)
 
 
-def connect(path, limit=30):
-    def attempt():
+def connect(path: str, limit: float = 30) -> socket.socket:
+    def attempt() -> socket.socket | None:
         connection = socket.socket(socket.AF_UNIX)
         try:
             connection.connect(path)
