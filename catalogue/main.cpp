@@ -1,3 +1,4 @@
+#include "common/failure.h"
 #include "reading/medium.h"
 #include "report/report.h"
 #include "scaffold.h"

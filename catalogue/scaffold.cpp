@@ -1,6 +1,6 @@
 #include "scaffold.h"
 
-#include "reading/medium.h"
+#include "common/failure.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,5 +1,7 @@
 #include "reading/medium.h"
 
+#include "common/failure.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>

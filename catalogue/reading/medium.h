@@ -5,23 +5,7 @@
 #include <QHash>
 #include <QString>
 
-/// Exit codes; those from 64 on have the meaning that sysexits.h gives them.
-enum ExitCode {
-    ExitClean = 0,
-    ExitWarnings = 1,
-    ExitErrors = 2,
-    ExitUsage = 64,
-    ExitData = 65,     ///< not a text file, or too big to be a catalogue
-    ExitNoInput = 66,  ///< nothing there, or not readable
-    ExitSoftware = 70, ///< the toolkit cannot be started
-    ExitNoOutput = 73, ///< cannot be written, or exists already
-};
-
-/// Why nothing could be done: one line for the user, and the exit code.
-struct Failure {
-    int exitCode = ExitClean;
-    QString message;
-};
+struct Failure;
 
 /// A medium as it lies on the author's computer.
 struct Medium {

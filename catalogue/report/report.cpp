@@ -1,5 +1,6 @@
 #include "report/report.h"
 
+#include "common/exitcode.h"
 #include "reading/medium.h"
 
 #include <QJsonArray>

@@ -1,5 +1,6 @@
 #include "window/preview.h"
 
+#include "common/failure.h"
 #include "reading/medium.h"
 #include "window/isolation.h"
 #include "window/windowaccess.h"
