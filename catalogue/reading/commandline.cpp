@@ -41,10 +41,3 @@ CommandLine splitCommandLine(const QString &text)
         line.words.append(word);
     return line;
 }
-
-QString throughShell(const QString &script)
-{
-    QString literal = script;
-    literal.replace("\"", "\"\"\"");
-    return "sh -c \"" + literal + '"';
-}

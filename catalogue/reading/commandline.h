@@ -14,7 +14,4 @@ struct CommandLine {
 
 CommandLine splitCommandLine(const QString &text);
 
-/// The command line that hands `script` to a shell.
-QString throughShell(const QString &script);
-
 #endif

@@ -17,11 +17,6 @@ bool isLineEnd(char byte)
     return byte == '\n' || byte == '\r';
 }
 
-bool isHexDigit(char byte)
-{
-    return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'f') || (byte >= 'A' && byte <= 'F');
-}
-
 /// "\" becomes "/", "%41" and "%U0041" become "A"; every other byte is one character.
 QString decodedKey(const QByteArray &raw)
 {
@@ -175,17 +170,12 @@ private:
     DecodedValue value;
 };
 
-QString escaped(ushort unit, bool afterEscape)
-{
-    if (unit == '"' || unit == '\\')
-        return QString("\\") + QChar(unit);
-    const bool joins = afterEscape && unit < 0x80 && isHexDigit(static_cast<char>(unit));
-    if (unit >= 0x20 && unit < 0x7f && !joins)
-        return QChar(unit);
-    return "\\x" + QString::number(unit, 16);
-}
-
 } // namespace
+
+bool isHexDigit(char byte)
+{
+    return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'f') || (byte >= 'A' && byte <= 'F');
+}
 
 QString IniEntry::path() const
 {
@@ -302,34 +292,27 @@ void IniFile::addEntry(const LogicalLine &line)
                      line.openQuote, ValueReader(text, line.equals + 1, line.end, codec).read()});
 }
 
-QString iniLine(const QString &key, const QString &value)
+QVector<int> bareQuotes(const IniFile &file, const IniEntry &entry)
 {
-    QString line;
-    bool afterEscape = false;
-    for (const QChar character : value) {
-        const QString part = escaped(character.unicode(), afterEscape);
-        afterEscape = part.startsWith("\\x");
-        line += part;
+    QVector<int> found;
+    for (int i = entry.valueBegin; i < entry.end; ++i) {
+        if (file.bytes().at(i) == '\\')
+            ++i;
+        else if (file.bytes().at(i) == '"')
+            found.append(i);
     }
-    return key + "=\"" + line + '"';
+    return found;
 }
 
-QString intendedText(const IniFile &file, const DecodedValue &value)
+bool swallowsLines(const IniFile &file, const IniEntry &entry)
 {
-    QString meant;
-    QByteArray run;
-    for (int i = 0; i <= value.text.size(); ++i) {
-        const bool plain =
-            i < value.text.size() && !file.hasByteOrderMark() && file.bytes().at(value.at.at(i)) != '\\';
-        if (plain) {
-            run += file.bytes().at(value.at.at(i));
-            continue;
-        }
-        const QString decoded = QString::fromUtf8(run);
-        meant += decoded.contains(QChar::ReplacementCharacter) ? QString::fromLatin1(run) : decoded;
-        run.clear();
-        if (i < value.text.size())
-            meant += value.text.at(i);
-    }
-    return meant;
+    const bool onOneLine = lineEnd(file.bytes(), entry.valueBegin) >= entry.end;
+    return entry.openQuote || (!onOneLine && !bareQuotes(file, entry).isEmpty());
+}
+
+int lineEnd(const QByteArray &bytes, int from)
+{
+    while (from < bytes.size() && bytes.at(from) != '\n' && bytes.at(from) != '\r')
+        ++from;
+    return from;
 }

@@ -98,11 +98,16 @@ private:
     QVector<int> lineStarts;
 };
 
-/// The line that gives `value` back unchanged, whatever it holds: quoted, with everything escaped that the
-/// reader would change.
-QString iniLine(const QString &key, const QString &value);
+/// Whether an escape takes the byte in.
+bool isHexDigit(char byte);
 
-/// The text that the author meant: UTF-8 that the reader took in byte by byte becomes characters again.
-QString intendedText(const IniFile &file, const DecodedValue &value);
+/// Offsets of the quotation marks in the value that are not escaped.
+QVector<int> bareQuotes(const IniFile &file, const IniEntry &entry);
+
+/// Whether a quotation mark carries the value over the end of its line.
+bool swallowsLines(const IniFile &file, const IniEntry &entry);
+
+/// The end of the line, as the text shows it, that this byte is on.
+int lineEnd(const QByteArray &bytes, int from);
 
 #endif

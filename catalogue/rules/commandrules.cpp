@@ -1,5 +1,7 @@
 // Findings on the command lines: what the controller runs, for how long, and how it is shown.
 
+#include "reading/initext.h"
+#include "reading/shell.h"
 #include "rules/rules.h"
 #include "widget.h"
 
@@ -27,56 +29,56 @@ int commandOffset(const CommandEntry &command)
 
 // --- Name and command -----------------------------------------------------------------------------------
 
-void noAt(const Subject &subject, Report &report)
+void noAt(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (command.ats == 0)
-            report.replace(*command.entry, offsetOf(command, 0),
-                           "Without \"@\" all of this is the name, and nothing is run",
-                           subject.line(*command.entry, command.entry->key + '@' + command.name));
+            findings.replace(*command.entry, offsetOf(command, 0),
+                             "Without \"@\" all of this is the name, and nothing is run",
+                             subject.line(*command.entry, command.entry->key + '@' + command.name));
     }
 }
 
-void severalAt(const Subject &subject, Report &report)
+void severalAt(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (command.ats < 2)
             continue;
         const QString &text = command.entry->value.text;
         const QString script = "sh /mnt/upgrade/zul_install/" + command.entry->key + ".sh";
-        report.replace(*command.entry, offsetOf(command, text.indexOf('@', text.indexOf('@') + 1)),
-                       "The second \"@\" ends the command; put a command with \"@\" into a script",
-                       subject.commandLine(command, script));
+        findings.replace(*command.entry, offsetOf(command, text.indexOf('@', text.indexOf('@') + 1)),
+                         "The second \"@\" ends the command; put a command with \"@\" into a script",
+                         subject.commandLine(command, script));
     }
 }
 
-void emptyName(const Subject &subject, Report &report)
+void emptyName(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (command.name.trimmed().isEmpty())
-            report.replace(*command.entry, offsetOf(command, 0),
-                           "Nothing before \"@\": the operator sees an empty row",
-                           subject.line(*command.entry, command.entry->key + '@' + command.command));
+            findings.replace(*command.entry, offsetOf(command, 0),
+                             "Nothing before \"@\": the operator sees an empty row",
+                             subject.line(*command.entry, command.entry->key + '@' + command.command));
     }
 }
 
-void emptyCommand(const Subject &subject, Report &report)
+void emptyCommand(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (command.ats > 0 && command.command.trimmed().isEmpty())
-            report.replace(*command.entry, commandOffset(command),
-                           "Nothing behind \"@\": there is nothing to run",
-                           subject.commandLine(command, "COMMAND"));
+            findings.replace(*command.entry, commandOffset(command),
+                             "Nothing behind \"@\": there is nothing to run",
+                             subject.commandLine(command, "COMMAND"));
     }
 }
 
-void singleWordSh(const Subject &subject, Report &report)
+void singleWordSh(const Subject &subject, Collector &findings)
 {
     myThread worker; // never started; asked only
     for (const CommandEntry &command : subject.commands) {
         const QString text = command.command.trimmed();
         if (!text.isEmpty() && worker.isSkipped(command.command))
-            report.replace(
+            findings.replace(
                 *command.entry, commandOffset(command),
                 "A command that contains \"sh\" and has no argument is never run, only marked completed",
                 subject.commandLine(command, (text.endsWith(".sh") ? "sh " : "env ") + text));
@@ -85,51 +87,51 @@ void singleWordSh(const Subject &subject, Report &report)
 
 // --- Shell syntax ---------------------------------------------------------------------------------------
 
-void findShellSyntax(const Subject &subject, Report &report, const char *pattern, const QString &message)
+void findShellSyntax(const Subject &subject, Collector &findings, const char *pattern, const QString &message)
 {
     const QRegularExpression syntax(pattern);
     for (const CommandEntry &command : subject.commands) {
         const QRegularExpressionMatch match = syntax.match(command.bare);
         if (match.hasMatch())
-            report.replace(*command.entry, commandOffset(command) + match.capturedStart(1), message,
-                           subject.commandLine(command, throughShell(command.command)));
+            findings.replace(*command.entry, commandOffset(command) + match.capturedStart(1), message,
+                             subject.commandLine(command, throughShell(command.command)));
     }
 }
 
-void shellPipe(const Subject &subject, Report &report)
+void shellPipe(const Subject &subject, Collector &findings)
 {
-    findShellSyntax(subject, report, "(?<!\\|)(\\|)(?!\\|)",
+    findShellSyntax(subject, findings, "(?<!\\|)(\\|)(?!\\|)",
                     "No shell reads this: the pipe is passed to the program as an argument");
 }
 
-void shellChain(const Subject &subject, Report &report)
+void shellChain(const Subject &subject, Collector &findings)
 {
     // A ";" of its own at the end belongs to find's -exec, which needs no shell.
-    findShellSyntax(subject, report, "(&&|\\|\\||;(?!\\s*$)|(?<!\\s);|(?<=\\s)&(?=\\s|$))",
+    findShellSyntax(subject, findings, "(&&|\\|\\||;(?!\\s*$)|(?<!\\s);|(?<=\\s)&(?=\\s|$))",
                     "No shell reads this: one command line runs one program, the rest are its arguments");
 }
 
-void shellRedirect(const Subject &subject, Report &report)
+void shellRedirect(const Subject &subject, Collector &findings)
 {
-    findShellSyntax(subject, report, "(\\d?[<>])",
+    findShellSyntax(subject, findings, "(\\d?[<>])",
                     "No shell reads this: the redirection is passed to the program as an argument");
 }
 
-void shellVariable(const Subject &subject, Report &report)
+void shellVariable(const Subject &subject, Collector &findings)
 {
-    findShellSyntax(subject, report, "(\\$[A-Za-z0-9_{(?@#*!$]|`)",
+    findShellSyntax(subject, findings, "(\\$[A-Za-z0-9_{(?@#*!$]|`)",
                     "No shell reads this: the variable is passed to the program as it is written");
 }
 
-void shellGlob(const Subject &subject, Report &report)
+void shellGlob(const Subject &subject, Collector &findings)
 {
-    findShellSyntax(subject, report, "([*?]|\\[[^\\]\\s]+\\])",
+    findShellSyntax(subject, findings, "([*?]|\\[[^\\]\\s]+\\])",
                     "No shell reads this: the pattern is passed to the program as it is written");
 }
 
-void shellTilde(const Subject &subject, Report &report)
+void shellTilde(const Subject &subject, Collector &findings)
 {
-    findShellSyntax(subject, report, "(?:^|\\s)(~)(?=[/\\w]|\\s|$)",
+    findShellSyntax(subject, findings, "(?:^|\\s)(~)(?=[/\\w]|\\s|$)",
                     "No shell reads this: \"~\" is passed to the program as it is written");
 }
 
@@ -138,7 +140,7 @@ int singleQuote(const CommandEntry &command)
     return command.split.bare.indexOf('\'');
 }
 
-void shellQuote(const Subject &subject, Report &report)
+void shellQuote(const Subject &subject, Collector &findings)
 {
     static const QRegularExpression quotedScript("^(\\S*sh -c) '(.*)'$");
     for (const CommandEntry &command : subject.commands) {
@@ -146,14 +148,14 @@ void shellQuote(const Subject &subject, Report &report)
             continue;
         const QRegularExpressionMatch match = quotedScript.match(command.command);
         const QString script = match.hasMatch() ? match.captured(2) : command.command;
-        report.replace(
+        findings.replace(
             *command.entry, commandOffset(command) + singleQuote(command),
             "Only double quotation marks keep words together here; this one is part of the argument",
             subject.commandLine(command, throughShell(script)));
     }
 }
 
-void shellScriptSplit(const Subject &subject, Report &report)
+void shellScriptSplit(const Subject &subject, Collector &findings)
 {
     static const QRegularExpression start("^\\S*sh\\s+-\\S*c\\s+");
     for (const CommandEntry &command : subject.commands) {
@@ -164,17 +166,18 @@ void shellScriptSplit(const Subject &subject, Report &report)
             continue;
         QString script = command.command;
         script.remove(start);
-        report.replace(*command.entry, commandOffset(command),
-                       QString("The shell gets \"%1\" as its whole script; quote all of it").arg(words.at(2)),
-                       subject.commandLine(command, throughShell(script)));
+        findings.replace(
+            *command.entry, commandOffset(command),
+            QString("The shell gets \"%1\" as its whole script; quote all of it").arg(words.at(2)),
+            subject.commandLine(command, throughShell(script)));
     }
 }
 
-void unbalancedCommandQuotes(const Subject &subject, Report &report)
+void unbalancedCommandQuotes(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (command.split.openQuote)
-            report.replace(
+            findings.replace(
                 *command.entry, commandOffset(command) + command.command.lastIndexOf('"'),
                 "This quotation mark in the command is not closed: everything behind it is one argument",
                 subject.commandLine(command, command.command + '"'));
@@ -183,7 +186,7 @@ void unbalancedCommandQuotes(const Subject &subject, Report &report)
 
 // --- End and duration -----------------------------------------------------------------------------------
 
-void ownSyncReboot(const Subject &subject, Report &report)
+void ownSyncReboot(const Subject &subject, Collector &findings)
 {
     if (subject.verdict.closing.isEmpty())
         return;
@@ -194,10 +197,11 @@ void ownSyncReboot(const Subject &subject, Report &report)
             continue;
         QStringList others = subject.itemTexts();
         others.removeAll(command.entry->key);
-        report.replace(subject.list->begin, subject.list->end, commandOffset(command),
-                       QString("Every batch ends with \"sync\" and \"reboot\" already, because of ENDGAME%1")
-                           .arg(program == "reboot" ? "; this one would cut it short" : ""),
-                       others.isEmpty() ? "ENDGAME=false" : subject.listLine(others));
+        findings.replace(
+            subject.list->begin, subject.list->end, commandOffset(command),
+            QString("Every batch ends with \"sync\" and \"reboot\" already, because of ENDGAME%1")
+                .arg(program == "reboot" ? "; this one would cut it short" : ""),
+            others.isEmpty() ? "ENDGAME=false" : subject.listLine(others));
     }
 }
 
@@ -214,7 +218,7 @@ double leastSeconds(const QString &command)
     return seconds;
 }
 
-void outlastsCountdown(const Subject &subject, Report &report)
+void outlastsCountdown(const Subject &subject, Collector &findings)
 {
     constexpr double countdownSeconds = 302;
     if (subject.verdict.mode != Verdict::Selection || !subject.list)
@@ -224,7 +228,7 @@ void outlastsCountdown(const Subject &subject, Report &report)
         seconds += leastSeconds(command.command);
     if (seconds < countdownSeconds)
         return;
-    report.replace(
+    findings.replace(
         *subject.list, subject.list->begin,
         QString("All of it together takes at least %1 seconds, but the countdown reboots after 302, "
                 "in the middle of a command; direct mode has no countdown")
@@ -253,35 +257,36 @@ QString shortened(const Subject &subject, const QString &name)
     return name.left(enough).trimmed();
 }
 
-void reportLongName(const Subject &subject, Report &report, const CommandEntry &command, const QString &where)
+void addLongName(const Subject &subject, Collector &findings, const CommandEntry &command,
+                 const QString &where)
 {
-    const QString name = report.hasRoom() ? shortened(subject, command.name) : QString();
-    report.replace(*command.entry, offsetOf(command, 0), "This name is wider than " + where,
-                   subject.line(*command.entry, name + '@' + command.command));
+    const QString name = findings.hasRoom() ? shortened(subject, command.name) : QString();
+    findings.replace(*command.entry, offsetOf(command, 0), "This name is wider than " + where,
+                     subject.line(*command.entry, name + '@' + command.command));
 }
 
-void nameTooLongList(const Subject &subject, Report &report)
+void nameTooLongList(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (!fitsList(subject, command.name))
-            reportLongName(subject, report, command,
-                           "the operations list, and than its column of the status table");
+            addLongName(subject, findings, command,
+                        "the operations list, and than its column of the status table");
     }
 }
 
-void nameTooLongTable(const Subject &subject, Report &report)
+void nameTooLongTable(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (fitsList(subject, command.name) && !subject.screen.fitsTable(command.name))
-            reportLongName(subject, report, command, "its column of the status table");
+            addLongName(subject, findings, command, "its column of the status table");
     }
 }
 
-void commandTooLong(const Subject &subject, Report &report)
+void commandTooLong(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (!subject.screen.fitsDetails(command.command))
-            report.replace(
+            findings.replace(
                 *command.entry, commandOffset(command),
                 "This command is wider than the details column; it runs, but is not shown whole",
                 subject.commandLine(command, "sh /mnt/upgrade/zul_install/" + command.entry->key + ".sh"));

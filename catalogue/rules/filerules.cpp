@@ -1,5 +1,7 @@
 // Findings on how the catalogue is written: what the reader of the file makes of its bytes.
 
+#include "reading/initext.h"
+#include "reading/shell.h"
 #include "rules/rules.h"
 
 #include <QRegularExpression>
@@ -19,26 +21,26 @@ QString firstLine(const QByteArray &bytes, int from)
     return QString::fromUtf8(bytes.mid(from, lineEnd(bytes, from) - from));
 }
 
-void byteOrderMark(const Subject &subject, Report &report)
+void byteOrderMark(const Subject &subject, Collector &findings)
 {
     if (subject.file.hasByteOrderMark()) {
-        report.replace(0, lineEnd(subject.file.bytes(), 0), 0,
-                       "The file starts with a byte-order mark, which changes how its letters are read; "
-                       "save it without one",
-                       firstLine(subject.file.bytes(), 3));
+        findings.replace(0, lineEnd(subject.file.bytes(), 0), 0,
+                         "The file starts with a byte-order mark, which changes how its letters are read; "
+                         "save it without one",
+                         firstLine(subject.file.bytes(), 3));
     }
 }
 
-void lineEnds(const Subject &subject, Report &report)
+void lineEnds(const Subject &subject, Collector &findings)
 {
     const int at = subject.file.bytes().indexOf('\r');
     if (at >= 0)
-        report.add(
+        findings.add(
             at, "Line ends with a carriage return; the tool reads it, but a shell on the controller does not",
             "sed -i 's/\\r$//; s/\\r/\\n/g' " + shellWord(subject.medium.catalogue));
 }
 
-void nul(const Subject &subject, Report &report)
+void nul(const Subject &subject, Collector &findings)
 {
     const int at = subject.file.bytes().indexOf('\0');
     if (at < 0)
@@ -47,31 +49,31 @@ void nul(const Subject &subject, Report &report)
     const int begin = at - (subject.file.position(at).column - 1);
     const int end = begin + line.size();
     line.replace('\0', "");
-    report.replace(begin, end, at, "A zero byte: the tool drops the rest of this value",
-                   QString::fromUtf8(line));
+    findings.replace(begin, end, at, "A zero byte: the tool drops the rest of this value",
+                     QString::fromUtf8(line));
 }
 
-void unbalancedQuotes(const Subject &subject, Report &report)
+void unbalancedQuotes(const Subject &subject, Collector &findings)
 {
     for (const IniEntry &entry : subject.file.entries()) {
         if (!swallowsLines(subject.file, entry))
             continue;
         const int end = lineEnd(subject.file.bytes(), entry.valueBegin);
         const QByteArray value = subject.file.bytes().mid(entry.valueBegin, end - entry.valueBegin);
-        report.replace(
+        findings.replace(
             entry.begin, end, bareQuotes(subject.file, entry).value(0, entry.begin),
             "This quotation mark is not closed on its line; the lines after it become part of the value",
             subject.line(entry, textOfRaw(value.trimmed(), false)));
     }
 }
 
-void hashComment(const Subject &subject, Report &report)
+void hashComment(const Subject &subject, Collector &findings)
 {
     const auto look = [&](int begin, int end) {
         if (subject.file.bytes().at(begin) == '#') {
             const QString line = firstLine(subject.file.bytes(), begin);
-            report.replace(begin, qMax(end, begin), begin, "\"#\" does not start a comment; \";\" does",
-                           ';' + line.mid(1));
+            findings.replace(begin, qMax(end, begin), begin, "\"#\" does not start a comment; \";\" does",
+                             ';' + line.mid(1));
         }
     };
     for (const IniLine &stray : subject.file.strayLines())
@@ -80,27 +82,27 @@ void hashComment(const Subject &subject, Report &report)
         look(entry.begin, entry.end);
 }
 
-void ignoredLine(const Subject &subject, Report &report)
+void ignoredLine(const Subject &subject, Collector &findings)
 {
     for (const IniLine &stray : subject.file.strayLines()) {
         const QString line = firstLine(subject.file.bytes(), stray.begin);
         if (!line.startsWith('#') && !line.startsWith(';'))
-            report.replace(stray.begin, stray.end, stray.begin,
-                           "This line has no \"=\", so it is ignored; a comment starts with \";\"",
-                           "; " + line);
+            findings.replace(stray.begin, stray.end, stray.begin,
+                             "This line has no \"=\", so it is ignored; a comment starts with \";\"",
+                             "; " + line);
     }
 }
 
-void brokenSection(const Subject &subject, Report &report)
+void brokenSection(const Subject &subject, Collector &findings)
 {
     for (const IniLine &head : subject.file.sections()) {
         if (!head.closed)
-            report.replace(head.begin, head.end, head.begin, "This section's name is not closed with \"]\"",
-                           '[' + head.section.trimmed() + ']');
+            findings.replace(head.begin, head.end, head.begin, "This section's name is not closed with \"]\"",
+                             '[' + head.section.trimmed() + ']');
     }
 }
 
-void rawUtf8(const Subject &subject, Report &report)
+void rawUtf8(const Subject &subject, Collector &findings)
 {
     if (subject.file.hasByteOrderMark())
         return;
@@ -111,11 +113,11 @@ void rawUtf8(const Subject &subject, Report &report)
         const auto first = std::find_if(value.at.begin(), value.at.end(), isRaw);
         if (first == value.at.end() || !isCommand(*entry))
             continue;
-        report.replace(*entry, *first,
-                       QString("Letters beyond ASCII are read byte by byte: the operator sees \"%1\"; "
-                               "write them as \\x escapes")
-                           .arg(value.text.section('@', 0, 0)),
-                       subject.line(*entry, intendedText(subject.file, value)));
+        findings.replace(*entry, *first,
+                         QString("Letters beyond ASCII are read byte by byte: the operator sees \"%1\"; "
+                                 "write them as \\x escapes")
+                             .arg(value.text.section('@', 0, 0)),
+                         subject.line(*entry, intendedText(subject.file, value)));
     }
 }
 
@@ -128,7 +130,7 @@ QRegularExpressionMatchIterator escapesIn(const Subject &subject, const IniEntry
     return escape.globalMatch(QString::fromLatin1(raw));
 }
 
-void backslash(const Subject &subject, Report &report)
+void backslash(const Subject &subject, Collector &findings)
 {
     for (const IniEntry *entry : subject.textEntries()) {
         QByteArray raw = subject.file.bytes().mid(entry->valueBegin, entry->end - entry->valueBegin);
@@ -144,14 +146,14 @@ void backslash(const Subject &subject, Report &report)
                 first = match;
         }
         if (first.hasMatch())
-            report.replace(*entry, entry->valueBegin + first.capturedStart(),
-                           QString("The reader changes or drops \"%1\"; a backslash is written as two")
-                               .arg(first.captured()),
-                           subject.line(*entry, textOfRaw(raw.trimmed(), false)));
+            findings.replace(*entry, entry->valueBegin + first.capturedStart(),
+                             QString("The reader changes or drops \"%1\"; a backslash is written as two")
+                                 .arg(first.captured()),
+                             subject.line(*entry, textOfRaw(raw.trimmed(), false)));
     }
 }
 
-void escapeRunsOn(const Subject &subject, Report &report)
+void escapeRunsOn(const Subject &subject, Collector &findings)
 {
     constexpr int longest = 5; // "x" and four digits
     for (const IniEntry *entry : subject.textEntries()) {
@@ -169,14 +171,14 @@ void escapeRunsOn(const Subject &subject, Report &report)
             raw.replace(match.captured().toLatin1(), split);
         }
         if (at >= 0)
-            report.replace(
+            findings.replace(
                 *entry, entry->valueBegin + at,
                 "A \\x escape takes in every hexadecimal digit behind it; escape the next letter too",
                 subject.line(*entry, textOfRaw(raw.trimmed(), false)));
     }
 }
 
-void specialValue(const Subject &subject, Report &report)
+void specialValue(const Subject &subject, Collector &findings)
 {
     for (const IniEntry *entry : subject.textEntries()) {
         QString text = entry->value.text;
@@ -184,9 +186,10 @@ void specialValue(const Subject &subject, Report &report)
             continue;
         while (text.startsWith('@'))
             text.remove(0, 1);
-        report.replace(*entry, entry->value.at.value(0, entry->valueBegin),
-                       "The reader takes a value with this beginning for something else than a text",
-                       subject.line(*entry, isCommand(*entry) ? subject.rawKey(*entry) + '@' + text : text));
+        findings.replace(
+            *entry, entry->value.at.value(0, entry->valueBegin),
+            "The reader takes a value with this beginning for something else than a text",
+            subject.line(*entry, isCommand(*entry) ? subject.rawKey(*entry) + '@' + text : text));
     }
 }
 
@@ -201,7 +204,7 @@ bool isQuotedWell(const Subject &subject, const IniEntry &entry)
     return quotes.size() <= 2 && before.trimmed().isEmpty() && after.trimmed().isEmpty();
 }
 
-void quotesEaten(const Subject &subject, Report &report)
+void quotesEaten(const Subject &subject, Collector &findings)
 {
     for (const IniEntry *entry : subject.textEntries()) {
         if (isQuotedWell(subject, *entry) || entry->value.comma >= 0 || swallowsLines(subject.file, *entry))
@@ -209,13 +212,13 @@ void quotesEaten(const Subject &subject, Report &report)
         QByteArray raw = subject.rawValue(*entry);
         if (raw.startsWith('"') && raw.endsWith('"'))
             raw = raw.mid(1, raw.size() - 2);
-        report.replace(*entry, bareQuotes(subject.file, *entry).first(),
-                       "The reader takes away quotation marks; inside a quoted value they are written \\\"",
-                       subject.line(*entry, textOfRaw(raw, isCommand(*entry))));
+        findings.replace(*entry, bareQuotes(subject.file, *entry).first(),
+                         "The reader takes away quotation marks; inside a quoted value they are written \\\"",
+                         subject.line(*entry, textOfRaw(raw, isCommand(*entry))));
     }
 }
 
-void unquotedComma(const Subject &subject, Report &report)
+void unquotedComma(const Subject &subject, Collector &findings)
 {
     for (const IniEntry *entry : subject.textEntries()) {
         if (entry->value.comma < 0)
@@ -224,20 +227,20 @@ void unquotedComma(const Subject &subject, Report &report)
         QStringList items;
         for (const QString &item : text.split(',', QString::SkipEmptyParts))
             items.append(item.trimmed());
-        report.replace(*entry, entry->value.comma,
-                       QString("A comma outside quotation marks makes the tool read an empty %1")
-                           .arg(isCommand(*entry) ? "command line" : "list"),
-                       subject.line(*entry, isCommand(*entry) ? text : items.join(',')));
+        findings.replace(*entry, entry->value.comma,
+                         QString("A comma outside quotation marks makes the tool read an empty %1")
+                             .arg(isCommand(*entry) ? "command line" : "list"),
+                         subject.line(*entry, isCommand(*entry) ? text : items.join(',')));
     }
 }
 
-void unquotedSemicolon(const Subject &subject, Report &report)
+void unquotedSemicolon(const Subject &subject, Collector &findings)
 {
     for (const IniEntry *entry : subject.textEntries()) {
         const bool commentBehindQuotes = !bareQuotes(subject.file, *entry).isEmpty();
         if (entry->semicolon < 0 || commentBehindQuotes)
             continue;
-        report.replace(
+        findings.replace(
             *entry, entry->semicolon,
             "A semicolon outside quotation marks ends the value; the rest of the line is a comment",
             subject.line(*entry, textOfRaw(subject.rawValue(*entry), true)));

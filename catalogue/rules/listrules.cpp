@@ -1,5 +1,6 @@
 // Findings on the lists, the keys and ENDGAME: what the operator is offered.
 
+#include "reading/initext.h"
 #include "rules/rules.h"
 
 #include <QRegularExpression>
@@ -49,7 +50,7 @@ bool isBlankAround(const Item &item)
     return item.text != item.text.trimmed() && !item.entry;
 }
 
-void noList(const Subject &subject, Report &report)
+void noList(const Subject &subject, Collector &findings)
 {
     QStringList keys;
     for (const IniEntry &entry : subject.file.entries()) {
@@ -61,33 +62,33 @@ void noList(const Subject &subject, Report &report)
         if (entry.section == "CMD")
             keys.append(entry.key);
     }
-    report.add(0, "Section [system] has neither CMD_List nor CMD_Type, so the tool offers and runs nothing",
-               subject.listLine(keys.isEmpty() ? QStringList("KEY") : keys));
+    findings.add(0, "Section [system] has neither CMD_List nor CMD_Type, so the tool offers and runs nothing",
+                 subject.listLine(keys.isEmpty() ? QStringList("KEY") : keys));
 }
 
-void bothLists(const Subject &subject, Report &report)
+void bothLists(const Subject &subject, Collector &findings)
 {
     const IniEntry *direct = subject.entry("system/CMD_Type");
     if (direct && subject.entry("system/CMD_List"))
-        report.replace(*direct, direct->begin, "CMD_Type is not looked at, because there is a CMD_List",
-                       subject.commented(*direct));
+        findings.replace(*direct, direct->begin, "CMD_Type is not looked at, because there is a CMD_List",
+                         subject.commented(*direct));
 }
 
-void blankAfterComma(const Subject &subject, Report &report)
+void blankAfterComma(const Subject &subject, Collector &findings)
 {
     if (!subject.list)
         return;
     const QString right = subject.listLine(subject.itemTexts());
     for (const Item &item : subject.items) {
         if (isBlankAround(item) && !item.text.trimmed().isEmpty())
-            report.replace(
+            findings.replace(
                 *subject.list, item.offset,
                 QString("The blank is part of the item: the tool looks for the key \"%1\"").arg(item.text),
                 right);
     }
 }
 
-void emptyItem(const Subject &subject, Report &report)
+void emptyItem(const Subject &subject, Collector &findings)
 {
     if (!subject.list)
         return;
@@ -101,41 +102,41 @@ void emptyItem(const Subject &subject, Report &report)
     const QString right = subject.listLine(texts);
     for (const Item &item : subject.items) {
         if (item.text.trimmed().isEmpty())
-            report.replace(*subject.list, item.offset, "An empty item, which the tool leaves out", right);
+            findings.replace(*subject.list, item.offset, "An empty item, which the tool leaves out", right);
     }
 }
 
-void itemWithoutCommand(const Subject &subject, Report &report)
+void itemWithoutCommand(const Subject &subject, Collector &findings)
 {
     const auto misses = nearMisses(subject);
     for (const Item &item : subject.items) {
         const QString right = iniLine(writtenKey(item.text), item.text + "@COMMAND");
         if (item.entry && item.entry->value.text.isEmpty() && item.entry->value.comma < 0)
-            report.replace(*item.entry, item.entry->begin, "This line is empty, so the tool leaves it out",
-                           right);
+            findings.replace(*item.entry, item.entry->begin, "This line is empty, so the tool leaves it out",
+                             right);
         else if (!item.entry && !item.text.trimmed().isEmpty() && !isBlankAround(item)
                  && !misses.contains(item.text))
-            report.add(
+            findings.add(
                 item.offset,
                 QString("Section [CMD] has no \"%1\", so the tool leaves this item out").arg(item.text),
                 right);
     }
 }
 
-void duplicateKey(const Subject &subject, Report &report)
+void duplicateKey(const Subject &subject, Collector &findings)
 {
     for (const IniEntry &entry : subject.file.entries()) {
         const IniEntry *last = subject.entry(entry.path());
         if (last != &entry)
-            report.replace(entry, entry.begin,
-                           QString("\"%1\" is defined again on line %2, and that one counts")
-                               .arg(subject.rawKey(entry))
-                               .arg(subject.file.position(last->begin).line),
-                           subject.commented(entry));
+            findings.replace(entry, entry.begin,
+                             QString("\"%1\" is defined again on line %2, and that one counts")
+                                 .arg(subject.rawKey(entry))
+                                 .arg(subject.file.position(last->begin).line),
+                             subject.commented(entry));
     }
 }
 
-void unlistedKey(const Subject &subject, Report &report)
+void unlistedKey(const Subject &subject, Collector &findings)
 {
     if (!subject.list)
         return;
@@ -157,30 +158,30 @@ void unlistedKey(const Subject &subject, Report &report)
     const QString right = unlisted.isEmpty() ? QString() : subject.listLine(all);
     const IniEntry &list = *subject.list;
     for (const IniEntry *entry : qAsConst(unlisted))
-        report.replace(list.begin, list.end, entry->begin,
-                       QString("The list does not name \"%1\", so nobody is offered it").arg(entry->key),
-                       right);
+        findings.replace(list.begin, list.end, entry->begin,
+                         QString("The list does not name \"%1\", so nobody is offered it").arg(entry->key),
+                         right);
 }
 
-void capitalsOfSections(const Subject &subject, Report &report)
+void capitalsOfSections(const Subject &subject, Collector &findings)
 {
     for (const IniLine &head : subject.file.sections()) {
         const QString right = rightCapitals(head.section, {"system", "CMD"});
         if (!right.isEmpty())
-            report.replace(head.begin, head.end, head.begin,
-                           QString("Capitals count: the tool looks for section [%1]").arg(right),
-                           '[' + right + ']');
+            findings.replace(head.begin, head.end, head.begin,
+                             QString("Capitals count: the tool looks for section [%1]").arg(right),
+                             '[' + right + ']');
     }
 }
 
-void wrongCapitals(const Subject &subject, Report &report)
+void wrongCapitals(const Subject &subject, Collector &findings)
 {
-    capitalsOfSections(subject, report);
+    capitalsOfSections(subject, findings);
     for (const IniEntry &entry : subject.file.entries()) {
         const QString right = rightCapitals(entry.key, systemKeys);
         if (entry.section.compare("system", Qt::CaseInsensitive) == 0 && !right.isEmpty())
-            report.replace(entry, entry.begin, QString("Capitals count: the tool looks for %1").arg(right),
-                           iniLine(right, intendedText(subject.file, entry.value)));
+            findings.replace(entry, entry.begin, QString("Capitals count: the tool looks for %1").arg(right),
+                             iniLine(right, intendedText(subject.file, entry.value)));
     }
     const auto misses = nearMisses(subject);
     for (auto miss = misses.begin(); miss != misses.end(); ++miss) {
@@ -189,14 +190,14 @@ void wrongCapitals(const Subject &subject, Report &report)
                                   && entry.key.compare(miss.key().trimmed(), Qt::CaseInsensitive) == 0
                                   && entry.key != miss.key().trimmed();
         if (capitalsOnly)
-            report.replace(
+            findings.replace(
                 entry, entry.begin,
                 QString("Capitals count: the list names \"%1\"").arg(miss.key().trimmed()),
                 iniLine(writtenKey(miss.key().trimmed()), intendedText(subject.file, entry.value)));
     }
 }
 
-void percentInKey(const Subject &subject, Report &report)
+void percentInKey(const Subject &subject, Collector &findings)
 {
     const auto misses = nearMisses(subject);
     for (auto miss = misses.begin(); miss != misses.end(); ++miss) {
@@ -204,26 +205,26 @@ void percentInKey(const Subject &subject, Report &report)
         const QString key = subject.rawKey(entry);
         if (key != miss.key() || entry.key == key)
             continue;
-        report.replace(
+        findings.replace(
             entry, entry.begin,
             QString("The reader turns this key into \"%1\", which the list does not name").arg(entry.key),
             iniLine(writtenKey(key), intendedText(subject.file, entry.value)));
     }
 }
 
-void spaceInKey(const Subject &subject, Report &report)
+void spaceInKey(const Subject &subject, Collector &findings)
 {
     for (const IniEntry &entry : subject.file.entries()) {
         QString key = subject.rawKey(entry);
         if (entry.section == "CMD" && key.contains(' ') && !key.startsWith('#'))
-            report.replace(
+            findings.replace(
                 entry, entry.begin + key.indexOf(' '),
                 "A blank in a key: other programs that save the file write it as %20; use another letter",
                 iniLine(key.replace(' ', '_'), intendedText(subject.file, entry.value)));
     }
 }
 
-void unknownKey(const Subject &subject, Report &report)
+void unknownKey(const Subject &subject, Collector &findings)
 {
     for (const IniEntry &entry : subject.file.entries()) {
         const bool nearlySystem = entry.section.compare("system", Qt::CaseInsensitive) == 0;
@@ -233,13 +234,13 @@ void unknownKey(const Subject &subject, Report &report)
             nearlySystem
             && (systemKeys.contains(entry.key) || !rightCapitals(entry.key, systemKeys).isEmpty());
         if (!known && !nearlyCommand && !entry.key.startsWith('#'))
-            report.replace(entry, entry.begin,
-                           QString("The tool does not know \"%1\" and never reads it").arg(entry.path()),
-                           subject.commented(entry));
+            findings.replace(entry, entry.begin,
+                             QString("The tool does not know \"%1\" and never reads it").arg(entry.path()),
+                             subject.commented(entry));
     }
 }
 
-void endgameValue(const Subject &subject, Report &report)
+void endgameValue(const Subject &subject, Collector &findings)
 {
     const IniEntry *entry = subject.entry("system/ENDGAME");
     if (!entry || subject.verdict.mode != Verdict::Selection)
@@ -250,22 +251,22 @@ void endgameValue(const Subject &subject, Report &report)
         return;
     const bool meantFalse = QStringList{"no", "off", "n", "never", "f", "-1", "none"}.contains(text.trimmed())
                             || text.trimmed() == "false" || text.trimmed() == "0" || text.isEmpty();
-    report.replace(*entry, entry->value.at.value(0, entry->valueBegin),
-                   QString("The tool takes this value for %1; it knows true and false only")
-                       .arg(subject.verdict.endGame ? "true" : "false"),
-                   iniLine(subject.rawKey(*entry), meantFalse ? "false" : "true"));
+    findings.replace(*entry, entry->value.at.value(0, entry->valueBegin),
+                     QString("The tool takes this value for %1; it knows true and false only")
+                         .arg(subject.verdict.endGame ? "true" : "false"),
+                     iniLine(subject.rawKey(*entry), meantFalse ? "false" : "true"));
 }
 
-void endgameUnused(const Subject &subject, Report &report)
+void endgameUnused(const Subject &subject, Collector &findings)
 {
     const IniEntry *entry = subject.entry("system/ENDGAME");
     if (entry && subject.verdict.mode == Verdict::Direct)
-        report.replace(*entry, entry->begin,
-                       "ENDGAME is not looked at in direct mode: write the closing commands yourself",
-                       subject.commented(*entry));
+        findings.replace(*entry, entry->begin,
+                         "ENDGAME is not looked at in direct mode: write the closing commands yourself",
+                         subject.commented(*entry));
 }
 
-void duplicateName(const Subject &subject, Report &report)
+void duplicateName(const Subject &subject, Collector &findings)
 {
     if (subject.verdict.mode != Verdict::Selection)
         return;
@@ -275,7 +276,7 @@ void duplicateName(const Subject &subject, Report &report)
     QSet<QString> items;
     for (const Item &item : subject.items) {
         if (item.entry && items.contains(item.text))
-            report.replace(
+            findings.replace(
                 *subject.list, item.offset,
                 QString("The list names \"%1\" twice: it shows twice and can be chosen once").arg(item.text),
                 rightList);
@@ -285,7 +286,7 @@ void duplicateName(const Subject &subject, Report &report)
     for (const CommandEntry &command : subject.commands) {
         const CommandEntry *first = names.value(command.name);
         if (first)
-            report.replace(
+            findings.replace(
                 *command.entry, command.entry->value.at.value(0),
                 QString("\"%1\" is the name of line %2 too: both show, and both run this command")
                     .arg(command.name)
@@ -297,16 +298,17 @@ void duplicateName(const Subject &subject, Report &report)
     }
 }
 
-void needsScrolling(const Subject &subject, Report &report)
+void needsScrolling(const Subject &subject, Collector &findings)
 {
     const int rows = subject.screen.listRows();
     if (subject.list && subject.verdict.mode == Verdict::Selection
         && subject.verdict.operations.size() > rows)
-        report.replace(*subject.list, subject.list->begin,
-                       QString("%1 operations; %2 are seen at once, the operator has to scroll to the others")
-                           .arg(subject.verdict.operations.size())
-                           .arg(rows),
-                       subject.listLine(subject.itemTexts().mid(0, rows)));
+        findings.replace(
+            *subject.list, subject.list->begin,
+            QString("%1 operations; %2 are seen at once, the operator has to scroll to the others")
+                .arg(subject.verdict.operations.size())
+                .arg(rows),
+            subject.listLine(subject.itemTexts().mid(0, rows)));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // Findings on the other files of the medium, and on the medium itself.
 
+#include "reading/shell.h"
 #include "rules/rules.h"
 #include "widget.h"
 
@@ -86,37 +87,38 @@ int offsetOfPath(const Use &use)
     return value.at.value(qMax(0, value.text.indexOf(use.path)), use.command->entry->valueBegin);
 }
 
-void findMissing(const Subject &subject, Report &report, bool programs)
+void findMissing(const Subject &subject, Collector &findings, bool programs)
 {
     for (const Use &use : usesOf(subject)) {
         if (use.isProgram != programs || !use.found.isEmpty())
             continue;
-        report.add(offsetOfPath(use), QString("The medium has no such file: %1").arg(use.path),
-                   "cp YOUR-FILE " + shellWord(subject.medium.local(use.path)));
+        findings.add(offsetOfPath(use), QString("The medium has no such file: %1").arg(use.path),
+                     "cp YOUR-FILE " + shellWord(subject.medium.local(use.path)));
     }
 }
 
-void missingProgram(const Subject &subject, Report &report)
+void missingProgram(const Subject &subject, Collector &findings)
 {
-    findMissing(subject, report, true);
+    findMissing(subject, findings, true);
 }
 
-void missingFile(const Subject &subject, Report &report)
+void missingFile(const Subject &subject, Collector &findings)
 {
-    findMissing(subject, report, false);
+    findMissing(subject, findings, false);
 }
 
-void pathCapitals(const Subject &subject, Report &report)
+void pathCapitals(const Subject &subject, Collector &findings)
 {
     for (const Use &use : usesOf(subject)) {
         if (use.found.isEmpty() || use.found == QDir::cleanPath(use.path.mid(prefixSize)))
             continue;
         QString command = use.command->command;
         command.replace(use.path, linkedFolder + use.found);
-        report.replace(*use.command->entry, offsetOfPath(use),
-                       QString("On the medium it is called %1: this works on a FAT card and fails on others")
-                           .arg(use.found),
-                       subject.commandLine(*use.command, command));
+        findings.replace(
+            *use.command->entry, offsetOfPath(use),
+            QString("On the medium it is called %1: this works on a FAT card and fails on others")
+                .arg(use.found),
+            subject.commandLine(*use.command, command));
     }
 }
 
@@ -146,20 +148,20 @@ QString runnable(const Use &use, const QString &interpreter)
     return throughShell(QString("cp %1 %2 && chmod 755 %2 && %3").arg(use.path, copy, moved));
 }
 
-void fatNotExecutable(const Subject &subject, Report &report)
+void fatNotExecutable(const Subject &subject, Collector &findings)
 {
     for (const Use &use : usesOf(subject)) {
         if (!use.isProgram || use.interpreted || use.found.isEmpty())
             continue;
         const QString interpreter = interpreterOf(startOf(subject.medium.root + '/' + use.found));
-        report.replace(
+        findings.replace(
             *use.command->entry, offsetOfPath(use),
             "A FAT card keeps no right to execute: put an interpreter in front, or copy the program first",
             subject.commandLine(*use.command, runnable(use, interpreter)));
     }
 }
 
-void scriptLineEnds(const Subject &subject, Report &report)
+void scriptLineEnds(const Subject &subject, Collector &findings)
 {
     QSet<QString> seen;
     for (const Use &use : usesOf(subject)) {
@@ -170,13 +172,13 @@ void scriptLineEnds(const Subject &subject, Report &report)
         const QByteArray start = startOf(path);
         const bool isScript = use.interpreted || !interpreterOf(start).isEmpty();
         if (isScript && start.contains("\r\n"))
-            report.addOther(path,
-                            "A script with carriage returns at its line ends does not run on the controller",
-                            "sed -i 's/\\r$//' " + shellWord(path));
+            findings.addOther(
+                path, "A script with carriage returns at its line ends does not run on the controller",
+                "sed -i 's/\\r$//' " + shellWord(path));
     }
 }
 
-void foreignFiles(const Subject &subject, Report &report)
+void foreignFiles(const Subject &subject, Collector &findings)
 {
     static const QRegularExpression names(
         "^(\\._.*|\\.DS_Store|\\.Spotlight-V100|\\.fseventsd|\\.Trashes|\\.Trash-\\d+|__MACOSX|Thumbs\\.db|"
@@ -188,27 +190,27 @@ void foreignFiles(const Subject &subject, Report &report)
         const auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
         for (const QFileInfo &info : QDir(folder).entryInfoList(all, QDir::Name)) {
             if (names.match(info.fileName()).hasMatch())
-                report.addOther(
+                findings.addOther(
                     info.filePath(), "Left on the medium by another system; the tool has no use for it",
                     QString("rm %1 %2").arg(info.isDir() ? "-r" : "-f", shellWord(info.filePath())));
         }
     }
 }
 
-void mountSpace(const Subject &subject, Report &report)
+void mountSpace(const Subject &subject, Collector &findings)
 {
     const QString folder = subject.medium.mountDirectory;
     if (folder.contains(' '))
-        report.addOther(folder,
-                        "Mounted on a folder with a blank in its name, the medium is not found and not taken",
-                        QString(folder).replace(' ', '_'));
+        findings.addOther(
+            folder, "Mounted on a folder with a blank in its name, the medium is not found and not taken",
+            QString(folder).replace(' ', '_'));
 }
 
-void mountKind(const Subject &subject, Report &report)
+void mountKind(const Subject &subject, Collector &findings)
 {
     const QString folder = subject.medium.mountDirectory;
     if (!folder.isEmpty() && !folder.contains("mmc") && !folder.contains("sd"))
-        report.addOther(
+        findings.addOther(
             folder,
             "Neither \"mmc\" nor \"sd\" in the folder's name: the operator is asked to unplug a \"storage device\", or "
             "the kind of the medium before",

@@ -1,5 +1,6 @@
 #include "generator.h"
 #include "reading/commandline.h"
+#include "reading/shell.h"
 
 #include <QProcess>
 #include <QTest>

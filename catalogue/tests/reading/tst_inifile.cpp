@@ -1,4 +1,5 @@
 #include "reading/inifile.h"
+#include "reading/initext.h"
 
 #include <QFile>
 #include <QSettings>

@@ -1,0 +1,89 @@
+#include "reading/initext.h"
+
+#include <QRegularExpression>
+
+namespace
+{
+
+QString escaped(ushort unit, bool afterEscape)
+{
+    if (unit == '"' || unit == '\\')
+        return QString("\\") + QChar(unit);
+    const bool joins = afterEscape && unit < 0x80 && isHexDigit(static_cast<char>(unit));
+    if (unit >= 0x20 && unit < 0x7f && !joins)
+        return QChar(unit);
+    return "\\x" + QString::number(unit, 16);
+}
+
+} // namespace
+
+QString iniLine(const QString &key, const QString &value)
+{
+    QString line;
+    bool afterEscape = false;
+    for (const QChar character : value) {
+        const QString part = escaped(character.unicode(), afterEscape);
+        afterEscape = part.startsWith("\\x");
+        line += part;
+    }
+    return key + "=\"" + line + '"';
+}
+
+QString writtenKey(const QString &key)
+{
+    QString written;
+    for (const QChar character : key) {
+        const ushort unit = character.unicode();
+        if (character.isLetterOrNumber() ? unit < 0x80 : unit == '_' || unit == '-' || unit == '.')
+            written += character;
+        else if (unit < 0x100)
+            written += QString("%%1").arg(unit, 2, 16, QLatin1Char('0'));
+        else
+            written += QString("%U%1").arg(unit, 4, 16, QLatin1Char('0'));
+    }
+    return written;
+}
+
+QString intendedText(const IniFile &file, const DecodedValue &value)
+{
+    QString meant;
+    QByteArray run;
+    for (int i = 0; i <= value.text.size(); ++i) {
+        const bool plain =
+            i < value.text.size() && !file.hasByteOrderMark() && file.bytes().at(value.at.at(i)) != '\\';
+        if (plain) {
+            run += file.bytes().at(value.at.at(i));
+            continue;
+        }
+        const QString decoded = QString::fromUtf8(run);
+        meant += decoded.contains(QChar::ReplacementCharacter) ? QString::fromLatin1(run) : decoded;
+        run.clear();
+        if (i < value.text.size())
+            meant += value.text.at(i);
+    }
+    return meant;
+}
+
+QString textOfRaw(const QByteArray &raw, bool keepQuotes)
+{
+    QByteArray quoted;
+    for (int i = 0; i < raw.size(); ++i) {
+        const char byte = raw.at(i);
+        if (byte == '\\' && i + 1 < raw.size())
+            quoted += raw.mid(i++, 2);
+        else if (byte == '"')
+            quoted += keepQuotes ? "\\\"" : "";
+        else
+            quoted += byte;
+    }
+    const IniFile reread("key=\"" + quoted + '"');
+    return reread.entries().isEmpty() ? QString() : intendedText(reread, reread.entries().first().value);
+}
+
+bool isSpecialValue(const QString &text)
+{
+    static const QRegularExpression special(
+        "^@(@|Invalid\\(\\)$|(ByteArray|String|Variant|DateTime|Rect|Size|Point)\\(.*\\)$)",
+        QRegularExpression::DotMatchesEverythingOption);
+    return special.match(text).hasMatch();
+}

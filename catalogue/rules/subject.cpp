@@ -1,0 +1,114 @@
+#include "rules/subject.h"
+
+#include "reading/initext.h"
+#include "reading/shell.h"
+
+#include <QSet>
+
+namespace
+{
+
+const char listKey[] = "system/CMD_List";
+const char directKey[] = "system/CMD_Type";
+
+} // namespace
+
+Subject::Subject(const Medium &itsMedium, const IniFile &itsFile, const Verdict &itsVerdict,
+                 const Screen &itsScreen)
+    : medium(itsMedium)
+    , file(itsFile)
+    , verdict(itsVerdict)
+    , screen(itsScreen)
+{
+    for (const IniEntry &entry : file.entries())
+        byPath.insert(entry.path(), &entry);
+    list = byPath.contains(listKey) ? entry(listKey) : entry(directKey);
+    if (list && (list->value.comma >= 0 || isSpecialValue(list->value.text)))
+        list = nullptr;
+    if (list)
+        readItems();
+    readCommands();
+}
+
+void Subject::readItems()
+{
+    int begin = 0;
+    for (const QString &text : list->value.text.split(',')) {
+        const int offset = begin < list->value.at.size() ? list->value.at.at(begin) : list->valueBegin;
+        items.append({text, offset, text.isEmpty() ? nullptr : entry("CMD/" + text)});
+        begin += text.size() + 1;
+    }
+}
+
+void Subject::readCommands()
+{
+    QSet<const IniEntry *> seen;
+    for (const Item &item : qAsConst(items)) {
+        if (!item.entry || seen.contains(item.entry))
+            continue;
+        seen.insert(item.entry);
+        const QString text = intendedText(file, item.entry->value).section(QChar(0), 0, 0);
+        const bool isText = item.entry->value.comma < 0 && !isSpecialValue(text);
+        if (text.isEmpty() || !isText || swallowsLines(file, *item.entry))
+            continue;
+        const QString command = text.section('@', 1, 1);
+        const CommandLine split = splitCommandLine(command);
+        commands.append({item.entry, text.section('@', 0, 0), command, text.count('@'), split,
+                         isShellScript(split.words) ? QString() : split.bare});
+    }
+}
+
+QVector<const IniEntry *> Subject::textEntries() const
+{
+    QVector<const IniEntry *> found;
+    for (const IniEntry &entry : file.entries()) {
+        const QString path = entry.path();
+        if (path.startsWith("CMD/") || path == listKey || path == directKey)
+            found.append(&entry);
+    }
+    return found;
+}
+
+QString Subject::rawKey(const IniEntry &entry) const
+{
+    return QString::fromUtf8(file.bytes().mid(entry.begin, entry.keyEnd - entry.begin));
+}
+
+QByteArray Subject::rawValue(const IniEntry &entry) const
+{
+    const int end = lineEnd(file.bytes(), entry.end);
+    return file.bytes().mid(entry.valueBegin, end - entry.valueBegin).trimmed();
+}
+
+QString Subject::line(const IniEntry &entry, const QString &text) const
+{
+    return iniLine(rawKey(entry), text);
+}
+
+QString Subject::commandLine(const CommandEntry &command, const QString &text) const
+{
+    return line(*command.entry, command.name + '@' + text);
+}
+
+QString Subject::commented(const IniEntry &entry) const
+{
+    return "; " + QString::fromUtf8(file.bytes().mid(entry.begin, entry.end - entry.begin));
+}
+
+QString Subject::listLine(const QStringList &texts) const
+{
+    QStringList right;
+    for (const QString &text : texts) {
+        if (!text.trimmed().isEmpty())
+            right.append(text.trimmed());
+    }
+    return iniLine(list ? rawKey(*list) : "CMD_List", right.join(','));
+}
+
+QStringList Subject::itemTexts() const
+{
+    QStringList texts;
+    for (const Item &item : items)
+        texts.append(item.text);
+    return texts;
+}

@@ -1,0 +1,73 @@
+#ifndef SUBJECT_H
+#define SUBJECT_H
+
+#include "reading/commandline.h"
+#include "reading/inifile.h"
+#include "reading/medium.h"
+#include "window/screen.h"
+#include "window/verdict.h"
+
+#include <QHash>
+
+/// An item of the list, with the place of its first character.
+struct Item {
+    QString text;
+    int offset;
+    const IniEntry *entry; ///< the line that it names; null when there is none
+};
+
+/// A line of [CMD] that the list names, as its author meant it.
+struct CommandEntry {
+    const IniEntry *entry;
+    QString name;
+    QString command;
+    int ats;           ///< number of "@" in it
+    CommandLine split; ///< the command's
+    QString bare;      ///< the command with "x" for what is quoted; empty when it is handed to a shell
+};
+
+/// All that a rule may look at.
+class Subject
+{
+public:
+    Subject(const Medium &medium, const IniFile &file, const Verdict &verdict, const Screen &screen);
+
+    const Medium &medium;
+    const IniFile &file;
+    const Verdict &verdict;
+    const Screen &screen;
+
+    const IniEntry *list = nullptr; ///< the list that counts; null without one, or where it is of no use
+    QVector<Item> items;            ///< empty without `list`
+    QVector<CommandEntry> commands; ///< each line once, in list order
+
+    /// The last line with this path, which is the one that counts; null without one.
+    const IniEntry *entry(const QString &path) const
+    {
+        return byPath.value(path);
+    }
+    /// The lines of [CMD], and those of the list keys: the ones whose value the tool reads as one text.
+    QVector<const IniEntry *> textEntries() const;
+
+    /// The key as it is written.
+    QString rawKey(const IniEntry &entry) const;
+    /// The value as it is written, up to the end of the line, without the blanks around it.
+    QByteArray rawValue(const IniEntry &entry) const;
+    /// The line with another text.
+    QString line(const IniEntry &entry, const QString &text) const;
+    /// The line with another command.
+    QString commandLine(const CommandEntry &command, const QString &text) const;
+    /// The line as a comment.
+    QString commented(const IniEntry &entry) const;
+    /// The list's line with other items: blanks around them and empty ones left out.
+    QString listLine(const QStringList &items) const;
+    QStringList itemTexts() const;
+
+private:
+    void readItems();
+    void readCommands();
+
+    QHash<QString, const IniEntry *> byPath;
+};
+
+#endif
