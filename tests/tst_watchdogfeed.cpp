@@ -1,6 +1,6 @@
-#include "support/debuglines.h"
+#include "debuglines.h"
+#include "privatemember.h"
 #include "support/fakeprograms.h"
-#include "support/members.h"
 #include "support/sandboxed.h"
 #include "support/sentcommands.h"
 #include "support/systemlimit.h"

@@ -1,4 +1,4 @@
-#include "support/debuglines.h"
+#include "debuglines.h"
 #include "support/fakedf.h"
 #include "support/markingtranslator.h"
 #include "support/questions.h"

@@ -1,4 +1,4 @@
-#include "support/debuglines.h"
+#include "debuglines.h"
 #include "support/eventloop.h"
 #include "support/fakedf.h"
 #include "support/files.h"

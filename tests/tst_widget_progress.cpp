@@ -1,4 +1,4 @@
-#include "support/debuglines.h"
+#include "debuglines.h"
 #include "support/files.h"
 #include "support/markingtranslator.h"
 #include "support/sandboxed.h"

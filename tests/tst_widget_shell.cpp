@@ -1,4 +1,4 @@
-#include "support/debuglines.h"
+#include "debuglines.h"
 #include "support/fakeprograms.h"
 #include "support/reddesktop.h"
 #include "support/sandboxed.h"

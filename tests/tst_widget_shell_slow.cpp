@@ -1,4 +1,4 @@
-#include "support/debuglines.h"
+#include "debuglines.h"
 #include "support/fakeprograms.h"
 #include "support/sandboxed.h"
 #include "support/testwindow.h"

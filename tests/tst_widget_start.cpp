@@ -6,7 +6,7 @@ static_assert(sizeof(QTimer) && sizeof(WatchDogFeed) && sizeof(MyMessageType) &&
                   && sizeof(QModelIndex) && sizeof(QMap<QString, _system_CMD>) && sizeof(myThread),
               "widget.h brings the types of the window's members and of its functions' arguments");
 
-#include "support/debuglines.h"
+#include "debuglines.h"
 #include "support/fakedf.h"
 #include "support/markingtranslator.h"
 #include "support/sandboxed.h"

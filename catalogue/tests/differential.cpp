@@ -12,7 +12,7 @@
 #include "report/report.h"
 #include "window/isolation.h"
 #include "window/screen.h"
-#include "window/windowaccess.h"
+#include "windowmembers.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemModel>

@@ -3,7 +3,7 @@
 #include "common/failure.h"
 #include "reading/medium.h"
 #include "window/isolation.h"
-#include "window/windowaccess.h"
+#include "windowmembers.h"
 
 #include <QAbstractButton>
 #include <QApplication>

@@ -1,6 +1,6 @@
 #include "window/screen.h"
 
-#include "window/windowaccess.h"
+#include "windowmembers.h"
 
 #include <QAbstractButton>
 #include <QFontMetrics>

@@ -1,7 +1,8 @@
 #include "window/verdict.h"
 
+#include "debuglines.h"
 #include "reading/commandline.h"
-#include "window/windowaccess.h"
+#include "windowmembers.h"
 
 #include <QAbstractButton>
 #include <QListView>
@@ -11,38 +12,6 @@
 
 namespace
 {
-
-/// Collects the debug lines of the tool as long as it lives.
-class DebugLines
-{
-public:
-    explicit DebugLines(QStringList *lines)
-        : previousLines(target)
-        , previousHandler(qInstallMessageHandler(collect))
-    {
-        target = lines;
-    }
-
-    ~DebugLines()
-    {
-        qInstallMessageHandler(previousHandler);
-        target = previousLines;
-    }
-
-    Q_DISABLE_COPY(DebugLines)
-
-private:
-    static void collect(QtMsgType, const QMessageLogContext &, const QString &text)
-    {
-        target->append(text);
-    }
-
-    static QStringList *target;
-    QStringList *previousLines;
-    QtMessageHandler previousHandler;
-};
-
-QStringList *DebugLines::target = nullptr;
 
 Operation operationOf(Widget &window, const _system_CMD &record)
 {
@@ -88,11 +57,11 @@ Verdict readVerdict(Widget &window, const QString &path)
     Verdict verdict;
     pollTimerOf(window)->stop();
     {
-        DebugLines collector(&verdict.log);
+        const DebugLines debug;
         window.check_CMD(path);
+        verdict.log = debug.lines();
     }
-    QStringList chatter; // of the confirmation, which is ours
-    DebugLines collector(&chatter);
+    const DebugLines chatter; // of the confirmation, which is ours
     if (operationModelOf(window)) {
         rebootTimerOf(window)->stop();
         verdict.mode = Verdict::Selection;

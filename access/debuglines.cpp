@@ -1,4 +1,4 @@
-#include "support/debuglines.h"
+#include "debuglines.h"
 
 #include <QMutex>
 
