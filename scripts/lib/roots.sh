@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Debian 12 roots for the controller's architecture, made once and kept outside the checkout. Sourced, never run.
+# Debian 12 roots, for the controller's architecture too, made once and kept outside the checkout. Sourced, never run.
 
 scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck source=script.sh
@@ -38,17 +38,17 @@ mirror() {
     fi
 }
 
-# make_root TARGET VARIANT PACKAGES [OPTION...] - an armhf root, without documents and translations.
+# make_root TARGET ARCHITECTURE VARIANT PACKAGES [OPTION...] - a root without documents and translations.
 # TARGET ending in .tar gives an archive, otherwise a directory; it appears when it is complete.
 make_root() {
-    local target=$1 variant=$2 packages=$3 partial
+    local target=$1 architecture=$2 variant=$3 packages=$4 partial
     local -a mirrors
-    shift 3
+    shift 4
     mapfile -t mirrors < <(mirror)
     partial=${target%/*}/partial-$$-${target##*/}
     mkdir -p "${target%/*}"
     echo "making ${target##*/}: a few minutes, once" >&2
-    nice -n 15 mmdebstrap --quiet --architectures=armhf --variant="$variant" --include="$packages" \
+    nice -n 15 mmdebstrap --quiet --architectures="$architecture" --variant="$variant" --include="$packages" \
         --aptopt='Acquire::Retries "3"' --dpkgopt=force-unsafe-io \
         --dpkgopt='path-exclude=/usr/share/doc/*' --dpkgopt='path-exclude=/usr/share/man/*' \
         --dpkgopt='path-exclude=/usr/share/locale/*' "$@" bookworm "$partial" "${mirrors[@]}" >&2
