@@ -2,7 +2,6 @@
 #include "reading/medium.h"
 #include "report/report.h"
 #include "scaffold.h"
-#include "widget.h"
 #include "window/preview.h"
 #include "window/screen.h"
 
@@ -38,7 +37,7 @@ new      makes a small, commented medium to start from
   -v, --version      print the version
 
 Exit codes: 0 clean, 1 warnings with --strict, 2 errors, 64 wrong usage,
-65 not a catalogue, 66 nothing to read, 70 no screen, 73 cannot be written.
+65 not a catalogue, 66 nothing to read, 70 cannot start, 73 cannot be written.
 Runs nothing of the medium. Manual: man zul_catalogue, writing-catalogues.md
 )";
 
@@ -135,8 +134,7 @@ int check(const Options &options, Medium &medium)
 {
     if (!options.mountedAt.isEmpty())
         medium.mountDirectory = options.mountedAt;
-    Widget window;
-    const Verdict verdict = readVerdict(window, medium.catalogue);
+    const Verdict verdict = readVerdict(medium.catalogue);
     const IniFile file(medium.bytes);
     const Findings findings = findAll(medium, file, verdict, Screen());
     const QByteArray report = options.json ? jsonReport(medium, verdict, findings)

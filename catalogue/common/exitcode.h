@@ -9,7 +9,7 @@ enum ExitCode {
     ExitUsage = 64,
     ExitData = 65,     ///< not a text file, or too big to be a catalogue
     ExitNoInput = 66,  ///< nothing there, or not readable
-    ExitSoftware = 70, ///< the toolkit cannot be started
+    ExitSoftware = 70, ///< the toolkit cannot be started, or the isolation does not hold
     ExitNoOutput = 73, ///< cannot be written, or exists already
 };
 

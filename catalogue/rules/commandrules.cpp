@@ -3,7 +3,6 @@
 #include "reading/initext.h"
 #include "reading/shell.h"
 #include "rules/rules.h"
-#include "widget.h"
 
 #include <QRegularExpression>
 
@@ -74,10 +73,9 @@ void emptyCommand(const Subject &subject, Collector &findings)
 
 void singleWordSh(const Subject &subject, Collector &findings)
 {
-    myThread worker; // never started; asked only
     for (const CommandEntry &command : subject.commands) {
         const QString text = command.command.trimmed();
-        if (!text.isEmpty() && worker.isSkipped(command.command))
+        if (!text.isEmpty() && isSkipped(command.command))
             findings.replace(
                 *command.entry, commandOffset(command),
                 "A command that contains \"sh\" and has no argument is never run, only marked completed",

@@ -2,7 +2,6 @@
 
 #include "reading/shell.h"
 #include "rules/rules.h"
-#include "widget.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -69,9 +68,8 @@ QVector<Use> usesOf(const Subject &subject)
     if (subject.medium.root.isEmpty())
         return uses;
     SpelledFiles files(subject.medium.root);
-    myThread worker; // never started; asked only
     for (const CommandEntry &command : subject.commands) {
-        if (worker.isSkipped(command.command))
+        if (isSkipped(command.command))
             continue;
         for (Use use : usesOf(command)) {
             use.found = files.spelling(use.path.mid(prefixSize));

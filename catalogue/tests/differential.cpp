@@ -10,24 +10,18 @@
 #include "generator.h"
 #include "reading/medium.h"
 #include "report/report.h"
-#include "window/isolation.h"
+#include "window/isolatedwindow.h"
 #include "window/screen.h"
-#include "windowmembers.h"
 
-#include <QAbstractButton>
-#include <QAbstractItemModel>
 #include <QApplication>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QListView>
-#include <QMessageBox>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTextCodec>
-#include <QTimer>
 
 #include <cstdio>
 
@@ -62,64 +56,52 @@ QStringList namesToTap(const QStringList &rows)
     return names.mid(0, mostTapped);
 }
 
-void tapAndConfirm(Widget &window, const QAbstractItemModel *model, const QStringList &names)
+void tapAndConfirm(IsolatedWindow &window, const QStringList &names)
 {
-    auto *list = window.findChild<QListView *>("operationList");
     QStringList wanted = names;
-    for (int row = 0; row < model->rowCount() && !wanted.isEmpty(); ++row) {
-        const QModelIndex index = model->index(row, 0);
-        if (wanted.removeAll(index.data().toString()) > 0)
-            emit list->clicked(index);
+    for (int row = 0; row < window.operations()->rowCount() && !wanted.isEmpty(); ++row) {
+        if (wanted.removeAll(window.operations()->item(row)->text()) > 0)
+            window.tap(row);
     }
-    QTimer::singleShot(0, &window, [&window] { msgBoxOf(window)->button(QMessageBox::Yes)->click(); });
-    window.findChild<QAbstractButton *>("confirmPb")->click();
+    window.confirm();
 }
 
-Events runBatch(Widget &window)
+Events runBatch(IsolatedWindow &window)
 {
     Events events;
-    myThread *worker = workerOf(window);
+    myThread *worker = &window.worker();
     if (worker->suspended)
         return events;
-    QObject::connect(worker, &myThread::signalStateChange, &window, [&events](const QString &name) {
+    QObject::connect(worker, &myThread::signalStateChange, &window.widget(), [&events](const QString &name) {
         if (!name.isEmpty())
             events += "start " + name;
     });
-    QObject::connect(worker, &myThread::signaltsCalibrate, &window,
+    QObject::connect(worker, &myThread::signaltsCalibrate, &window.widget(),
                      [&events](bool shown) { events += shown ? "show" : "hide"; });
-    rehearseCommands([&events](const QString &line) {
+    window.runBatch([&events](const QString &line) {
         events += "run " + line;
         return 0;
     });
-    runBatchOf(*worker);
-    rehearseCommands(Rehearsal());
     return events;
 }
 
 WindowSide driveWindow(const QString &path)
 {
-    Widget window;
-    pollTimerOf(window)->stop();
-    window.check_CMD(path);
+    IsolatedWindow window;
+    window.read(path);
     WindowSide side;
-    if (rebootTimerOf(window)) {
-        rebootTimerOf(window)->stop();
+    if (const QStandardItemModel *operations = window.operations()) {
         side.offersList = true;
-        const QAbstractItemModel *model = window.findChild<QListView *>("operationList")->model();
-        for (int row = 0; row < model->rowCount(); ++row)
-            side.rows += model->index(row, 0).data().toString();
+        for (int row = 0; row < operations->rowCount(); ++row)
+            side.rows += operations->item(row)->text();
         if (!side.rows.isEmpty())
-            tapAndConfirm(window, model, namesToTap(side.rows));
+            tapAndConfirm(window, namesToTap(side.rows));
     }
-    if (runListOf(window).size() <= 4 * mostTapped)
+    if (window.runList().size() <= 4 * mostTapped)
         side.events = runBatch(window);
     else
-        for (const _system_CMD &record : qAsConst(runListOf(window)))
+        for (const _system_CMD &record : qAsConst(window.runList()))
             side.rows += record.name; // too long to be run in reasonable time; at least what it consists of
-    // The tool never releases these; thousands of windows have to.
-    delete pollTimerOf(window);
-    delete msgBoxOf(window);
-    delete workerOf(window);
     return side;
 }
 
@@ -145,12 +127,8 @@ PrintedSide printedSide(const QString &path, const Screen &screen)
     QFile file(path);
     file.open(QIODevice::ReadOnly);
     medium.bytes = file.readAll();
-    Widget window;
-    const Verdict verdict = readVerdict(window, path);
+    const Verdict verdict = readVerdict(path);
     const Findings findings = findAll(medium, IniFile(medium.bytes), verdict, screen);
-    delete pollTimerOf(window);
-    delete msgBoxOf(window);
-    delete workerOf(window);
     const QJsonObject report = QJsonDocument::fromJson(jsonReport(medium, verdict, findings)).object();
     return {report["mode"].toString(), objects(report["operations"]), objects(report["closing"])};
 }

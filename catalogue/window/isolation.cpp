@@ -1,19 +1,14 @@
-// Keeps the tool's code from having any effect on the author's computer.
-//
-// A window of the tool opens the watchdog's message queue, starts a thread that runs commands, lists file
-// systems through a shell and reboots. None of that may happen at a desk, and the tool has no switch for it,
-// on purpose. So this program defines those few functions itself: the linker takes a definition from the
-// program's own objects before one from a shared library, and the window, which is linked in, gets these.
-// isolation.map keeps them out of the dynamic symbol table, so that Qt and the C library go on using theirs.
-
 #include "window/isolation.h"
+
+#include "common/exitcode.h"
 
 #include <QProcess>
 #include <QThread>
 
-#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <sys/msg.h>
+#include <tuple>
 #include <utility>
 
 namespace
@@ -27,10 +22,53 @@ Rehearsal &currentRehearsal()
     return rehearsal;
 }
 
-int refused()
+int standInsCalled = 0;
+
+/// A thread that has nothing to do.
+class IdleThread : public QThread
 {
-    errno = EPERM;
-    return -1;
+    void run() override
+    {
+    }
+};
+
+void startThread()
+{
+    IdleThread thread;
+    thread.start();
+    thread.wait();
+}
+
+/// A function that must not reach this computer, and a call of it by which that shows.
+struct Trial {
+    const char *function;
+    void (*call)();
+};
+
+// Each is called in a way to which the real one would do nothing. The last two have none, and are reached
+// only when the others, which are defined in the same file, were found to be in place.
+const Trial trials[] = {
+    {"popen", [] { popen("", "no mode"); }},
+    {"msgget", [] { msgget(0x7fffffff, 0); }}, // without leave to make a queue
+    {"msgsnd", [] { msgsnd(-1, "", 0, IPC_NOWAIT); }},
+    {"msgrcv", [] { msgrcv(-1, nullptr, 0, 0, IPC_NOWAIT); }},
+    {"QProcess::start", [] { QProcess().start(QString(), QIODevice::ReadOnly); }},
+    {"QProcess::execute", [] { QProcess::execute(QString()); }},
+    {"QThread::sleep", [] { QThread::sleep(0); }},
+    {"QThread::start", startThread},
+    {"system", [] { std::ignore = system(""); }},
+};
+
+/// The first function that reaches this computer; null when none does.
+const char *firstThatReachesOut()
+{
+    for (const Trial &trial : trials) {
+        const int before = standInsCalled;
+        trial.call();
+        if (standInsCalled == before)
+            return trial.function;
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -40,50 +78,22 @@ void rehearseCommands(Rehearsal rehearsal)
     currentRehearsal() = std::move(rehearsal);
 }
 
-extern "C" {
-
-int msgget(key_t, int) noexcept
-{
-    return refused();
-}
-
-int msgsnd(int, const void *, size_t, int)
-{
-    return refused();
-}
-
-ssize_t msgrcv(int, void *, size_t, long, int)
-{
-    return refused();
-}
-
-FILE *popen(const char *, const char *)
-{
-    refused();
-    return nullptr;
-}
-
-int system(const char *)
-{
-    return refused();
-}
-
-} // extern "C"
-
-void QThread::start(Priority)
-{
-}
-
-void QThread::sleep(unsigned long)
-{
-}
-
-void QProcess::start(const QString &, OpenMode)
-{
-    setErrorString(QStringLiteral("Commands are not run here"));
-}
-
-int QProcess::execute(const QString &commandLine)
+int rehearsed(const QString &commandLine)
 {
     return currentRehearsal() ? currentRehearsal()(commandLine) : cannotBeStarted;
+}
+
+void noteStandIn()
+{
+    ++standInsCalled;
+}
+
+void requireIsolation()
+{
+    static const char *const reachesOut = firstThatReachesOut();
+    if (!reachesOut)
+        return;
+    std::fprintf(stderr, "zul_catalogue: %s is not kept from this computer; nothing was started\n",
+                 reachesOut);
+    std::_Exit(ExitSoftware); // the toolkit is not in a state to be ended from within
 }

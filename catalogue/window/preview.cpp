@@ -2,19 +2,12 @@
 
 #include "common/failure.h"
 #include "reading/medium.h"
-#include "window/isolation.h"
-#include "windowmembers.h"
+#include "window/isolatedwindow.h"
 
-#include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
-#include <QListView>
-#include <QMessageBox>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
-#include <QStandardItemModel>
-#include <QTimer>
 #include <QTranslator>
 
 namespace
@@ -30,30 +23,20 @@ public:
     explicit Walk(const QString &itsFolder)
         : folder(itsFolder)
     {
-        pollTimerOf(window)->stop();
-        window.resize(screenSize);
-        window.show();
+        window.widget().resize(screenSize);
+        window.widget().show();
     }
-
-    ~Walk()
-    {
-        rehearseCommands(Rehearsal());
-    }
-
-    Q_DISABLE_COPY(Walk)
 
     bool run(const QString &catalogue)
     {
-        window.check_CMD(catalogue);
-        if (rebootTimerOf(window)) {
-            rebootTimerOf(window)->stop();
-            QMetaObject::invokeMethod(&window, "slot_rebootTimeout");
-        }
-        if (QStandardItemModel *model = operationModelOf(window))
-            choose(model);
-        else if (runListOf(window).isEmpty())
+        window.read(catalogue);
+        if (const QStandardItemModel *operations = window.operations()) {
+            window.tick();
+            choose(*operations);
+        } else if (window.runList().isEmpty()) {
             take("list");
-        if (!runListOf(window).isEmpty())
+        }
+        if (!window.runList().isEmpty())
             showBatch();
         return written && writeSheet();
     }
@@ -61,69 +44,51 @@ public:
     QStringList files;
 
 private:
-    void choose(QStandardItemModel *model)
+    void choose(const QStandardItemModel &operations)
     {
         take("list");
-        auto *list = window.findChild<QListView *>("operationList");
         QStringList chosen; // a second tap on a name would take it out again
-        for (int row = 0; row < qMin(mostChosen, model->rowCount()); ++row) {
-            const QModelIndex index = model->index(row, 0);
-            if (chosen.contains(index.data().toString()))
+        for (int row = 0; row < qMin(mostChosen, operations.rowCount()); ++row) {
+            const QString name = operations.item(row)->text();
+            if (chosen.contains(name))
                 continue;
-            chosen.append(index.data().toString());
-            tap(list, index);
+            chosen.append(name);
+            window.tap(row);
         }
         take("selected");
-        QTimer::singleShot(0, &window, [this] { answerQuestion(); });
-        if (model->rowCount() > 0)
-            window.findChild<QAbstractButton *>("confirmPb")->click();
+        window.confirm([this](QMessageBox &box) { takeWith(box); });
     }
 
-    static void tap(QListView *list, const QModelIndex &index)
+    void takeWith(QMessageBox &box)
     {
-        list->scrollTo(index);
-        const QPointF place = list->visualRect(index).center();
-        QMouseEvent press(QEvent::MouseButtonPress, place, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-        QMouseEvent release(QEvent::MouseButtonRelease, place, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
-        QApplication::sendEvent(list->viewport(), &press);
-        QApplication::sendEvent(list->viewport(), &release);
-    }
-
-    void answerQuestion()
-    {
-        QMessageBox *box = msgBoxOf(window);
-        if (!box->isVisible())
-            return;
-        QPixmap picture = window.grab();
-        const QPixmap question = box->grab();
+        QPixmap picture = window.widget().grab();
+        const QPixmap question = box.grab();
         QPainter(&picture).drawPixmap((screenSize.width() - question.width()) / 2,
                                       (screenSize.height() - question.height()) / 2, question);
         take("question", picture);
-        box->button(QMessageBox::Yes)->click();
     }
 
     void showBatch()
     {
         take("start");
-        const int commands = runListOf(window).size();
+        const int commands = window.runList().size();
         int started = 0;
-        rehearseCommands([&](const QString &) {
+        window.runBatch([&](const QString &) {
             if (started++ == commands / 2)
                 take("running");
             return 0;
         });
-        runBatchOf(*workerOf(window));
         if (started <= commands / 2)
             take("running"); // so much is skipped that the middle of the batch never runs
         take("finished");
-        window.findChild<QAbstractButton *>("pushButton")->click();
+        window.tapDetails();
         take("details");
     }
 
     void take(const QString &name)
     {
         QApplication::processEvents();
-        take(name, window.grab());
+        take(name, window.widget().grab());
     }
 
     void take(const QString &name, const QPixmap &picture)
@@ -157,7 +122,7 @@ private:
     }
 
     const QString folder;
-    Widget window;
+    IsolatedWindow window;
     QVector<QPixmap> pictures;
     bool written = true;
 };

@@ -1,14 +1,11 @@
 #include "window/screen.h"
 
-#include "windowmembers.h"
+#include "window/isolatedwindow.h"
 
-#include <QAbstractButton>
 #include <QFontMetrics>
 #include <QListView>
 #include <QScrollBar>
-#include <QStandardItemModel>
 #include <QTableView>
-#include <QTimer>
 
 namespace
 {
@@ -21,21 +18,21 @@ constexpr int amplePadding = 16; // more than any view leaves around a text
 } // namespace
 
 Screen::Screen()
-    : window(new Widget)
+    : window(new IsolatedWindow)
 {
-    pollTimerOf(*window)->stop();
-    auto *listView = window->findChild<QListView *>("operationList");
-    auto *model = new QStandardItemModel(1, 1, window.get());
+    Widget &widget = window->widget();
+    auto *listView = widget.findChild<QListView *>("operationList");
+    auto *model = new QStandardItemModel(1, 1, &widget);
     model->setItem(0, new QStandardItem("A"));
     listView->setModel(model);
-    runListOf(*window).append({QString(), QString(), false, 0});
-    window->findChild<QAbstractButton *>("pushButton")->click(); // shows the details column
-    window->show();
+    window->runList().append({QString(), QString(), false, 0});
+    window->tapDetails();
+    widget.show();
 
     scrollBarWidth = listView->verticalScrollBar()->sizeHint().width();
     visibleRows = listView->viewport()->height() / listView->sizeHintForRow(0);
     list = cellOf(listView, model->index(0, 0), listView->viewport()->width());
-    auto *table = window->findChild<QTableView *>("tableView");
+    auto *table = widget.findChild<QTableView *>("tableView");
     name = cellOf(table, table->model()->index(0, nameColumn), table->columnWidth(nameColumn) - gridLine);
     details =
         cellOf(table, table->model()->index(0, detailsColumn), table->columnWidth(detailsColumn) - gridLine);

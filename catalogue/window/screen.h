@@ -8,7 +8,7 @@
 #include <memory>
 
 class QAbstractItemView;
-class Widget;
+class IsolatedWindow;
 
 /// The controller's screen, for measuring: a window of the tool's own, laid out at 800 x 480.
 class Screen
@@ -41,7 +41,7 @@ private:
     static Cell cellOf(QAbstractItemView *view, const QModelIndex &index, int width);
     static bool fits(const Cell &cell, const QString &text, int width);
 
-    std::unique_ptr<Widget> window;
+    std::unique_ptr<IsolatedWindow> window;
     Cell list;
     Cell name;
     Cell details;

@@ -2,74 +2,63 @@
 
 #include "debuglines.h"
 #include "reading/commandline.h"
-#include "windowmembers.h"
-
-#include <QAbstractButton>
-#include <QListView>
-#include <QMessageBox>
-#include <QStandardItemModel>
-#include <QTimer>
+#include "window/isolatedwindow.h"
 
 namespace
 {
 
-Operation operationOf(Widget &window, const _system_CMD &record)
+Operation operationOf(const _system_CMD &record)
 {
     Operation operation;
     operation.name = record.name;
     operation.command = record.cmd;
-    operation.skipped = workerOf(window)->isSkipped(record.cmd);
+    operation.skipped = isSkipped(record.cmd);
     operation.calibration = myThread::isCalibration(record.cmd);
     if (!operation.skipped)
         operation.words = splitCommandLine(record.cmd).words;
     return operation;
 }
 
-/// Chooses the first operation and confirms, as an operator would; the run list then holds it and whatever
-/// the tool adds.
-void confirmFirst(Widget &window)
+void readChoice(IsolatedWindow &window, Verdict *verdict)
 {
-    auto *list = window.findChild<QListView *>("operationList");
-    emit list->clicked(operationModelOf(window)->index(0, 0));
-    QTimer::singleShot(0, &window, [&window] { msgBoxOf(window)->button(QMessageBox::Yes)->click(); });
-    window.findChild<QAbstractButton *>("confirmPb")->click();
-}
-
-void readChoice(Widget &window, Verdict *verdict)
-{
-    const QStandardItemModel *model = operationModelOf(window);
-    for (int row = 0; row < model->rowCount(); ++row) {
-        const QString name = model->item(row)->text();
-        verdict->operations.append(operationOf(window, cmdMapOf(window).value(name)));
-    }
-    verdict->endGame = endGameOf(window);
+    const QStandardItemModel *model = window.operations();
+    for (int row = 0; row < model->rowCount(); ++row)
+        verdict->operations.append(operationOf(window.command(model->item(row)->text())));
+    verdict->endGame = window.endGame();
     if (verdict->operations.isEmpty())
         return; // nothing can be confirmed, so nothing is added
-    confirmFirst(window);
-    for (const _system_CMD &record : runListOf(window).mid(1))
-        verdict->closing.append(operationOf(window, record));
+    // Of a confirmed batch, what is behind the one that was chosen is what the tool adds.
+    window.tap(0);
+    window.confirm();
+    for (const _system_CMD &record : window.runList().mid(1))
+        verdict->closing.append(operationOf(record));
 }
 
 } // namespace
 
-Verdict readVerdict(Widget &window, const QString &path)
+bool isSkipped(const QString &command)
 {
+    myThread worker; // never started; asked only
+    return worker.isSkipped(command);
+}
+
+Verdict readVerdict(const QString &path)
+{
+    IsolatedWindow window;
     Verdict verdict;
-    pollTimerOf(window)->stop();
     {
         const DebugLines debug;
-        window.check_CMD(path);
+        window.read(path);
         verdict.log = debug.lines();
     }
     const DebugLines chatter; // of the confirmation, which is ours
-    if (operationModelOf(window)) {
-        rebootTimerOf(window)->stop();
+    if (window.operations()) {
         verdict.mode = Verdict::Selection;
         readChoice(window, &verdict);
     } else if (!verdict.log.contains("unrecognized command line")) {
         verdict.mode = Verdict::Direct;
-        for (const _system_CMD &record : qAsConst(runListOf(window)))
-            verdict.operations.append(operationOf(window, record));
+        for (const _system_CMD &record : qAsConst(window.runList()))
+            verdict.operations.append(operationOf(record));
     }
     return verdict;
 }

@@ -5,8 +5,6 @@
 #include <QStringList>
 #include <QVector>
 
-class Widget;
-
 /// One row of the operations list, or one command of a batch, as the tool has it.
 struct Operation {
     QString name;
@@ -27,9 +25,12 @@ struct Verdict {
     QStringList log;               ///< the tool's own debug lines while it read
 };
 
+/// Whether the tool marks a command completed without running it.
+bool isSkipped(const QString &command);
+
 /// The path's catalogue as the tool shows and runs it, found out by letting a window of the tool read it, and
-/// by choosing its first operation and confirming. The window must be new; needs a QApplication, and
-/// isolation.cpp in the program.
-Verdict readVerdict(Widget &window, const QString &path);
+/// by choosing its first operation and confirming. Needs a QApplication. The tool serves a catalogue that was
+/// read before from its memory, unless size or time have changed.
+Verdict readVerdict(const QString &path);
 
 #endif

@@ -2,7 +2,6 @@
 #include "reading/medium.h"
 #include "report/report.h"
 #include "rules/findings.h"
-#include "widget.h"
 #include "window/screen.h"
 #include "window/verdict.h"
 
@@ -94,8 +93,7 @@ Findings TestFindings::check(const QString &folder, const QString &mountDirector
     if (!openMedium(folder, &medium, &failure))
         qFatal("%s", qPrintable(failure.message));
     medium.mountDirectory = mountDirectory;
-    Widget window;
-    const Verdict verdict = readVerdict(window, medium.catalogue);
+    const Verdict verdict = readVerdict(medium.catalogue);
     return findAll(medium, IniFile(medium.bytes), verdict, Screen());
 }
 

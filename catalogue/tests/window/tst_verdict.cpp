@@ -1,20 +1,11 @@
-#include "widget.h"
-#include "window/isolation.h"
 #include "window/verdict.h"
 
 #include <QApplication>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QThread>
 
-#include <cstdio>
-#include <cstdlib>
-#include <sys/ipc.h>
-#include <sys/msg.h>
-
-/// What the tool makes of a catalogue, and that it does nothing else.
+/// What the tool makes of a catalogue.
 class TestVerdict : public QObject
 {
     Q_OBJECT
@@ -29,7 +20,6 @@ private slots:
     void aRepeatedNameRunsTheLaterCommand();
     void calibrationIsTold();
     void theToolsOwnLinesAreKept();
-    void nothingOfTheComputerIsReached();
 
 private:
     Verdict verdictOn(const QByteArray &catalogue);
@@ -45,8 +35,7 @@ Verdict TestVerdict::verdictOn(const QByteArray &catalogue)
     if (!file.open(QIODevice::WriteOnly) || file.write(catalogue) != catalogue.size())
         qFatal("no place for a catalogue");
     file.close();
-    Widget window;
-    return readVerdict(window, path);
+    return readVerdict(path);
 }
 
 void TestVerdict::aChoiceIsListedInOrderWithItsClosingCommands()
@@ -89,8 +78,7 @@ void TestVerdict::aCatalogueWithoutAListIsNotRecognised()
 
 void TestVerdict::aMissingFileIsNotRecognised()
 {
-    Widget window;
-    QCOMPARE(readVerdict(window, folder.filePath("nothing")).mode, Verdict::Unrecognised);
+    QCOMPARE(readVerdict(folder.filePath("nothing")).mode, Verdict::Unrecognised);
 }
 
 void TestVerdict::aSkippedCommandHasNoWords()
@@ -120,25 +108,6 @@ void TestVerdict::theToolsOwnLinesAreKept()
 {
     QCOMPARE(verdictOn("[system]\nCMD_List=\"a,,b\"\n[CMD]\na=A@cp\n").log,
              (QStringList{"empty command name in the list", "empty command"}));
-}
-
-void TestVerdict::nothingOfTheComputerIsReached()
-{
-    QCOMPARE(msgget(IPC_PRIVATE, IPC_CREAT | 0600), -1);
-    QCOMPARE(system("exit 0"), -1);
-    QVERIFY(!popen("exit 0", "r"));
-    myThread worker;
-    worker.start();
-    QVERIFY(!worker.isRunning());
-    QCOMPARE(QProcess::execute("true"), -2);
-    QStringList rehearsed;
-    rehearseCommands([&rehearsed](const QString &line) {
-        rehearsed.append(line);
-        return 0;
-    });
-    QCOMPARE(QProcess::execute("true"), 0);
-    rehearseCommands(Rehearsal());
-    QCOMPARE(rehearsed, QStringList("true"));
 }
 
 int main(int argc, char *argv[])
