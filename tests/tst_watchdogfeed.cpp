@@ -10,8 +10,6 @@
 #include "watchdogfeed.h"
 #include "widget.h"
 
-#include <QElapsedTimer>
-
 #include <cerrno>
 #include <cstddef>
 
@@ -388,16 +386,14 @@ void TestWatchDogFeed::writeToARemovedQueueFails()
 
 // --- The channel: read ----------------------------------------------------------------------------------
 
+// A read that waits for a message would never return.
 void TestWatchDogFeed::readOfAnEmptyQueueReturnsAtOnce()
 {
     OpenChannel channel;
     const DebugLines debug;
-    QElapsedTimer timer;
-    timer.start();
 
     QCOMPARE(channel.read(0), QString());
 
-    QVERIFY(timer.elapsed() < 2000);
     QCOMPARE(debug.lines(), QStringList());
 }
 
