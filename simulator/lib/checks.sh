@@ -31,13 +31,10 @@ time_of() {
     grep -m1 -E -- "$1" "$transcript" | sed -E 's/^ *([0-9]+)\.([0-9]) s .*/\1\2/'
 }
 
-# noticed_in_time - from the mount to the first thing the tool says. It looks every 3 seconds, its timer may be 5 % late,
-# and what it says comes after the look and its first two commands.
-noticed_in_time() {
-    local plugged noticed
-    plugged=$(time_of ' operator +plugs')
-    noticed=$(sed '1,/ operator *plugs/d' "$transcript" | grep -m1 -E ' tool ' | sed -E 's/^ *([0-9]+)\.([0-9]) s .*/\1\2/')
-    [[ -n $noticed ]] && ((10#$noticed - 10#$plugged <= 35))
+# noticed_at_the_first_look - the first time that the tool's "df" listed a medium there was no link yet, and at its next
+# look there was one. How often it looks is its timer's affair; by the clock, a busy computer would be blamed on it.
+noticed_at_the_first_look() {
+    [[ $(grep -m2 '^medium ' "$looks") == $'medium free\nmedium taken up' ]]
 }
 
 # in_order PATTERN... - whether lines with these texts come one after the other. Each source has a pipe of its own, so
@@ -51,7 +48,12 @@ in_order() {
     done
 }
 
-# every_command_ended - whether each start of a command is followed by its end, and there was one.
-every_command_ended() {
-    [[ $(times_logged ' tool +#+ .') -gt 0 && $(times_logged ' tool +#+ .') -eq $(times_logged ' tool +#+ $') ]]
+# batch_over - the command that was announced last has ended, and the screen asks for the medium: the window does so when
+# the worker says that the batch is over, whatever the medium.
+batch_over() {
+    logged ' tool +#+ .' && last_command_ended && message_shown
+}
+
+last_command_ended() {
+    tail -n +$((marked + 1)) "$transcript" | grep -E ' tool +#+ ' | tail -n 1 | grep -qE ' #+ $'
 }

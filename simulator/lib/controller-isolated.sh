@@ -15,6 +15,7 @@ readonly denied_capabilities="-sys_boot,-sys_admin,-sys_module,-sys_rawio,-mknod
 prepare_controller() {
     if [[ ! -e /mnt/.zul-sandbox ]]; then die "not in a sandbox"; fi
     state=/mnt/.zul-controller
+    looks=$state/tmp/looks
     mkdir -p "$state"/{upper,work,root,media,staging,tmp/.X11-unix,programs}
     mkdir -m 700 "$state/tmp/runtime"
     chmod 1777 "$state/tmp" "$state/tmp/.X11-unix"
@@ -39,6 +40,12 @@ boot_controller() {
     within 20 test -e "$state/tmp/.booted" || die "the controller does not start; see $transcript"
     rm "$state/tmp/.booted"
     pgrep -P "$(<"$state/boot.pid")" >"$state/init.pid"
+}
+
+# note_looks - from now on, and up to a restart, "df" is the real one with a note of every look in $looks.
+note_looks() {
+    # shellcheck disable=SC2016 # expanded on the controller
+    on_controller sh -c 'cat >"${PATH%%:*}/df" && chmod 755 "${PATH%%:*}/df"' <"$simulator/lib/stand-in-df"
 }
 
 halt_controller() {

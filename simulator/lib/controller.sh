@@ -21,7 +21,7 @@ fi
 
 readonly application_programs="zul_main zul_gui_en zul_gui_cn zul_gui_jk zul_gui_lan"
 
-# Seconds between "reboot" and the moment at which everything is ended and starts again.
+# Seconds between "reboot" and the moment at which everything is ended and starts again; "held" waits for let_restart.
 restart_delay=10
 # start_controller starts these; a scenario may take one out.
 controller_programs=(zul_watchdog zul_upgrade)
@@ -105,11 +105,22 @@ follow_stand_ins() {
 restart() {
     # One restart is enough, however often it is asked for.
     mkdir "$state/restarting" 2>/dev/null || return 0
-    event simulator "the controller goes down in $restart_delay seconds"
-    sleep "$restart_delay"
+    if [[ $restart_delay == held ]]; then
+        event simulator "the controller is about to go down"
+        until [[ -e $state/let-restart ]]; do sleep 0.1; done
+        rm "$state/let-restart"
+    else
+        event simulator "the controller goes down in $restart_delay seconds"
+        sleep "$restart_delay"
+    fi
     power_off
     rmdir "$state/restarting"
     power_on
+}
+
+# let_restart - for who holds restarts, so that nothing has to be seen before one in a hurry.
+let_restart() {
+    touch "$state/let-restart"
 }
 
 # Puts what can be seen from outside into the transcript whenever it changes, and anew after each start.

@@ -108,6 +108,26 @@ message_width() {
     part_of_screen "$message_area" | convert png:- -trim -format %w info:
 }
 
+# message_kind - which of the three requests to unplug is shown, told by its length with the fonts of fonts.conf: sd, usb
+# or other. Prints nothing where none is shown.
+message_kind() {
+    local width kind
+    local -A widths=([sd]=523 [usb]=545 [other]=595)
+    width=$(message_width)
+    for kind in "${!widths[@]}"; do
+        if ((width >= widths[$kind] - 8 && width <= widths[$kind] + 8)); then echo "$kind"; fi
+    done
+}
+
+# message_is sd|usb|other
+message_is() {
+    [[ $(message_kind) == "$1" ]]
+}
+
+message_shown() {
+    [[ -n $(message_kind) ]]
+}
+
 # part_of_screen AREA - an image of it in black and white.
 part_of_screen() {
     on_screen import -silent -window root png:- |

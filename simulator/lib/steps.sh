@@ -37,6 +37,12 @@ given_back() {
     must "the link goes" within 10 fails upgrade_link
 }
 
+# controller_restarts - until now the restart was held, whatever has asked for it.
+controller_restarts() {
+    let_restart
+    must "the controller goes down" wait_for_log ' simulator +the controller is off' 30
+}
+
 # choose ROW... - takes rows of the operation list over into the selection.
 choose() {
     local row before
@@ -63,11 +69,6 @@ confirm_choice() {
     tap confirm
     answer yes
     must "the status page is shown" within 10 status_page_shown
-}
-
-# The next command is announced at once when one has ended: a second without one is the end of the batch.
-batch_over() {
-    every_command_ended && sleep 1 && every_command_ended
 }
 
 command_started() {
@@ -161,20 +162,20 @@ queue_holds() {
     [[ $(on_controller ipcs -q | awk -v key="$1" 'index($1, key) == 1 && $4 == 666 {print $5, $6}') == "$2" ]]
 }
 
-# message_shown - whether a request to unplug is shown: no other text is as wide.
-message_shown() {
-    [[ $(message_width) -gt 500 ]]
+# count_seconds COUNT - counts beside the tool. It has the same computer, so that it comes to its end as late as the tool.
+count_seconds() {
+    local counted
+    for ((counted = 0; counted < $1; counted++)); do sleep 1; done
+    event simulator "$1 seconds were counted"
 }
 
-# message_is sd|usb|other - which of the three requests to unplug is shown, told by its length: with the fonts of
-# fonts.conf the three are 523, 545 and 595 pixels long.
-message_is() {
-    local width expected
-    width=$(message_width)
-    case $1 in
-        sd) expected=523 ;;
-        usb) expected=545 ;;
-        other) expected=595 ;;
-    esac
-    ((width >= expected - 8 && width <= expected + 8))
+# countdown_took_its_time - reboot came after 302 ticks of a second, which were counted beside it with count_seconds.
+countdown_took_its_time() {
+    local shown reboot counted
+    must "302 seconds were counted beside it" wait_for_log ' simulator +302 seconds were counted$' 60
+    shown=$(time_of ' watchdog +received syscmd_suspend@600')
+    reboot=$(time_of ' stand-in +reboot$')
+    counted=$(time_of ' simulator +302 seconds were counted$')
+    echo "reboot came after $((reboot - shown)) tenths of a second, 302 seconds were counted after $((counted - shown))"
+    ((reboot - shown >= 3010 && reboot - counted <= 10))
 }

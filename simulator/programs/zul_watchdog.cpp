@@ -32,10 +32,13 @@ constexpr long commandType = 1;
 constexpr auto tick = std::chrono::milliseconds(100);
 // Within a second of its end, but not at once: the tool stops the programs first and suspends the supervision
 // then.
-#ifndef ZUL_RESTART_DELAY_MS
-#define ZUL_RESTART_DELAY_MS 900 // an emulated controller is slower and defines its own
+#ifdef ZUL_RESTART_DELAY_MS
+constexpr auto restartDelay =
+    std::chrono::milliseconds(ZUL_RESTART_DELAY_MS); // of an emulated controller, slower
+#else
+constexpr auto restartDelay = std::chrono::milliseconds(900);
+static_assert(restartDelay + tick <= std::chrono::seconds(1), "what dies is started again within a second");
 #endif
-constexpr auto restartDelay = std::chrono::milliseconds(ZUL_RESTART_DELAY_MS);
 
 volatile std::sig_atomic_t endRequested = 0;
 

@@ -14,7 +14,7 @@ tap cancel
 answer yes
 must "reboot is called" wait_for_log ' stand-in +reboot$' 10
 must "the tool ends" wait_for_log ' simulator +zul_upgrade ended with exit code 0$' 10
-must "the controller restarts" wait_for_log ' simulator +the controller is off' 20
+controller_restarts
 check "no operation ran" fails logged ' tool +#+ '
 check "nothing was saved" fails logged ' stand-in +sync'
 mark

@@ -35,8 +35,11 @@ check "a file is gone inside" fails on_controller test -e "$precious"
 check "and is there outside" test -e "$precious"
 check "the screen lives" window_visible
 check "reboot by its path is the stand-in" within 10 logged ' stand-in +reboot$'
-must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
+mark
+controller_restarts
 must "and comes back" wait_for_log ' simulator +the controller starts' 30
+must "with its tool" within 30 tool_ready
 
 on_controller bash -c 'kill -KILL -1' || true
-check "killing everything ends no process out here" window_hidden
+must "killing everything ends the tool" within 10 fails running zul_upgrade
+check "and nothing out here" on_screen xdotool getdisplaygeometry

@@ -23,8 +23,13 @@ end_in_the_middle() {
     if wait "$pid" 2>/dev/null; then return 1; fi
 }
 
+# Less may be there: the kernel takes a mount away when another program removes the directory below it.
+more_than_before() {
+    comm -13 <(sort <<<"$before") <(traces | sort)
+}
+
 nothing_more_than_before() {
-    [[ $(traces) == "$before" ]]
+    [[ -z $(more_than_before) ]]
 }
 
 before=$(traces)
@@ -34,4 +39,4 @@ for signal in INT TERM KILL; do
     check "SIG$signal ends the fallback" end_in_the_middle $signal --fallback
     check "and leaves nothing" within 20 nothing_more_than_before
 done
-diff <(echo "$before") <(traces) || true
+more_than_before

@@ -13,4 +13,4 @@ must "reboot is called" wait_for_log ' stand-in +reboot$' 60
 check "the operation ran once, and none of the old batch" notes_are "held begins" "held ends" first
 check "sync was called once" logged_times 1 ' stand-in +sync$'
 check "in their order" in_order ' tool +#+ First operation$' ' tool +#+ Save data$' ' tool +#+ Reboot system$'
-must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
+controller_restarts

@@ -1,7 +1,6 @@
 # shellcheck shell=bash
 # The same from a USB drive, which is asked back by its name and pulled before the controller goes down.
 
-restart_delay=12
 controller_is_up
 plug usb typical
 medium_taken_up /media/sda1
@@ -18,7 +17,7 @@ check "the message asks for the USB drive" within 20 message_is usb
 check "what was taken out did not run" within 10 logged_times 3 ' tool +#+ .'
 unplug usb
 given_back
-must "the controller restarts" wait_for_log ' simulator +the controller is off' 40
+controller_restarts
 mark
 must "the tool is back" wait_for_log ' tool +key = ' 30
 must "the application programs run" within 20 all_applications_run

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The counterpart itself: it restarts what dies within a second, and does what it is told and nothing else.
+# The counterpart itself: it restarts what dies, and does what it is told and nothing else.
 
 send() {
     on_controller "$programs/send_command" "$@"
@@ -13,19 +13,16 @@ on_controller sh -c 'cat >/opt/zul/send_command && chmod 755 /opt/zul/send_comma
 
 on_controller killall zul_main
 must "a program that dies is noticed" wait_for_log ' watchdog +zul_main was killed by signal 15$' 5
-mark
-must "and started again" wait_for_log ' watchdog +started zul_main$' 5
-died=$(time_of ' zul_main was killed by signal 15$')
-started=$(tail -n +$((marked + 1)) "$transcript" | grep -m1 ' started zul_main$' | sed -E 's/^ *([0-9]+)\.([0-9]) s .*/\1\2/')
-check "within a second" test $((10#$started - 10#$died)) -le 11
+must "and started again" within 20 in_order ' watchdog +zul_main was killed by signal 15$' ' watchdog +started zul_main$'
 
 mark
-send syscmd_suspend@3
-must "a suspension is received" wait_for_log ' watchdog +received syscmd_suspend@3$' 5
+send syscmd_suspend@600
+must "a suspension is received" wait_for_log ' watchdog +received syscmd_suspend@600$' 5
 on_controller killall zul_main zul_gui_cn
-let_pass 1.5
+let_pass 2
 check "nothing is started again during it" fails logged ' watchdog +started '
-must "it ends by itself" wait_for_log ' watchdog +the suspension is over$' 10
+send syscmd_suspend@1
+must "a shorter one takes its place and ends by itself" wait_for_log ' watchdog +the suspension is over$' 10
 must "and the programs run again" within 20 all_applications_run
 
 mark

@@ -15,7 +15,7 @@ check "nothing was installed" test "$(on_controller /opt/zul/zul_version)" = "ap
 check "not even the file that is whole" fails on_controller test -e /opt/zul/settings
 check "the medium says which file" on_controller grep -q '^settings: FAILED' /media/mmcblk1p1/check.log
 unplug sd
-must "the controller restarts" wait_for_log ' simulator +the controller is off' 30
+controller_restarts
 mark
 must "the tool is back" wait_for_log ' tool +key = ' 30
 plug sd "${examples:?}/verified-update"
