@@ -25,14 +25,15 @@ paint_watch() {
 
 # expect_painting LEFT TOP WIDTH HEIGHT - watches from now on; painted_at waits, and sets painted to the moment.
 expect_painting() {
+    : >"$state/painted"
     paint_watch "$@" settle 1 >"$state/painted" &
     watcher=$!
-    sleep 0.3 # it has to have seen the screen as it was
+    must "the screen is watched" within 20 grep -qx watching "$state/painted"
 }
 
 painted_at() {
     must "something is painted" wait "$watcher"
-    painted=$(<"$state/painted")
+    painted=$(tail -n 1 "$state/painted")
 }
 
 make_medium() {

@@ -3,8 +3,8 @@
 // Usage: paint_watch LEFT TOP WIDTH HEIGHT settle SECONDS
 //        paint_watch LEFT TOP WIDTH HEIGHT tap X Y
 //
-//   settle   waits until that part has changed and then has stayed as it is for SECONDS; prints when it
-//            changed last, in microseconds since 1970
+//   settle   prints "watching" once it has seen that part as it was, waits until it has changed and then has
+//            stayed as it is for SECONDS, and prints when it changed last, in microseconds since 1970
 //   tap      lets that part come to rest, presses and releases the first button at X, Y, and prints the
 //            milliseconds from the press to the first change
 //
@@ -106,6 +106,8 @@ bool changed(const Screen &screen, Pixels &before, Clock::time_point end)
 void settle(const Screen &screen, std::chrono::duration<double> quiet)
 {
     Pixels pixels = screen.look();
+    std::puts("watching");
+    std::fflush(stdout);
     if (!changed(screen, pixels, Clock::now() + patience))
         fail("nothing was painted");
     Clock::time_point last;
