@@ -13,8 +13,7 @@ controller_is_up
 plug sd continue
 must "without the file the title is the built-in one" within 20 window_visible Widget
 
-lrelease -silent "$simulator/data/en.ts" -qm "$state/en.qm"
-on_controller sh -c 'cat >/opt/zul/en.qm' <"$state/en.qm"
+on_controller sh -c 'cat >/opt/zul/en.qm' <"$build/simulator/en.qm"
 restart_tool
 must "with the file the title is the translated one" within 20 window_visible "Maintenance"
 check "and the built-in one is nowhere" window_hidden Widget
