@@ -1,0 +1,32 @@
+# shellcheck shell=bash
+# A throwaway Debian 12 root of this computer's architecture, and a place for what is tested in it. Sourced, never run.
+# Sets $work and $root, which go when the script ends.
+
+throwaway=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+# shellcheck source=../../scripts/lib/roots.sh
+source "$throwaway/../../scripts/lib/roots.sh"
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+root=$work/root
+
+# make_system PACKAGE,... DEB... - with the packages, with what the built packages need, and a watchdog where the
+# controller has it. The built packages are in /tmp/packages and not installed.
+make_system() {
+    local packages=$1 deb
+    local -a mirrors
+    shift
+    mapfile -t mirrors < <(mirror)
+    for deb in "$@"; do
+        packages+=,$(dpkg-deb --field "$deb" Depends | sed 's/([^)]*)//g; s/|[^,]*//g; s/ //g')
+    done
+    mmdebstrap --quiet --variant=minbase --include="$packages" bookworm "$root" "${mirrors[@]}"
+    mkdir -p "$root/opt/zul" "$root/tmp/packages"
+    touch "$root/opt/zul/zul_watchdog"
+    cp "$@" "$root/tmp/packages/"
+}
+
+# inside COMMAND... - in the root, from which no real "reboot" can be reached.
+inside() {
+    "$throwaway/../../simulator/sandbox" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 chroot "$root" "$@"
+}
