@@ -46,6 +46,6 @@ function(zul_install_fonts_into directory cache)
     endif()
     get_filename_component(parent ${directory} DIRECTORY)
     file(INSTALL ${staged}${directory} DESTINATION ${parent}
-        DIR_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+        DIR_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
     file(REMOVE_RECURSE ${staged})
 endfunction()

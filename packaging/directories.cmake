@@ -1,23 +1,22 @@
 # Where things are installed. A directory that is not absolute is below the prefix; one that is empty gets nothing.
 
-# Unless one is chosen, the prefix is the root directory, and everything stands where a system has it.
+# Unless one is chosen, the prefix is the root directory, and everything stands where a system has it: GNUInstallDirs
+# puts "usr" before what belongs there.
 if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
     set(CMAKE_INSTALL_PREFIX / CACHE PATH "Below it everything is installed" FORCE)
 endif()
 
-# A system's own prefixes have their programs of the controller, settings and caches elsewhere.
+# Strings, because a directory that is not absolute would be taken as one below where cmake was started.
+#
+# A distribution's own prefix has the controller's programs, settings and caches elsewhere.
 set(program_dir opt/zul)
-if(CMAKE_INSTALL_PREFIX STREQUAL "/")
-    set(CMAKE_INSTALL_BINDIR usr/bin CACHE PATH "Programs")
-    set(CMAKE_INSTALL_DATAROOTDIR usr/share CACHE PATH "Data of any architecture")
-elseif(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-    set(CMAKE_INSTALL_SYSCONFDIR /etc CACHE PATH "Settings")
-    set(CMAKE_INSTALL_LOCALSTATEDIR /var CACHE PATH "Caches")
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(CMAKE_INSTALL_SYSCONFDIR /etc CACHE STRING "Settings")
+    set(CMAKE_INSTALL_LOCALSTATEDIR /var CACHE STRING "Caches")
     set(program_dir /opt/zul)
 endif()
 include(GNUInstallDirs)
 
-# Strings, because a path that is not absolute would be taken as one below where cmake was started.
 set(ZUL_PROGRAM_DIR ${program_dir} CACHE STRING "The controller's programs, where the tool is installed")
 # Not asked of pkg-config, which knows where this computer has them and nothing of the prefix.
 set(ZUL_UNIT_DIR lib/systemd/system CACHE STRING "Units of systemd")
@@ -28,9 +27,6 @@ set(ZUL_SHARE_DIR ${CMAKE_INSTALL_DATAROOTDIR}/zul-upgrade)
 set(ZUL_CACHE_DIR ${CMAKE_INSTALL_LOCALSTATEDIR}/cache/zul-upgrade)
 set(ZUL_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/zul-upgrade)
 
-# Modes of directories as every system has them, whatever the umask of who installs.
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 # The tool and what surrounds it; zul_catalogue is another component, and left out where none is named.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tool)
 if(ZUL_STRIP)
