@@ -2,18 +2,37 @@
 
 #include <QRegularExpression>
 
-bool isShellScript(const QStringList &words)
+namespace
 {
-    static const QStringList shells = {"sh", "ash", "bash", "dash"};
-    return words.size() > 2 && shells.contains(words.at(0).section('/', -1)) && words.at(1).startsWith('-')
-           && words.at(1).contains('c');
+
+const QString shellName = "(?:\\S*/)?(?:sh|ash|bash|dash|hush|ksh|mksh|zsh)";
+const QString shellCommand = "(?:" + shellName + "|(?:\\S*/)?busybox\\s+" + shellName + ")";
+
+} // namespace
+
+int shellWords(const QStringList &words)
+{
+    static const QRegularExpression shell("^" + shellCommand + "$");
+    for (const int count : {1, 2}) {
+        if (shell.match(words.mid(0, count).join(' ')).hasMatch())
+            return count;
+    }
+    return 0;
 }
 
-QString throughShell(const QString &script)
+ShellCall shellCall(const QString &commandLine)
+{
+    static const QRegularExpression call("^(" + shellCommand + "(?:\\s+-\\S+)*?\\s+-\\w*c)\\s+(\\S.*)$",
+                                         QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpressionMatch match = call.match(commandLine);
+    return {match.captured(1), match.captured(2)};
+}
+
+QString throughShell(const QString &script, const QString &shell)
 {
     QString literal = script;
     literal.replace("\"", "\"\"\"");
-    return "sh -c \"" + literal + '"';
+    return shell + " \"" + literal + '"';
 }
 
 QString shellWord(const QString &path)

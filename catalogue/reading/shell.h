@@ -4,11 +4,22 @@
 #include <QString>
 #include <QStringList>
 
-/// Whether a command hands a script to a shell: "sh -c SCRIPT".
-bool isShellScript(const QStringList &words);
+// What a shell is, for all who ask.
+
+/// The number of words at the beginning of a command line that name a shell: 1 for "sh" and its kin, by
+/// whatever path, 2 for "busybox sh", 0 when the program is none.
+int shellWords(const QStringList &words);
+
+/// A command line that hands a script to a shell, taken apart as it is written.
+struct ShellCall {
+    QString shell;  ///< with its options: "sh -c"; empty for any other command line
+    QString script; ///< what stands behind that
+};
+
+ShellCall shellCall(const QString &commandLine);
 
 /// The command line that hands `script` to a shell.
-QString throughShell(const QString &script);
+QString throughShell(const QString &script, const QString &shell = "sh -c");
 
 /// A path as it is written for a shell.
 QString shellWord(const QString &path);

@@ -138,36 +138,41 @@ int singleQuote(const CommandEntry &command)
     return command.split.bare.indexOf('\'');
 }
 
+/// The command as it was meant: what is in the place of a shell's script as its script, everything else as
+/// one.
+QString rightScript(const CommandEntry &command, const QString &script)
+{
+    return command.shell.shell.isEmpty() ? throughShell(command.command)
+                                         : throughShell(script, command.shell.shell);
+}
+
 void shellQuote(const Subject &subject, Collector &findings)
 {
-    static const QRegularExpression quotedScript("^(\\S*sh -c) '(.*)'$");
     for (const CommandEntry &command : subject.commands) {
         if (singleQuote(command) < 0)
             continue;
-        const QRegularExpressionMatch match = quotedScript.match(command.command);
-        const QString script = match.hasMatch() ? match.captured(2) : command.command;
+        const QString &script = command.shell.script;
+        const bool isQuoted = script.size() > 1 && script.startsWith('\'') && script.endsWith('\'');
         findings.replace(
             *command.entry, commandOffset(command) + singleQuote(command),
             "Only double quotation marks keep words together here; this one is part of the argument",
-            subject.commandLine(command, throughShell(script)));
+            subject.commandLine(command,
+                                rightScript(command, isQuoted ? script.mid(1, script.size() - 2) : script)));
     }
 }
 
 void shellScriptSplit(const Subject &subject, Collector &findings)
 {
-    static const QRegularExpression start("^\\S*sh\\s+-\\S*c\\s+");
     for (const CommandEntry &command : subject.commands) {
-        const QStringList &words = command.split.words;
-        const bool split = words.size() > 3 && isShellScript(words) && !words.at(2).contains(' ');
+        const QStringList words = splitCommandLine(command.shell.script).words;
+        const bool split = words.size() > 1 && !words.first().contains(' ');
         const bool eaten = bareQuotes(subject.file, *command.entry).size() > 2;
         if (!split || eaten || singleQuote(command) >= 0)
             continue;
-        QString script = command.command;
-        script.remove(start);
         findings.replace(
             *command.entry, commandOffset(command),
-            QString("The shell gets \"%1\" as its whole script; quote all of it").arg(words.at(2)),
-            subject.commandLine(command, throughShell(script)));
+            QString("The shell gets \"%1\" as its whole script; quote all of it").arg(words.first()),
+            subject.commandLine(command, rightScript(command, command.shell.script)));
     }
 }
 

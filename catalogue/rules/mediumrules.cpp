@@ -26,10 +26,11 @@ struct Use {
         found; ///< on the medium, relative to its folder, as it is spelled there; empty when it is not there
 };
 
-bool isInterpreter(const QString &program)
+/// The number of words at the beginning of a command line that name an interpreter; 0 without one.
+int interpreterWords(const QStringList &words)
 {
-    static const QRegularExpression names("^(ba|da|a|)sh$|^(python[0-9.]*|perl|lua)$");
-    return names.match(program.section('/', -1)).hasMatch();
+    static const QRegularExpression others("^(?:\\S*/)?(?:python[0-9.]*|perl|lua)$");
+    return others.match(words.value(0)).hasMatch() ? 1 : shellWords(words);
 }
 
 /// The words that name files which have to be there already.
@@ -50,8 +51,9 @@ QVector<Use> usesOf(const CommandEntry &command)
 {
     QVector<Use> uses;
     const QStringList &words = command.split.words;
-    const bool interpreted = isInterpreter(words.value(0)) && !words.value(1).startsWith('-');
-    const QString program = words.value(interpreted ? 1 : 0);
+    const int interpreter = interpreterWords(words);
+    const bool interpreted = interpreter > 0 && !words.value(interpreter).startsWith('-');
+    const QString program = words.value(interpreted ? interpreter : 0);
     if (program.startsWith(linkedFolder))
         uses.append({&command, program, true, interpreted, {}});
     for (const QString &word : sourceWords(words)) {
@@ -128,11 +130,14 @@ QByteArray startOf(const QString &path)
     return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) ? file.read(enough) : QByteArray();
 }
 
-/// The program that a script's first line asks for; empty for anything but a script.
+/// What a script's first line asks for, "sh" or "busybox sh"; empty for anything but a script.
 QString interpreterOf(const QByteArray &start)
 {
-    static const QRegularExpression firstLine("^#!\\s*(?:/usr/bin/env\\s+)?(?:\\S*/)?([^/\\s]+)");
-    return firstLine.match(QString::fromLatin1(start.left(256))).captured(1);
+    static const QRegularExpression firstLine("^#!\\s*(?:/usr/bin/env\\s+)?(\\S+)[ \\t]*(\\S*)");
+    const QRegularExpressionMatch match = firstLine.match(QString::fromLatin1(start.left(256)));
+    const QString program = match.captured(1).section('/', -1);
+    const bool takesTwo = shellWords({program, match.captured(2)}) == 2;
+    return takesTwo ? program + ' ' + match.captured(2) : program;
 }
 
 /// A command that runs what is on a card without the right to execute.

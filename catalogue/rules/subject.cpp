@@ -1,7 +1,6 @@
 #include "rules/subject.h"
 
 #include "reading/initext.h"
-#include "reading/shell.h"
 
 #include <QSet>
 
@@ -53,8 +52,9 @@ void Subject::readCommands()
             continue;
         const QString command = text.section('@', 1, 1);
         const CommandLine split = splitCommandLine(command);
-        commands.append({item.entry, text.section('@', 0, 0), command, text.count('@'), split,
-                         isShellScript(split.words) ? QString() : split.bare});
+        const ShellCall shell = shellCall(command);
+        commands.append({item.entry, text.section('@', 0, 0), command, text.count('@'), split, shell,
+                         shell.shell.isEmpty() ? split.bare : QString()});
     }
 }
 

@@ -4,6 +4,7 @@
 #include "reading/commandline.h"
 #include "reading/inifile.h"
 #include "reading/medium.h"
+#include "reading/shell.h"
 #include "window/screen.h"
 #include "window/verdict.h"
 
@@ -23,6 +24,7 @@ struct CommandEntry {
     QString command;
     int ats;           ///< number of "@" in it
     CommandLine split; ///< the command's
+    ShellCall shell;   ///< the command's, where it is one
     QString bare;      ///< the command with "x" for what is quoted; empty when it is handed to a shell
 };
 

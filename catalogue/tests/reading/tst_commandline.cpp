@@ -1,6 +1,5 @@
 #include "generator.h"
 #include "reading/commandline.h"
-#include "reading/shell.h"
 
 #include <QProcess>
 #include <QTest>
@@ -14,7 +13,6 @@ private slots:
     void aProgramGetsTheWordsOfTheSplit_data();
     void aProgramGetsTheWordsOfTheSplit();
     void generatedLinesToo();
-    void aWholeScriptReachesTheShell();
     void anOpenQuoteIsNoticed();
 
 private:
@@ -72,13 +70,6 @@ void TestCommandLine::generatedLinesToo()
             continue;
         QCOMPARE(splitCommandLine(line).words, wordsOfAStartedProgram(line));
     }
-}
-
-void TestCommandLine::aWholeScriptReachesTheShell()
-{
-    for (const QString &script :
-         {QString("a | b"), QString("echo \"x y\" > z"), QString("\"a\""), QString("x \"\"")})
-        QCOMPARE(splitCommandLine(throughShell(script)).words, (QStringList{"sh", "-c", script}));
 }
 
 void TestCommandLine::anOpenQuoteIsNoticed()

@@ -1,4 +1,5 @@
 #include "common/failure.h"
+#include "reading/initext.h"
 #include "reading/medium.h"
 #include "report/report.h"
 #include "rules/findings.h"
@@ -29,6 +30,9 @@ private slots:
     void theRightLinePutsTheFixtureRight();
     void aCatalogueTriggersWhatItShould_data();
     void aCatalogueTriggersWhatItShould();
+    void everyRuleKnowsTheSameShells_data();
+    void everyRuleKnowsTheSameShells();
+    void noRuleTakesAnotherProgramForAShell();
     void everyFixtureIsThatOfAFinding();
     void everyFindingIsInTheManual();
     void severityDecidesTheExitCode();
@@ -37,7 +41,9 @@ private slots:
 private:
     static void addFixtures();
     Findings check(const QString &folder, const QString &mountDirectory = QString());
-    Findings checkText(const QByteArray &catalogue);
+    void put(const QString &path, const QByteArray &content);
+    Findings checkText(const QByteArray &catalogue, const QByteArray &script = QByteArray());
+    Findings checkCommand(const QString &command, const QByteArray &script = QByteArray());
     QString copyOf(const QString &folder);
     void runInShell(QString line);
     void putIntoCatalogue(const QString &path, const Finding &finding);
@@ -97,15 +103,28 @@ Findings TestFindings::check(const QString &folder, const QString &mountDirector
     return findAll(medium, IniFile(medium.bytes), verdict, Screen());
 }
 
-Findings TestFindings::checkText(const QByteArray &catalogue)
+void TestFindings::put(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("no place for %s", qPrintable(path));
+}
+
+/// A medium with this catalogue and, unless it is empty, this script beside it: /mnt/upgrade/script.
+Findings TestFindings::checkText(const QByteArray &catalogue, const QByteArray &script)
 {
     const QString folder = work.filePath(QString::number(++copies));
     QDir().mkpath(folder + "/zul_install");
-    QFile file(folder + "/zul_install/system.ini");
-    if (!file.open(QIODevice::WriteOnly) || file.write(catalogue) != catalogue.size())
-        qFatal("no place for a catalogue");
-    file.close();
+    put(folder + "/zul_install/system.ini", catalogue);
+    if (!script.isEmpty())
+        put(folder + "/script", script);
     return check(folder);
+}
+
+Findings TestFindings::checkCommand(const QString &command, const QByteArray &script)
+{
+    return checkText("[system]\nCMD_List=\"a\"\n[CMD]\n" + iniLine("a", "A@" + command).toUtf8() + '\n',
+                     script);
 }
 
 QString TestFindings::copyOf(const QString &folder)
@@ -252,6 +271,48 @@ void TestFindings::aCatalogueTriggersWhatItShould()
     QStringList found = idsOf(checkText(text));
     found.sort();
     QCOMPARE(found, ids);
+}
+
+void TestFindings::everyRuleKnowsTheSameShells_data()
+{
+    QTest::addColumn<QString>("shell");
+    for (const char *shell : {"sh", "ash", "bash", "dash", "hush", "ksh", "mksh", "zsh", "/bin/sh",
+                              "/usr/bin/bash", "busybox sh", "busybox ash"})
+        QTest::newRow(shell) << QString(shell);
+}
+
+void TestFindings::everyRuleKnowsTheSameShells()
+{
+    QFETCH(QString, shell);
+    // What a script has for the shell is no mistake.
+    QCOMPARE(idsOf(checkCommand(shell + " -c \"a | b > $c && d *; ~/e\"")), QStringList());
+    // It stays the shell that it is when its script is put right.
+    const Findings quoted = checkCommand(shell + " -c 'a | b'");
+    QCOMPARE(idsOf(quoted), QStringList("shell-quote"));
+    QCOMPARE(quoted.list.first().right, iniLine("a", "A@" + shell + " -c \"a | b\""));
+    const Findings split = checkCommand(shell + " -c ls /opt");
+    QCOMPARE(idsOf(split), QStringList("shell-script-split"));
+    QCOMPARE(split.list.first().right, iniLine("a", "A@" + shell + " -c \"ls /opt\""));
+    // The script in a file needs no right to execute, has to be there, and its line ends matter.
+    QCOMPARE(idsOf(checkCommand(shell + " /mnt/upgrade/script", "true\n")), QStringList());
+    QCOMPARE(idsOf(checkCommand(shell + " /mnt/upgrade/script")), QStringList("missing-program"));
+    QCOMPARE(idsOf(checkCommand(shell + " /mnt/upgrade/script", "true\r\n")),
+             QStringList("script-line-ends"));
+    // A script that asks for it is given to it.
+    const QByteArray firstLine = (shell.startsWith('/') ? "#!" + shell : "#!/bin/" + shell).toUtf8();
+    const Findings bare = checkCommand("/mnt/upgrade/script -f", firstLine + "\n");
+    QCOMPARE(idsOf(bare), QStringList("fat-not-executable"));
+    QCOMPARE(bare.list.first().right,
+             iniLine("a", "A@" + shell.section('/', -1) + " /mnt/upgrade/script -f"));
+}
+
+void TestFindings::noRuleTakesAnotherProgramForAShell()
+{
+    QCOMPARE(idsOf(checkCommand("push -c a | b")), QStringList("shell-pipe"));
+    QCOMPARE(idsOf(checkCommand("push -c ls /opt")), QStringList());
+    const Findings quoted = checkCommand("push -c 'a b'");
+    QCOMPARE(quoted.list.first().right, iniLine("a", "A@sh -c \"push -c 'a b'\""));
+    QCOMPARE(idsOf(checkCommand("push /mnt/upgrade/script")), QStringList());
 }
 
 void TestFindings::everyFixtureIsThatOfAFinding()
