@@ -1,6 +1,7 @@
 """The virtual board as a machine, all from outside: power, what hangs on it, and what is plugged in."""
 
 import contextlib
+import fcntl
 import os
 import subprocess
 from collections.abc import Callable, Sequence
@@ -31,6 +32,9 @@ class Machine:
         self.plugged_usb: str | None = None
         self.pulled_usb: list[str] = []  # those that the machine may still have
         self.usb_count = 0
+        # Other builds forget old images, but none that is locked.
+        self.image_in_use = os.open(image, os.O_RDONLY)
+        fcntl.flock(self.image_in_use, fcntl.LOCK_SH)
         if not os.path.exists(self.overlay):
             self.new_disk()
 

@@ -2,28 +2,20 @@
 # Debian 12 roots, for the controller's architecture too, made once and kept outside the checkout. Sourced, never run.
 
 scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-# shellcheck source=script.sh
-source "$scripts/lib/script.sh"
+# shellcheck source=cache.sh
+source "$scripts/lib/cache.sh"
 
-: "${ZUL_CACHE:=${XDG_CACHE_HOME:-$HOME/.cache}/zul_upgrade}"
 : "${ZUL_DEBIAN_MIRROR:=}"
-readonly ARM_INTERPRETER=/proc/sys/fs/binfmt_misc/qemu-arm
 
-# require_arm_emulation - lets the kernel run 32-bit ARM programs, inside a root too.
+# require_arm_emulation - has the kernel run 32-bit ARM programs, inside a root too, until the script ends. The entry in
+# the kernel's list is this script's own, so that it neither needs nor takes away what others have registered.
+# After leave_nothing_behind.
 require_arm_emulation() {
-    "$scripts/install-packages" armhf
-    if [[ ! -e /proc/sys/fs/binfmt_misc/register ]]; then
-        mount -t binfmt_misc binfmt_misc /proc/sys/fs/binfmt_misc || cannot "the kernel has no binfmt_misc"
-    fi
-    if [[ ! -e $ARM_INTERPRETER ]]; then
-        cat /usr/lib/binfmt.d/qemu-arm.conf >/proc/sys/fs/binfmt_misc/register
-    fi
+    local name=$ARM_ENTRY-${ZUL_SCRATCH##*-}
+    # shellcheck disable=SC2016 # expanded inside
+    in_binary_formats '[ -e "$1" ] || printf %s "$(sed "s/^:[^:]*:/:$1:/" /usr/lib/binfmt.d/qemu-arm.conf)" >register' \
+        "$name" || cannot "the kernel takes no program for 32-bit ARM"
     arch-test armhf >/dev/null || cannot "armhf programs do not run"
-}
-
-# key_of TEXT... - a short name for what goes into a cached file.
-key_of() {
-    printf '%s\n' "$@" | sha256sum | cut -c 1-12
 }
 
 # mirror - where this computer gets Debian 12 itself, as an emulated root can from there; nothing when it has none.
@@ -38,19 +30,21 @@ mirror() {
     fi
 }
 
-# make_root TARGET ARCHITECTURE VARIANT PACKAGES [OPTION...] - a root without documents and translations.
-# TARGET ending in .tar gives an archive, otherwise a directory; it appears when it is complete.
+# make_root TARGET ARCHITECTURE VARIANT PACKAGES [OPTION...] - a root without documents and translations; an archive
+# when TARGET ends in .tar, a directory otherwise.
 make_root() {
-    local target=$1 architecture=$2 variant=$3 packages=$4 partial
+    local target=$1 architecture=$2 variant=$3 packages=$4
     local -a mirrors
     shift 4
     mapfile -t mirrors < <(mirror)
-    partial=${target%/*}/partial-$$-${target##*/}
-    mkdir -p "${target%/*}"
-    echo "making ${target##*/}: a few minutes, once" >&2
     nice -n 15 mmdebstrap --quiet --architectures="$architecture" --variant="$variant" --include="$packages" \
         --aptopt='Acquire::Retries "3"' --dpkgopt=force-unsafe-io \
         --dpkgopt='path-exclude=/usr/share/doc/*' --dpkgopt='path-exclude=/usr/share/man/*' \
-        --dpkgopt='path-exclude=/usr/share/locale/*' "$@" bookworm "$partial" "${mirrors[@]}" >&2
-    mv "$partial" "$target"
+        --dpkgopt='path-exclude=/usr/share/locale/*' "$@" bookworm "$target" "${mirrors[@]}"
+}
+
+# cached_root KIND SUFFIX ARCHITECTURE VARIANT PACKAGES [OPTION...] - prints the path of such a root, KIND-KEY followed
+# by SUFFIX, which may be .tar. It is made when there is none yet. After leave_nothing_behind.
+cached_root() {
+    cached "$1-$(key_of "${@:3}" "$(declare -f make_root)")$2" make_root "${@:3}"
 }
