@@ -9,6 +9,19 @@ usage() {
     sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "$script_file"
 }
 
+# hand_over DIRECTORY... - what root has made in a folder of the checkout belongs to whose the checkout is. Other folders
+# are left alone.
+hand_over() {
+    local checkout directory
+    checkout=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../..")
+    if ((EUID != 0)) || [[ $(stat -c %u "$checkout") == 0 ]]; then return; fi
+    for directory in "$@"; do
+        if [[ -d $directory && $(realpath "$directory")/ == "$checkout"/* ]]; then
+            find "$directory" -xdev -user root -exec chown --no-dereference --reference="$checkout" {} +
+        fi
+    done
+}
+
 # die REASON... - ends the script with 1.
 die() {
     echo "${script_file##*/}: $*" >&2
