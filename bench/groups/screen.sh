@@ -76,7 +76,7 @@ restart_tool() {
 }
 
 # In the middle of the first row: the text of the first operation.
-readonly -a tools_first_row=(130 117 120 30)
+readonly -a tools_first_row=($((operation_x - 60)) $((first_row_y - 15)) 120 30)
 
 notice() { # REPETITION
     local plugged noticed
@@ -104,7 +104,7 @@ tap_the_tool() {
     for ((tapped = 0; tapped < BENCH_TAPS; tapped++)); do
         # Never the same row twice in a row: that would be a double tap. In the second round they are taken out again.
         row=$((tapped % rows_seen))
-        sample_tap tool 590 113 40 317 "$operation_x" $((first_row_y + row * row_height))
+        sample_tap tool $((selected_x - 20)) $((first_row_y - 18)) 40 317 "$operation_x" $((first_row_y + row * row_height))
     done
 }
 
@@ -123,7 +123,7 @@ measure_tool() {
 # would be asked for and not be there.
 list_program() {
     exec nsenter --target "$(<"$state/screen.pid")" --mount -- env DISPLAY="$display" HOME=/tmp NO_AT_BRIDGE=1 GSETTINGS_BACKEND=memory GDK_BACKEND=x11 LC_ALL=C.UTF-8 \
-        "$1" --list --width=800 --height=480 --column=Name "${names[@]}" >/dev/null 2>&1
+        "$1" --list --width="$screen_width" --height="$screen_height" --column=Name "${names[@]}" >/dev/null 2>&1
 }
 
 # The second and third row, of any row height: below every headline, and not selected from the start.

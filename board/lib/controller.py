@@ -6,6 +6,7 @@ import shutil
 import tempfile
 from collections.abc import Callable
 
+import facts
 from machine import Machine
 from media import make_medium
 from screen import Colour, Screen
@@ -18,16 +19,17 @@ BUTTON = (57, 146, 235)
 QUESTION_BUTTON = (211, 211, 211)
 WHITE = (255, 255, 255)
 
-PROGRAMS = ("zul_main", "zul_gui_en", "zul_gui_cn", "zul_gui_jk", "zul_gui_lan")
+PROGRAMS = facts.text("application_programs").split()
 
 # Places on the list page and the status page, in pixels.
-CONFIRM = (248, 433)
-CANCEL = (551, 433)
-DETAILS = (730, 30)
-FIRST_ROW = 131
-ROW_HEIGHT = 35
-OPERATIONS_COLUMN = 190
-SELECTION_COLUMN = 610
+CONFIRM = facts.place("at_confirm")
+CANCEL = facts.place("at_cancel")
+DETAILS = facts.place("at_details")
+FIRST_ROW = facts.number("first_row_y")
+ROW_HEIGHT = facts.number("row_height")
+OPERATIONS_COLUMN = facts.number("operation_x")
+SELECTION_COLUMN = facts.number("selected_x")
+BESIDE_THE_CAPTION = 51  # pixels from the middle of a button, and still on it
 
 POLL_SECONDS = 3.0
 
@@ -48,7 +50,12 @@ def shows_application(screen: Screen) -> bool:
 
 
 def shows_list(screen: Screen) -> bool:
-    return all(screen.is_near(x, y, BUTTON) for x, y in ((196, 433), (300, 433), (499, 433), (604, 433)))
+    return shows_button(screen, CONFIRM) and shows_button(screen, CANCEL)
+
+
+def shows_button(screen: Screen, place: tuple[int, int]) -> bool:
+    x, y = place
+    return all(screen.is_near(side, y, BUTTON) for side in (x - BESIDE_THE_CAPTION, x + BESIDE_THE_CAPTION))
 
 
 def shows_time_left(screen: Screen) -> bool:
@@ -57,7 +64,7 @@ def shows_time_left(screen: Screen) -> bool:
 
 
 def shows_status(screen: Screen) -> bool:
-    return screen.is_near(680, 30, BUTTON) and screen.is_near(782, 30, BUTTON) and not shows_question(screen)
+    return shows_button(screen, DETAILS) and not shows_question(screen)
 
 
 def shows_calibration(screen: Screen, cross: tuple[int, int]) -> bool:

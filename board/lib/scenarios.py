@@ -9,6 +9,7 @@ import re
 import shutil
 from collections.abc import Callable
 
+import facts
 import figures
 import traces
 from controller import (
@@ -33,8 +34,10 @@ from waiting import Timeout, wait_until
 
 # A whole batch, and the reboot that may follow it.
 BATCH = 600
-# The countdown of 302 seconds, on a clock that the emulation may slow down.
-COUNTDOWN = 1200
+# The countdown, on a clock that the emulation may slow down.
+COUNTDOWN = 4 * facts.number("countdown_seconds")
+# What the watchdog says when upgrade mode begins.
+SUSPENDED = f"received syscmd_suspend@{facts.number('suspension')}"
 
 Scenario = Callable[[Controller], None]
 
@@ -74,7 +77,7 @@ def sd_card_upgrade_ends_in_a_reboot(c: Controller) -> None:
     c.plug_sd_image(c.medium_that_waits("typical", "check.sh", "find /mnt/upgrade/", "storage"))
     c.expect_list()
     c.expect_upgrade_mode()
-    c.expect_line("received syscmd_suspend@600", "zul_watchdog")
+    c.expect_line(SUSPENDED, "zul_watchdog")
     c.expect_screen(shows_time_left, "the countdown")
     c.photograph("01-list")
 
@@ -250,7 +253,7 @@ def medium_swapped_for_one_of_another_kind_starts_a_new_upgrade(c: Controller) -
         wait_until(lambda: c.media_listed() == ["/media/sda1"], LIMIT, "the drive is mounted instead of the card")
 
     while_the_tool_does_not_look(c, swap)
-    c.expect_line("received syscmd_suspend@600", "zul_watchdog", after=start)
+    c.expect_line(SUSPENDED, "zul_watchdog", after=start)
     c.expect_list()
     assert c.board.shell("readlink /mnt/upgrade") == "/media/sda1"
     c.pull()

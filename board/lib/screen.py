@@ -1,6 +1,8 @@
 """What the screen shows, pixel by pixel."""
 
-WIDTH, HEIGHT = 800, 480
+import facts
+
+WIDTH, HEIGHT = facts.number("screen_width"), facts.number("screen_height")
 
 Colour = tuple[int, int, int]
 

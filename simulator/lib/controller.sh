@@ -6,8 +6,8 @@
 
 # shellcheck source=common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-# shellcheck source=places.sh
-source "$simulator/lib/places.sh"
+# shellcheck source=../../scripts/lib/facts.sh
+source "$simulator/../scripts/lib/facts.sh"
 # shellcheck source=screen.sh
 source "$simulator/lib/screen.sh"
 ZUL_MODE=${ZUL_MODE:-isolated}
@@ -18,8 +18,6 @@ else
     # shellcheck source=controller-fallback.sh
     source "$simulator/lib/controller-fallback.sh"
 fi
-
-readonly application_programs="zul_main zul_gui_en zul_gui_cn zul_gui_jk zul_gui_lan"
 
 # Seconds between "reboot" and the moment at which everything is ended and starts again; "held" waits for let_restart.
 restart_delay=10
@@ -175,7 +173,7 @@ running() {
 }
 
 count_applications() {
-    grep -cE -- "^$programs/zul_(main|gui_(en|cn|jk|lan))\$" < <(readlink /proc/[0-9]*/exe 2>/dev/null || true) || true
+    grep -cE -- "^$programs/(${application_programs// /|})\$" < <(readlink /proc/[0-9]*/exe 2>/dev/null || true) || true
 }
 
 all_applications_run() {

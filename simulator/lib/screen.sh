@@ -1,12 +1,12 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2086,SC2154 # places are two numbers; the names are those of the other files of lib/
-# The simulated controller's screen, 800 x 480, and the operator's finger on it. Sourced, never run.
+# The simulated controller's screen and the operator's finger on it. Sourced, never run.
 
 # start_screen - an X server without a window manager, as on the controller. Sets display.
 # With $ZUL_WINDOW it is a window on the user's own display, else it exists in memory only.
 start_screen() {
-    local -a command=(Xvfb -screen 0 800x480x24)
-    if [[ -n ${ZUL_WINDOW:-} ]]; then command=(Xephyr -screen 800x480 -title "controller"); fi
+    local -a command=(Xvfb -screen 0 "${screen_width}x${screen_height}x24")
+    if [[ -n ${ZUL_WINDOW:-} ]]; then command=(Xephyr -screen "${screen_width}x$screen_height" -title "controller"); fi
     command+=(-displayfd 3 -noreset -nolisten tcp)
     if [[ $ZUL_MODE == isolated ]]; then
         # Its sockets are the controller's, whose display numbers cannot clash with another's; but the user's has to be there.
@@ -68,7 +68,7 @@ pixel() {
     on_screen import -silent -window root -crop "1x1+$1+$2" -depth 8 rgb:- | od -An -tx1 | tr -d ' \n'
 }
 
-# tap NAME - touches a place of places.sh.
+# tap NAME - touches a place of facts.sh.
 tap() {
     local -n place=at_$1
     event operator "taps ${1//_/ }"

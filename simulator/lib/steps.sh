@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# shellcheck disable=SC2154 # controller_programs: controller.sh
+# shellcheck disable=SC2034,SC2154 # shared with controller.sh, and with the scenarios
 # Steps that many scenarios have in common. Each ends the scenario when it does not come about. Sourced, never run.
 
 # let_pass SECONDS - for what must not happen there is nothing to wait for but time.
@@ -25,7 +25,7 @@ link_points_at() {
 medium_taken_up() {
     must "the link points at the medium" within 20 link_points_at "$1"
     must "the window comes up" within 20 window_visible
-    must "the watchdog is asked for a suspension" wait_for_log ' watchdog +received syscmd_suspend@600$' 10
+    must "the watchdog is asked for a suspension" wait_for_log ' watchdog +received syscmd_suspend@'"$suspension"'$' 10
     must "no application program runs" within 10 no_application_runs
 }
 
@@ -156,8 +156,10 @@ ended_without_a_word() {
     check "nobody is asked to unplug for it" fails within 1 message_shown
 }
 
-# queue_holds KEY "BYTES MESSAGES" - what waits in the controller's queue whose key begins so; the tool's own with 0x8f,
-# from the project id 143.
+# How the key of the watchdog's queue begins.
+printf -v watchdogs_queue '0x%02x' "$queue_project_id"
+
+# queue_holds KEY "BYTES MESSAGES" - what waits in the controller's queue whose key begins so.
 queue_holds() {
     [[ $(on_controller ipcs -q | awk -v key="$1" 'index($1, key) == 1 && $4 == 666 {print $5, $6}') == "$2" ]]
 }
@@ -169,13 +171,13 @@ count_seconds() {
     event simulator "$1 seconds were counted"
 }
 
-# countdown_took_its_time - reboot came after 302 ticks of a second, which were counted beside it with count_seconds.
+# countdown_took_its_time - reboot came after as many ticks as were counted beside it with count_seconds.
 countdown_took_its_time() {
     local shown reboot counted
-    must "302 seconds were counted beside it" wait_for_log ' simulator +302 seconds were counted$' 60
-    shown=$(time_of ' watchdog +received syscmd_suspend@600')
+    must "the seconds were counted beside it" wait_for_log ' simulator +[0-9]+ seconds were counted$' 60
+    shown=$(time_of ' watchdog +received syscmd_suspend@')
     reboot=$(time_of ' stand-in +reboot$')
-    counted=$(time_of ' simulator +302 seconds were counted$')
-    echo "reboot came after $((reboot - shown)) tenths of a second, 302 seconds were counted after $((counted - shown))"
-    ((reboot - shown >= 3010 && reboot - counted <= 10))
+    counted=$(time_of ' simulator +[0-9]+ seconds were counted$')
+    echo "tenths of a second: reboot came after $((reboot - shown)), the count ended after $((counted - shown))"
+    ((reboot - shown >= 10 * (countdown_seconds - 1) && reboot - counted <= 10))
 }

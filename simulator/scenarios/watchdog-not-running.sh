@@ -11,7 +11,7 @@ must "the batch ends" within 30 batch_over
 unplug sd
 must "the window goes" within 20 window_hidden
 must "the link goes" within 10 fails upgrade_link
-check "two commands wait" within 10 queue_holds 0x8f "1024 2"
+check "two commands wait" within 10 queue_holds "$watchdogs_queue" "1024 2"
 start_program zul_watchdog
 must "the watchdog starts late" wait_for_log ' watchdog +received syscmd_apprestart$' 10
 check "and gets both, whole and in order" in_order ' watchdog +received syscmd_suspend@600$' ' watchdog +received syscmd_apprestart$'
