@@ -2,20 +2,6 @@
 # shellcheck disable=SC2154 # transcript: common.sh
 # Checks of what a transcript tells. Sourced, never run.
 
-failed_checks=0
-
-# check TEXT COMMAND... - says whether COMMAND succeeds, and counts it when it does not.
-check() {
-    local text=$1
-    shift
-    if "$@"; then
-        echo "  ok      $text"
-    else
-        echo "  FAILED  $text"
-        failed_checks=$((failed_checks + 1))
-    fi
-}
-
 # must TEXT COMMAND... - ends the script when COMMAND fails: nothing that follows would mean anything.
 must() {
     local text=$1

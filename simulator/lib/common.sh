@@ -1,10 +1,12 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2034 # the names are for the scripts that source this
-# What every script of the simulated controller uses: where things are, the transcript, waiting. Sourced, never run.
+# What every script of the simulated controller uses: where things are, and the transcript. Sourced, never run.
 
 simulator=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck source=../../scripts/lib/script.sh
 source "$simulator/../scripts/lib/script.sh"
+# shellcheck source=../../scripts/lib/checks.sh
+source "$simulator/../scripts/lib/checks.sh"
 build=${ZUL_BUILD_DIR:-$(dirname "$simulator")/build/release}
 
 # The media in media/ whose commands harm nothing wherever they run.
@@ -43,23 +45,6 @@ event() {
     printf -v line '%4d.%d s  %-10s %s' $((tenths / 10)) $((tenths % 10)) "$1" "$2"
     echo "$line" >>"$transcript"
     if [[ -n ${echo_to:-} ]]; then echo "$line" >&"$echo_to"; fi
-}
-
-# --- waiting --------------------------------------------------------------------------------------------------------
-
-# within SECONDS COMMAND... - runs COMMAND again and again until it succeeds; fails when the time is up.
-within() {
-    local end=$((${EPOCHREALTIME/./} + $1 * 1000000))
-    shift
-    until "$@"; do
-        if ((${EPOCHREALTIME/./} > end)); then return 1; fi
-        sleep 0.1
-    done
-}
-
-# fails COMMAND... - true when COMMAND fails.
-fails() {
-    if "$@"; then return 1; fi
 }
 
 # mark - remembers the transcript's end: logged, times_logged and wait_for_log look only behind the last mark.
