@@ -28,5 +28,5 @@ make_system() {
 
 # inside COMMAND... - in the root, from which no real "reboot" can be reached.
 inside() {
-    "$throwaway/../../simulator/sandbox" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 chroot "$root" "$@"
+    "$throwaway/../../simulator/sandbox" --as-root env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 chroot "$root" "$@"
 }

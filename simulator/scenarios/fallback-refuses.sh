@@ -21,11 +21,10 @@ rm /mnt/upgrade
 check "when the medium is the user's own" refused "--run-on-this-computer" --medium "$simulator/media/continue"
 check "when the user's own is named like a harmless one" refused "--run-on-this-computer" --medium "$simulator/media/harmless"
 
-mkdir /var/tmp/zul-empty-$$
-remove_at_end "/var/tmp/zul-empty-$$"
+empty=$(mktemp -d)
+remove_at_end "$empty"
 cannot_write() {
     unshare --mount sh -c 'mount --bind "$1" /mnt && mount -o remount,bind,ro /mnt && shift && "$@"' sh \
-        "/var/tmp/zul-empty-$$" "$simulator/show" --fallback --output "$artifacts/refused" 2>&1
+        "$empty" "$simulator/show" --fallback --output "$empty" 2>&1
 }
-remove_at_end "$artifacts/refused"
 check "when /mnt cannot be written" grep -q "/mnt cannot be written" < <(cannot_write)

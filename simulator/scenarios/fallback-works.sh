@@ -2,10 +2,10 @@
 # Where namespaces are refused the show says what the fallback would be, and does nothing; asked for, it shows a
 # whole upgrade that way and leaves nothing behind.
 
+output=$(mktemp -d)
+remove_at_end "$output"
 export TMPDIR=/mnt/tmp
 mkdir /mnt/tmp
-output=$build/simulator/$name
-remove_at_end "$output"
 mounts=$(sort /proc/mounts)
 # What an ordinary container lacks.
 container=(setpriv --bounding-set=-sys_admin "$simulator/show" --output "$output")
