@@ -39,7 +39,7 @@ function(zul_install_fonts_into directory cache)
     zul_absolute(directory "${directory}")
     zul_absolute(cache "${cache}")
     zul_make_staging_directory(staged)
-    execute_process(COMMAND ${ZUL_SOURCE_DIR}/packaging/fonts/install-fonts ${directory} ${cache} ${staged}
+    execute_process(COMMAND ${ZUL_SOURCE_DIR}/packaging/fonts/install-fonts ${directory} ${cache} ${staged} ${ZUL_FONTS}
         RESULT_VARIABLE failed)
     if(failed)
         message(FATAL_ERROR "the fonts cannot be put into ${directory}")

@@ -21,6 +21,7 @@ set(ZUL_PROGRAM_DIR ${program_dir} CACHE STRING "The controller's programs, wher
 # Not asked of pkg-config, which knows where this computer has them and nothing of the prefix.
 set(ZUL_UNIT_DIR lib/systemd/system CACHE STRING "Units of systemd")
 set(ZUL_UDEV_DIR lib/udev/rules.d CACHE STRING "Rules of udev")
+set(ZUL_FONTS "" CACHE STRING "Files of the system's fonts, absolute paths; where Debian has them when empty")
 option(ZUL_STRIP "Strip the programs as they are installed; off for whoever keeps their debugging symbols" ON)
 
 set(ZUL_SHARE_DIR ${CMAKE_INSTALL_DATAROOTDIR}/zul-upgrade)
@@ -49,6 +50,7 @@ set(ZUL_SYSCONF_DIR [==[${CMAKE_INSTALL_SYSCONFDIR}]==])
 set(ZUL_PROGRAM_DIR [==[${ZUL_PROGRAM_DIR}]==])
 set(ZUL_SHARE_DIR [==[${ZUL_SHARE_DIR}]==])
 set(ZUL_CACHE_DIR [==[${ZUL_CACHE_DIR}]==])
+set(ZUL_FONTS [==[${ZUL_FONTS}]==])
 set(ZUL_DOC_DIR [==[${ZUL_DOC_DIR}]==])
 set(PROJECT_VERSION [==[${PROJECT_VERSION}]==])
 include([==[${PROJECT_SOURCE_DIR}/packaging/at-install.cmake]==])

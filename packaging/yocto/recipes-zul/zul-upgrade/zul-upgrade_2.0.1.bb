@@ -1,0 +1,36 @@
+SUMMARY = "upgrade tool of a touch-screen controller"
+DESCRIPTION = "Waits, invisible, for an SD card or a USB drive that carries a command catalogue. It then takes the \
+controller's 800 x 480 screen from the application programs, offers the operations of the catalogue or runs them at \
+once, reports each one, and gives the screen back when the medium is removed."
+SECTION = "admin"
+LICENSE = "MIT"
+LIC_FILES_CHKSUM = "file://LICENSE;md5=d6e117f02b58904d72793551b5255920"
+
+inherit cmake_qt5 systemd externalsrc
+
+EXTERNALSRC = "${ZUL_UPGRADE_SOURCE}"
+
+DEPENDS = "qtbase"
+
+# The directory of zul_watchdog, and where the fonts are installed; change them in local.conf or a .bbappend.
+ZUL_PROGRAM_DIR ?= "/opt/zul"
+ZUL_FONTS ?= "${datadir}/fonts/ttf/LiberationSans-Regular.ttf;${datadir}/fonts/ttf/LiberationSans-Bold.ttf;${datadir}/fonts/truetype/DroidSansFallbackFull.ttf"
+
+ZUL_UNIT_DIR = "${@bb.utils.contains('DISTRO_FEATURES', 'systemd', d.getVar('systemd_system_unitdir'), '', d)}"
+
+EXTRA_OECMAKE = " \
+    -DBUILD_TESTING=OFF \
+    -DZUL_CATALOGUE=OFF \
+    -DZUL_STRIP=OFF \
+    -DZUL_PROGRAM_DIR=${ZUL_PROGRAM_DIR} \
+    -DZUL_UNIT_DIR=${ZUL_UNIT_DIR} \
+    -DZUL_UDEV_DIR=${nonarch_base_libdir}/udev/rules.d \
+    '-DZUL_FONTS=${ZUL_FONTS}' \
+"
+
+SYSTEMD_SERVICE:${PN} = "zul_upgrade.service"
+
+FILES:${PN} += "${ZUL_PROGRAM_DIR} ${datadir}/zul-upgrade"
+CONFFILES:${PN} = "${sysconfdir}/default/zul_upgrade"
+
+RDEPENDS:${PN} = "fontconfig liberation-fonts psmisc qtbase-plugins ttf-droid-sans-fallback"
