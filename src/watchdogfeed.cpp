@@ -13,7 +13,6 @@
 namespace
 {
 
-constexpr int queueId = 6799;
 constexpr size_t receiveLimit = 8192;
 
 /// Room for everything that msgrcv(2) may deliver under the receive limit.
@@ -94,7 +93,7 @@ WatchDogFeed::WatchDogFeed(QObject *parent)
     : QObject(parent)
     , messenger(new MyMessageType(this))
 {
-    messenger->createMessageId(queueId);
+    messenger->createMessageId(watchdogQueueId);
 }
 
 void WatchDogFeed::onSuspend(unsigned int n)
@@ -120,6 +119,6 @@ void WatchDogFeed::onRestartApp()
 void WatchDogFeed::send(const QString &command)
 {
     if (!messenger->isCreate())
-        messenger->createMessageId(queueId);
+        messenger->createMessageId(watchdogQueueId);
     messenger->write(command, 0);
 }

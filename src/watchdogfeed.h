@@ -6,6 +6,10 @@
 
 #include <sys/types.h>
 
+/// What the watchdog process and this program make the key of their queue of, beside a file: of this number
+/// ftok(3) gets the remainder modulo 256.
+constexpr int watchdogQueueId = 6799;
+
 /// One record of the watchdog queue, host byte order, shared with the watchdog process.
 /// On the 32-bit target 4 + 512 bytes; where `long` is wider, `mtype` follows it, as msgop(2) wants.
 struct WatchdogMessage {

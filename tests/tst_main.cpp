@@ -321,7 +321,7 @@ void TestMain::theKeyOfTheQueueIsLogged()
     Tool tool;
     const QString keyFile = tool.filePath("zul_watchdog");
     writeFile(keyFile, "");
-    const key_t key = ftok(QFile::encodeName(keyFile).constData(), 143);
+    const key_t key = ftok(QFile::encodeName(keyFile).constData(), WatchdogQueue::projectId);
     QVERIFY(key != -1);
 
     QVERIFY(tool.start());

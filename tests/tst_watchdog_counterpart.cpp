@@ -40,7 +40,7 @@ void TestWatchdogCounterpart::init()
     directory.reset(new QTemporaryDir);
     const QString program = directory->filePath("zul_watchdog");
     QVERIFY(QFile::copy(ZUL_WATCHDOG, program));
-    queue.reset(new WatchdogQueue(ftok(QFile::encodeName(program).constData(), 143)));
+    queue.reset(new WatchdogQueue(ftok(QFile::encodeName(program).constData(), WatchdogQueue::projectId)));
     said.clear();
     watchdog.reset(new QProcess);
     watchdog->start(program, QStringList());

@@ -26,7 +26,6 @@ Q_DECLARE_METATYPE(Send)
 namespace
 {
 
-constexpr int queueId = 6799;
 constexpr int textSize = 512;
 constexpr int receiveLimit = 8192;
 
@@ -42,7 +41,7 @@ class OpenChannel : public MyMessageType
 public:
     OpenChannel()
     {
-        createMessageId(queueId);
+        createMessageId(watchdogQueueId);
     }
 };
 
@@ -183,7 +182,7 @@ void TestWatchDogFeed::everyoneMayUseTheQueue()
 {
     MyMessageType channel;
 
-    const int id = channel.createMessageId(queueId);
+    const int id = channel.createMessageId(watchdogQueueId);
 
     msqid_ds status;
     QCOMPARE(msgctl(id, IPC_STAT, &status), 0);
@@ -208,7 +207,7 @@ void TestWatchDogFeed::creatingAgainFollowsTheFile()
     const WatchdogFile file;
     WatchdogQueue queue;
 
-    QCOMPARE(channel.createMessageId(queueId), queue.id());
+    QCOMPARE(channel.createMessageId(watchdogQueueId), queue.id());
 
     QVERIFY(queue.id() != idWithoutFile);
     QCOMPARE(channel.write("to the new queue", 0), 0);
@@ -223,7 +222,7 @@ void TestWatchDogFeed::aFailedCreationIsReportedByTheReturnValueOnly()
     MyMessageType channel;
     const DebugLines debug;
 
-    QCOMPARE(channel.createMessageId(queueId), -1);
+    QCOMPARE(channel.createMessageId(watchdogQueueId), -1);
 
     QVERIFY(!channel.isCreate());
     QCOMPARE(debug.lines(), QStringList{"key = -1"});

@@ -34,7 +34,7 @@ int main(int argc, char **argv)
     }
     const std::string text = argv[1];
     const std::string directory(argv[0], std::strrchr(argv[0], '/') - argv[0] + 1);
-    const int queue = msgget(ftok((directory + "zul_watchdog").c_str(), 6799 % 256), 0);
+    const int queue = msgget(ftok((directory + "zul_watchdog").c_str(), watchdogQueueId % 256), 0);
     Oversized message{};
     message.mtype = 1;
     std::memset(message.mtext, 'x', sizeof(message.mtext));

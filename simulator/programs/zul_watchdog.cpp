@@ -27,7 +27,6 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int queueId = 6799; // as the tool passes it; the remainder modulo 256 is what ftok(3) gets
 constexpr long commandType = 1;
 constexpr auto tick = std::chrono::milliseconds(100);
 // Within a second of its end, but not at once: the tool stops the programs first and suspends the supervision
@@ -155,7 +154,7 @@ public:
 private:
     bool open()
     {
-        const key_t key = ftok(keyFile.c_str(), queueId % 256);
+        const key_t key = ftok(keyFile.c_str(), watchdogQueueId % 256);
         identifier = msgget(key, IPC_CREAT | 0666);
         if (identifier != -1) {
             say("listening on queue " + std::to_string(key));

@@ -12,7 +12,6 @@
 namespace
 {
 
-constexpr int projectId = 143;
 constexpr int textSize = 512;
 constexpr size_t longestMessage = 65536;
 
