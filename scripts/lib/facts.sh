@@ -3,8 +3,8 @@
 # What the simulator, the virtual board and the benchmarks have to know of the tool. Shell scripts source it, Python reads
 # it with board/lib/facts.py: a line is a name and a number or a text in double quotes.
 #
-# None of it has its home here. tests/tst_widget_places.cpp holds sizes and places to the real window and names the line
-# that differs.
+# None of it has its home here: tests/facts holds the first part to the sources, tests/tst_widget_places.cpp the places to
+# the real window. Both name the line that differs.
 
 screen_width=800
 screen_height=480
