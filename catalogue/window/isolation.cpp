@@ -48,7 +48,7 @@ struct Trial {
 // Each is called in a way to which the real one would do nothing. The last two have none, and are reached
 // only when the others, which are defined in the same file, were found to be in place.
 const Trial trials[] = {
-    {"popen", [] { popen("", "no mode"); }},
+    {"popen", [] { std::ignore = popen("", "no mode"); }},
     {"msgget", [] { msgget(0x7fffffff, 0); }}, // without leave to make a queue
     {"msgsnd", [] { msgsnd(-1, "", 0, IPC_NOWAIT); }},
     {"msgrcv", [] { msgrcv(-1, nullptr, 0, 0, IPC_NOWAIT); }},
