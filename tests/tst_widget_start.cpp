@@ -1,9 +1,10 @@
 #include "widget.h"
 
 // Before anything else could bring them: incomplete types have no size.
-static_assert(sizeof(QTimer) && sizeof(WatchDogFeed) && sizeof(MyMessageType) && sizeof(QTextCodec)
-                  && sizeof(QStandardItemModel) && sizeof(QMessageBox) && sizeof(QSettings)
-                  && sizeof(QModelIndex) && sizeof(QMap<QString, _system_CMD>) && sizeof(myThread),
+static_assert(sizeof(QTimer) > 0 && sizeof(WatchDogFeed) > 0 && sizeof(MyMessageType) > 0
+                  && sizeof(QTextCodec) > 0 && sizeof(QStandardItemModel) > 0 && sizeof(QMessageBox) > 0
+                  && sizeof(QSettings) > 0 && sizeof(QModelIndex) > 0
+                  && sizeof(QMap<QString, _system_CMD>) > 0 && sizeof(myThread) > 0,
               "widget.h brings the types of the window's members and of its functions' arguments");
 
 #include "debuglines.h"

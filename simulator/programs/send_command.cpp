@@ -33,7 +33,7 @@ int main(int argc, char **argv)
         return 64;
     }
     const std::string text = argv[1];
-    const std::string directory(argv[0], std::strrchr(argv[0], '/') - argv[0] + 1);
+    const std::string directory(argv[0], std::strrchr(argv[0], '/') + 1);
     const int queue = msgget(ftok((directory + "zul_watchdog").c_str(), watchdogQueueId % 256), 0);
     Oversized message{};
     message.mtype = 1;
