@@ -1,13 +1,12 @@
 # shellcheck shell=bash
 # A throwaway Debian 12 root of this computer's architecture, and a place for what is tested in it. Sourced, never run.
-# Sets $work and $root, which go when the script ends.
+# Sets $work and $root, which go when the script ends. To be sourced after leave_nothing_behind.
 
 throwaway=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 # shellcheck source=../../scripts/lib/roots.sh
 source "$throwaway/../../scripts/lib/roots.sh"
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+work=$(mktemp -d -p "$ZUL_SCRATCH")
 root=$work/root
 
 # make_system PACKAGE,... DEB... - with the packages, with what the built packages need, and a watchdog where the

@@ -9,9 +9,9 @@
 source "$(dirname "${BASH_SOURCE[0]}")/script.sh"
 
 : "${ZUL_CACHE:=/var/cache/zul_upgrade-build}"
-readonly ARM_ENTRY=zul-arm
+ARM_ENTRY=zul-arm
 # Of each kind: whoever comes back to an older state has it made again.
-readonly KEPT=3
+KEPT=3
 
 # --- What is kept ---------------------------------------------------------------------------------------------------
 
