@@ -66,6 +66,7 @@ def power_on_shows_the_application_and_nothing_of_the_tool(c: Controller) -> Non
     c.photograph("00-application")
     assert c.board.shell("systemctl --failed --no-legend --plain") == "", "a unit has failed"
     assert c.board.shell("systemctl is-enabled zul_upgrade") == "enabled"
+    assert "active (running)" in c.board.shell("systemctl status zul_upgrade | cat"), "not as docs/installing.md has it"
     assert shows_application(c.board.screen()), "the tool has drawn something while it started"
 
 

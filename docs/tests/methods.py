@@ -1,0 +1,227 @@
+"""The ways in which a block is tried. Each can also look, without running anything, whether it fits the block."""
+
+from __future__ import annotations
+
+import re
+from dataclasses import dataclass, field
+
+from blocks import Block
+from rooms import CLONE, REPOSITORY, House, Wrong, medium
+
+
+def demand(condition: object, block: Block, reason: str, output: str = "", line: int = 0) -> None:
+    if not condition:
+        raise Wrong(block, line or block.line, reason, output)
+
+
+def content(file: str) -> str:
+    return (REPOSITORY / file).read_text(encoding="utf-8")
+
+
+class Method:
+    """Says in `told` what happens to the block."""
+
+    told = ""
+
+    def check(self, block: Block) -> None:
+        """Raises Wrong when the table cannot be right about the block. Runs nothing."""
+
+    def run(self, block: Block, house: House) -> None:
+        """Raises Wrong when the block does not do what its document promises."""
+        raise NotImplementedError
+
+
+class NoCommand(Method):
+    """A drawing, or something that is printed."""
+
+    def __init__(self, what: str) -> None:
+        self.told = f"not run: {what}"
+
+    def check(self, block: Block) -> None:
+        demand(not block.language, block, f"a block of {block.language} is more than a drawing")
+
+    def run(self, block: Block, house: House) -> None:
+        pass
+
+
+@dataclass(frozen=True)
+class By:
+    """A file that runs something, and the text in it that does."""
+
+    file: str
+    text: str
+
+
+class UsedBy(Method):
+    """Another test uses these very words: all that `part` matches in the block's lines."""
+
+    def __init__(self, file: str, part: str = r".+") -> None:
+        self.told = f"used by {file}"
+        self.file = file
+        self.part = re.compile(part)
+
+    def check(self, block: Block) -> None:
+        there = content(self.file)
+        words = [(number, word) for number, line in block.lines for word in self.part.findall(line)]
+        demand(words, block, f'nothing in it is "{self.part.pattern}"')
+        for number, word in words:
+            demand(word in there, block, f'{self.file} does not have "{word}"', line=number)
+
+    def run(self, block: Block, house: House) -> None:
+        pass
+
+
+@dataclass
+class Commands(Method):
+    """Commands for a terminal, run as they stand.
+
+    room       a reader's name: an ordinary user with sudo in a clean clone on a fresh Debian 12. Blocks with the same
+               room are run one after the other on the same computer. Or none: the controller, as root
+    elsewhere  commands that another test runs for every change; here they are run with --full only, and never on the
+               controller, which nothing has started
+    before     what root does first
+    """
+
+    room: str | None = None
+    elsewhere: dict[str, By] = field(default_factory=dict)
+    controller_at_hand: bool = False
+    before: str = "true"
+
+    def __post_init__(self) -> None:
+        self.told = f"run by the reader {self.room}" if self.room else "run on the controller"
+        for command, by in self.elsewhere.items():
+            self.told += f'; "{command}" by {by.file}'
+
+    def lines_elsewhere(self, block: Block) -> set[int]:
+        numbers = set()
+        for command, by in self.elsewhere.items():
+            lines = [number for number, line in block.lines if line.partition("#")[0].strip() == command]
+            demand(lines, block, f'the table knows of a command that is not there: "{command}"')
+            demand(by.text in content(by.file), block, f'{by.file} does not have "{by.text}"', line=lines[0])
+            numbers.update(lines)
+        return numbers
+
+    def check(self, block: Block) -> None:
+        demand(block.language == "sh", block, "commands are in blocks of sh")
+        self.lines_elsewhere(block)
+
+    def run(self, block: Block, house: House) -> None:
+        elsewhere = self.lines_elsewhere(block)
+        if not self.room:
+            house.controller().try_for(block, self.before)
+            house.controller().run_block(block, elsewhere, user="root")
+            return
+        room = house.reader(self.room)
+        if self.controller_at_hand:
+            house.connect(room)
+        room.run_block(block, set() if house.full else elsewhere, directory=CLONE)
+
+
+@dataclass
+class Catalogue(Method):
+    """A catalogue: the zul_catalogue that a reader has built finds nothing wrong with it."""
+
+    room: str
+    build: str  # the folder of its build
+    files: tuple[str, ...]  # what the medium carries besides
+
+    def __post_init__(self) -> None:
+        self.told = "checked by zul_catalogue"
+
+    def run(self, block: Block, house: House) -> None:
+        room = house.reader(self.room)
+        room.write("/card/zul_install/system.ini", block.text)
+        for file in self.files:
+            room.write(f"/card/{file}", "")
+        room.do("apt-get", "-q", "install", "fonts-liberation", "fonts-droid-fallback")  # it measures with them
+        room.do("cmake", "--install", f"{CLONE}/{self.build}", "--component", "catalogue")
+        room.try_for(block, "zul_catalogue check --strict /card")
+
+
+class FrameBufferNotAwaited(Method):
+    """With it, the service starts at once where there is no frame buffer; without it, systemd would wait for one."""
+
+    told = "run on the controller; what systemd would start is compared"
+
+    def waits(self, block: Block, house: House) -> bool:
+        plan = house.controller().try_for(
+            block, "SYSTEMD_LOG_LEVEL=debug systemd-analyze --man=no verify zul_upgrade.service"
+        )
+        demand("zul_upgrade.service: Installed new job" in plan, block, "systemd would not start the tool", plan)
+        return "dev-fb0.device: Installed new job" in plan
+
+    def run(self, block: Block, house: House) -> None:
+        demand(self.waits(block, house), block, "the service does not wait for a frame buffer anyway")
+        house.controller().run_block(block, set(), user="root")
+        demand(not self.waits(block, house), block, "the service waits for a frame buffer all the same")
+
+
+class UdevRules(Method):
+    """Rules that udev reads without a complaint."""
+
+    def __init__(self, file: str) -> None:
+        self.told = "read by udev"
+        self.file = file
+
+    def run(self, block: Block, house: House) -> None:
+        room = house.controller()
+        room.write(self.file, block.text)
+        told = room.try_for(block, "udevadm test --action=add /sys/class/mem/null")
+        demand(f"Reading rules file: {self.file}" in told, block, "udev does not read it", told)
+        complaints = re.findall(rf"^{re.escape(self.file)}:(\d+) (.*)$", told, re.MULTILINE)
+        for number, complaint in complaints:
+            raise Wrong(block, block.line + int(number) - 1, complaint)
+
+
+class StartedByHand(Method):
+    """The lines of an init script. A tool that ends with 1 is started again, one that ends with 0 is not; it has the
+    settings and a directory of its own, and what it says is logged."""
+
+    told = "run on the controller, with a tool that ends"
+    TOOL = """#!/bin/sh
+echo "start" >>/starts
+echo "said by the tool"
+stat -c 'directory %a' "$XDG_RUNTIME_DIR" >>/starts
+env | grep '^QT_FONT_DPI=' >>/starts
+[ "$(grep -c start /starts)" = 2 ]
+"""
+    LOGGER = """#!/bin/sh
+sed "s/^/$2: /" >>/log
+"""
+
+    def run(self, block: Block, house: House) -> None:
+        room = house.controller()
+        room.do("mv", "/opt/zul/zul_upgrade", "/opt/zul/kept")
+        room.write("/opt/zul/zul_upgrade", self.TOOL, 0o755)
+        room.write("/usr/local/bin/logger", self.LOGGER, 0o755)
+        room.run_block(block, set(), user="root", shell="sh")
+        room.do("mv", "/opt/zul/kept", "/opt/zul/zul_upgrade")
+        dpi = room.do("grep", "^QT_FONT_DPI=", "/etc/default/zul_upgrade")
+        starts, log = room.do("cat", "/starts"), room.do("cat", "/log")
+        demand(starts == f"start\ndirectory 700\n{dpi}" * 2, block, "the tool is not started as it should be", starts)
+        demand(log == "zul_upgrade: said by the tool\n" * 2, block, "what the tool says is not logged", log)
+
+
+class Mdev(Method):
+    """A file for busybox's mdev, which mounts and unmounts a medium when it has all files; `last` says that it has."""
+
+    def __init__(self, file: str, mode: int = 0o644, last: bool = False) -> None:
+        self.told = "used by mdev with a medium" if last else "written for mdev"
+        self.file = file
+        self.mode = mode
+        self.last = last
+
+    def run(self, block: Block, house: House) -> None:
+        room = house.controller()
+        room.write(self.file, block.text, self.mode)
+        if not self.last:
+            return
+        room.do("apt-get", "-q", "install", "busybox", "psmisc")
+        with medium(house.folder / "medium") as device:
+            mdev = f"DEVPATH=/devices/virtual/block/{device} DEVNAME=sda1 SUBSYSTEM=block busybox mdev"
+            told = room.try_for(
+                block,
+                f"ACTION=add {mdev}; df | grep '^/dev/sda1 .* /media/sda1$'; cat /media/sda1/file; "
+                f"exec 3</media/sda1/file; ACTION=remove {mdev}; if df | grep /media/sda1; then exit 1; fi",
+            )
+        demand("written by the test" in told, block, "the medium is not what is mounted", told)

@@ -1,0 +1,186 @@
+"""The rooms in which the blocks of the documents are run: fresh Debian 12 systems, each in a folder of its own."""
+
+from __future__ import annotations
+
+import os
+import re
+import subprocess
+from collections.abc import Iterator
+from contextlib import contextmanager
+from pathlib import Path
+
+from blocks import Block
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+READER = "reader"
+HOME = Path("/home", READER)
+CLONE = HOME / "zul_upgrade"
+# In seconds; far more than anything in a document takes, the first root for the controller's architecture included.
+LIMIT = 3600
+CONTROLLER = "/controller"
+KEPT_ROOTS = "/var/cache/zul_upgrade-build"
+# What the shell prints with the number of the line that failed.
+FAILED = "[failed] "
+FAILED_LINE = re.compile(rf"^(?:{re.escape(FAILED)}|/block: (?:line )?)(\d+)", re.MULTILINE)
+
+# Answers for a reader who agrees to what apt wants to do.
+AGREES = 'APT::Get::Assume-Yes "true";\n'
+
+# Stand in for the network between the reader and the controller: its name leads to a folder.
+SSH = """#!/bin/sh
+# ssh controller COMMAND...
+[ "$1" = controller ] || exit 255
+shift
+exec sudo unshare --mount --pid --fork --kill-child --mount-proc=CONTROLLER/proc chroot CONTROLLER \\
+    env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 \\
+    sh -c "cd && $*"
+"""
+SCP = """#!/bin/sh
+# scp FILE controller:
+[ "$#" = 2 ] && [ "$2" = controller: ] && exec sudo cp "$1" CONTROLLER/root/
+exit 255
+"""
+
+
+class Wrong(Exception):
+    """A block does not do what the document promises."""
+
+    def __init__(self, block: Block, line: int, reason: str, output: str = "") -> None:
+        command = dict(block.lines).get(line, "")
+        super().__init__(f"{block.document}:{line}: {command}\n    {reason}")
+        self.output = output
+
+
+def run(*command: str | Path) -> str:
+    """Runs a command; returns all that it prints, and raises CalledProcessError when it fails."""
+    ended = subprocess.run(
+        command,
+        check=True,
+        timeout=LIMIT,
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        encoding="utf-8",
+        errors="replace",
+    )
+    return ended.stdout
+
+
+class Room:
+    """One system. Commands in it reach nothing of this computer but its network."""
+
+    def __init__(self, root: Path) -> None:
+        self.root = root
+        self.binds: list[str] = []
+
+    @property
+    def enter(self) -> list[str]:
+        return [str(REPOSITORY / "scripts/in-root"), *self.binds, str(self.root)]
+
+    def write(self, path: Path | str, text: str, mode: int = 0o644) -> None:
+        file = self.root / str(path).lstrip("/")
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(text, encoding="utf-8")
+        file.chmod(mode)
+
+    def do(self, *command: str) -> str:
+        """Runs what prepares the room or looks at it, as root. Returns all that it prints."""
+        return run(*self.enter, *command)
+
+    def try_for(self, block: Block, script: str) -> str:
+        """Runs what shows whether a block is right, as root. Returns all that it prints."""
+        return self._tried(block, "sh", "-ec", script)
+
+    def run_block(
+        self, block: Block, left_out: set[int], user: str = READER, directory: Path = Path("."), shell: str = "bash"
+    ) -> str:
+        """Runs a block's lines but those left out, as one script, so that they share what a terminal keeps from line
+        to line. Every line has the number that it has in the document, for the shell to name the one that fails.
+        """
+        lines = enumerate(block.text.splitlines(), block.line)
+        kept = ["" if number in left_out else line for number, line in lines]
+        first = "set -e"
+        if shell == "bash":
+            first = f"set -eEo pipefail; trap 'echo \"{FAILED}$LINENO\"' ERR"
+        self.write("/block", "\n".join([first, *[""] * (block.line - 2), *kept, "wait", ""]))
+        return self._tried(block, "runuser", "-l", user, "-c", f"cd {directory} && exec {shell} /block")
+
+    def _tried(self, block: Block, *command: str) -> str:
+        try:
+            return self.do(*command)
+        except subprocess.CalledProcessError as error:
+            told = FAILED_LINE.search(error.output)
+            number = int(told[1]) if told else block.line
+            raise Wrong(block, number, f"ended with {error.returncode}", error.output) from error
+        except subprocess.TimeoutExpired as error:
+            output = (error.output or b"").decode(errors="replace")
+            raise Wrong(block, block.line, f"does not end within {LIMIT} s", output) from error
+
+
+class House:
+    """All rooms of one run, in one folder that goes with it."""
+
+    def __init__(self, folder: Path, reader: Path, controller: Path, cache: Path, full: bool) -> None:
+        self.folder = folder
+        self.archives = {READER: reader, "controller": controller}
+        self.cache = cache
+        self.full = full  # whether what other tests run for every change is run here, too
+        self.rooms: dict[str, Room] = {}
+
+    def _furnished(self, name: str, archive: str) -> Room:
+        room = Room(self.folder / name)
+        room.root.mkdir()
+        run("tar", "--directory", room.root, "--extract", "--file", self.archives[archive])
+        room.write("/etc/apt/apt.conf.d/90agrees", AGREES)
+        room.write("/etc/hosts", f"127.0.0.1 localhost {os.uname().nodename}\n")
+        room.do("apt-get", "-q", "update")
+        self.rooms[name] = room
+        return room
+
+    def reader(self, name: str) -> Room:
+        """The room of a reader with this name: an ordinary user with sudo, in a clean clone."""
+        if name in self.rooms:
+            return self.rooms[name]
+        room = self._furnished(name, READER)
+        room.write(f"/etc/sudoers.d/{READER}", f"{READER} ALL=(ALL) NOPASSWD: ALL\n", 0o440)
+        room.do("useradd", "--create-home", "--shell", "/bin/bash", READER)
+        clone(room.root / str(CLONE).lstrip("/"))
+        room.do("chown", "-R", f"{READER}:", str(HOME))
+        return room
+
+    def controller(self) -> Room:
+        """The controller, reached by the reader's ssh and scp; a 32-bit ARM system, emulated."""
+        if "controller" not in self.rooms:
+            self._furnished("controller", "controller")
+        return self.rooms["controller"]
+
+    def connect(self, room: Room) -> None:
+        """Gives a reader the controller, and the roots for its architecture that this computer keeps."""
+        room.binds += ["--bind", str(self.controller().root), CONTROLLER]
+        room.binds += ["--bind", str(self.cache), KEPT_ROOTS]
+        for name, text in (("ssh", SSH), ("scp", SCP)):
+            room.write(f"/usr/local/bin/{name}", text.replace("CONTROLLER", CONTROLLER), 0o755)
+
+
+def clone(target: Path) -> None:
+    """The checkout as it is now, changes of tracked files included, and nothing that git does not know."""
+    git = ["git", "-c", "safe.directory=*", "-c", "user.name=reader", "-c", "user.email=reader@localhost"]
+    state = run(*git, "-C", REPOSITORY, "stash", "create").strip() or "HEAD"
+    target.mkdir(parents=True)
+    run(*git, "init", "--quiet", target)
+    run(*git, "-C", target, "fetch", "--quiet", "--depth=1", f"file://{REPOSITORY}", state)
+    run(*git, "-C", target, "checkout", "--quiet", "--detach", "FETCH_HEAD")
+
+
+@contextmanager
+def medium(image: Path) -> Iterator[str]:
+    """A medium with a file on it; gives the name of the device that it is in."""
+    content = image.with_suffix(".content")
+    content.mkdir()
+    (content / "file").write_text("written by the test\n", encoding="utf-8")
+    run("mke2fs", "-q", "-t", "ext4", "-d", content, image, "8M")
+    device = run("losetup", "--find", "--show", image).strip()
+    try:
+        yield Path(device).name
+    finally:
+        run("losetup", "--detach", device)

@@ -1,0 +1,44 @@
+"""Where each block of the documents is run. One that is missing here, or that no document has, fails."""
+
+from methods import (
+    By,
+    Catalogue,
+    Commands,
+    FrameBufferNotAwaited,
+    Mdev,
+    Method,
+    StartedByHand,
+    UdevRules,
+    UsedBy,
+)
+
+EVERYDAY = By(".ci/run", "./test everyday")
+
+# (document, heading, which block below it): how. They are run in this order.
+TABLE: dict[tuple[str, str, int], Method] = {
+    ("README.md", "Build", 1): Commands("builder"),
+    ("README.md", "The catalogue", 1): Catalogue("builder", "build/ship", ("zul_install/app",)),
+    ("README.md", "Build", 2): Commands("packager", controller_at_hand=True),
+    ("README.md", "Two commands", 1): Commands("newcomer", elsewhere={"./test": EVERYDAY}),
+    ("CONTRIBUTING.md", "First steps", 1): Commands("newcomer", elsewhere={"./test": EVERYDAY}),
+    # The README's blocks have installed it already.
+    ("docs/installing.md", "Installing", 1): Commands(
+        before="apt-get -q purge zul-upgrade",
+        elsewhere={"systemctl status zul_upgrade": By("board/lib/scenarios.py", "systemctl status zul_upgrade")},
+    ),
+    ("docs/installing.md", "The service", 1): FrameBufferNotAwaited(),
+    ("docs/installing.md", "Screen and fonts", 1): UsedBy("board/lib/machine.py", part=r"(?<= )\S+"),
+    ("docs/installing.md", "Touch", 1): UdevRules("/etc/udev/rules.d/99-touch.rules"),
+    ("docs/installing.md", "Touch", 2): UsedBy("board/lib/scenarios.py", part=r"^\w+="),
+    ("docs/installing.md", "Mounting media by themselves", 1): UsedBy(
+        "board/guest/root/etc/udev/rules.d/90-media.rules"
+    ),
+    ("docs/installing.md", "Without systemd", 1): StartedByHand(),
+    ("docs/installing.md", "Without systemd", 2): Mdev("/etc/mdev.conf"),
+    ("docs/installing.md", "Without systemd", 3): Mdev("/lib/mdev/medium", mode=0o755, last=True),
+}
+
+# Which block has to be run before another, where only some are asked for.
+PACKAGE = ("README.md", "Build", 2)
+NEEDS = {key: PACKAGE for key in TABLE if key[0] == "docs/installing.md"}
+NEEDS[("README.md", "The catalogue", 1)] = ("README.md", "Build", 1)
