@@ -4,6 +4,12 @@
 # Found now, because the script may go to another directory: it sources this before.
 script_file=$(realpath "$0")
 
+# Debian has these in root's PATH only, and much in them, such as pivot_root, is of use to an ordinary user as well.
+case :$PATH: in
+    *:/usr/sbin:*) ;;
+    *) PATH=$PATH:/usr/sbin:/sbin ;;
+esac
+
 # usage - prints the header comment of the script that runs, up to the line before "set".
 usage() {
     sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "$script_file"
