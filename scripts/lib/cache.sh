@@ -25,6 +25,7 @@ key_of() {
 # After leave_nothing_behind.
 cached() {
     local kind=${1%-*} target=$ZUL_CACHE/$1 gate
+    umask 022 # it is there for others than root, too
     exec {gate}>"$ZUL_CACHE/$kind.lock"
     flock "$gate"
     if [[ ! -e $target ]]; then
@@ -66,7 +67,7 @@ forget_old() {
 leave_nothing_behind() {
     local gate lock status=0
     if [[ -d ${ZUL_SCRATCH:-} ]]; then return; fi
-    mkdir -p "$ZUL_CACHE"
+    if [[ ! -d $ZUL_CACHE ]]; then install -d -m 755 "$ZUL_CACHE"; fi
     exec {gate}>"$ZUL_CACHE/partial.lock"
     flock "$gate"
     sweep_up
