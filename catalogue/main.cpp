@@ -103,7 +103,7 @@ void takeControllersScreen()
         qputenv("FONTCONFIG_SYSROOT", QFile::encodeName(fonts + "/root"));
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_FONT_DPI", "64");
+    qputenv("QT_FONT_DPI", ZUL_FONT_DPI);
     for (const char *name :
          {"QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS",
           "QT_AUTO_SCREEN_SCALE_FACTOR", "QT_ENABLE_HIGHDPI_SCALING", "QT_DEVICE_PIXEL_RATIO"})

@@ -1,5 +1,6 @@
 #include "scaffold.h"
 
+#include "common/controller.h"
 #include "common/failure.h"
 
 #include <QDir>
@@ -23,9 +24,9 @@ ENDGAME=true
 [CMD]
 ; key="Name on the screen@program and its arguments"
 ; No shell reads a command: for more than one program, write a script.
-; The medium is found under /mnt/upgrade.
-update="Update@sh /mnt/upgrade/zul_install/update.sh"
-log="Copy log@cp -f /var/log/messages /mnt/upgrade"
+; The medium is found under %1.
+update="Update@sh %1/%2/update.sh"
+log="Copy log@cp -f /var/log/messages %1"
 )";
 
 const char scriptText[] = R"(#!/bin/sh
@@ -33,23 +34,26 @@ const char scriptText[] = R"(#!/bin/sh
 set -eu
 
 # The medium, wherever it is mounted.
-medium=/mnt/upgrade
+medium=%1
 
 echo "update ran" >>"$medium/update.log"
 )";
 
+/// Writes the text, with the controller's paths in it: %1 for the medium, %2 for its folder.
 bool write(const QString &path, const char *text)
 {
+    const QString medium = QDir::cleanPath(mediumFolder);
+    const QByteArray bytes = QString(text).replace("%1", medium).replace("%2", installFolder()).toUtf8();
     QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text) == qstrlen(text) && file.flush();
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
 }
 
 } // namespace
 
 bool makeMedium(const QString &folder, QStringList *files, Failure *failure)
 {
-    const QString inside = QDir::cleanPath(folder) + "/zul_install";
-    const QString catalogue = inside + "/system.ini";
+    const QString inside = QDir::cleanPath(folder) + '/' + installFolder();
+    const QString catalogue = QDir::cleanPath(folder) + '/' + catalogueName;
     const QString script = inside + "/update.sh";
     for (const QString &file : {catalogue, script}) {
         if (QFileInfo::exists(file)) {

@@ -1,5 +1,6 @@
 #include "reading/medium.h"
 
+#include "common/controller.h"
 #include "common/failure.h"
 
 #include <QDir>
@@ -11,10 +12,6 @@
 
 namespace
 {
-
-const char catalogueName[] = "zul_install/system.ini";
-const char linkedFolder[] = "/mnt/upgrade/";
-constexpr qint64 largestCatalogue = qint64(8) * 1024 * 1024; // some 50,000 operations
 
 bool fail(Failure *failure, int exitCode, const QString &message)
 {
@@ -48,7 +45,7 @@ bool findCatalogue(const QString &argument, Medium *medium, Failure *failure)
                         .arg(argument, catalogueName, other.isEmpty() ? "" : " (but " + other + ')'));
     }
     medium->catalogue = argument;
-    if (QFileInfo(info.absolutePath()).fileName() == "zul_install")
+    if (QFileInfo(info.absolutePath()).fileName() == installFolder())
         medium->root = QDir::cleanPath(info.path() + "/..");
     return true;
 }
@@ -85,9 +82,9 @@ QString mountDirectoryOf(const QString &root)
 
 QString Medium::local(const QString &pathOnController) const
 {
-    if (root.isEmpty() || !pathOnController.startsWith(linkedFolder))
+    if (root.isEmpty() || !pathOnController.startsWith(mediumFolder))
         return QString();
-    return QDir::cleanPath(root + '/' + pathOnController.mid(static_cast<int>(sizeof linkedFolder) - 1));
+    return QDir::cleanPath(root + '/' + pathOnController.mid(static_cast<int>(sizeof mediumFolder) - 1));
 }
 
 bool openMedium(const QString &argument, Medium *medium, Failure *failure)

@@ -7,6 +7,8 @@
 
 struct Failure;
 
+constexpr qint64 largestCatalogue = qint64(8) * 1024 * 1024; ///< bytes; some 50,000 operations
+
 /// A medium as it lies on the author's computer.
 struct Medium {
     QString root;           ///< its folder; empty when only the catalogue itself was named, outside a medium

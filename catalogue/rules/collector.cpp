@@ -3,13 +3,6 @@
 #include "reading/medium.h"
 #include "rules/subject.h"
 
-namespace
-{
-
-constexpr int keptOfAKind = 50;
-
-} // namespace
-
 Collector::Collector(const Subject &itsSubject, Findings *itsFindings)
     : subject(itsSubject)
     , findings(itsFindings)

@@ -6,6 +6,8 @@
 class Subject;
 struct IniEntry;
 
+constexpr int keptOfAKind = 50;
+
 /// Takes the findings of one rule.
 class Collector
 {

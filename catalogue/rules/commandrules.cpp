@@ -1,5 +1,6 @@
 // Findings on the command lines: what the controller runs, for how long, and how it is shown.
 
+#include "common/controller.h"
 #include "reading/initext.h"
 #include "reading/shell.h"
 #include "rules/rules.h"
@@ -26,6 +27,12 @@ int commandOffset(const CommandEntry &command)
     return offsetOf(command, command.entry->value.text.indexOf('@') + 1);
 }
 
+/// A command that runs what this one cannot say, from a script on the medium.
+QString asScript(const CommandEntry &command)
+{
+    return QString("sh %1%2/%3.sh").arg(mediumFolder, installFolder(), command.entry->key);
+}
+
 // --- Name and command -----------------------------------------------------------------------------------
 
 void noAt(const Subject &subject, Collector &findings)
@@ -44,10 +51,9 @@ void severalAt(const Subject &subject, Collector &findings)
         if (command.ats < 2)
             continue;
         const QString &text = command.entry->value.text;
-        const QString script = "sh /mnt/upgrade/zul_install/" + command.entry->key + ".sh";
         findings.replace(*command.entry, offsetOf(command, text.indexOf('@', text.indexOf('@') + 1)),
                          "The second \"@\" ends the command; put a command with \"@\" into a script",
-                         subject.commandLine(command, script));
+                         subject.commandLine(command, asScript(command)));
     }
 }
 
@@ -213,7 +219,7 @@ double leastSeconds(const QString &command)
 {
     static const QRegularExpression pause("\\bsleep\\s+(\\d+(?:\\.\\d+)?)([smhd]?)");
     const QMap<QString, double> units = {{"", 1}, {"s", 1}, {"m", 60}, {"h", 3600}, {"d", 86400}};
-    double seconds = 2;
+    double seconds = settleSeconds;
     for (auto pauses = pause.globalMatch(command); pauses.hasNext();) {
         const QRegularExpressionMatch match = pauses.next();
         seconds += match.captured(1).toDouble() * units.value(match.captured(2));
@@ -223,19 +229,19 @@ double leastSeconds(const QString &command)
 
 void outlastsCountdown(const Subject &subject, Collector &findings)
 {
-    constexpr double countdownSeconds = 302;
     if (subject.verdict.mode != Verdict::Selection || !subject.list)
         return;
-    double seconds = 2.0 * subject.verdict.closing.size();
+    double seconds = 1.0 * settleSeconds * subject.verdict.closing.size();
     for (const CommandEntry &command : subject.commands)
         seconds += leastSeconds(command.command);
     if (seconds < countdownSeconds)
         return;
     findings.replace(
         *subject.list, subject.list->begin,
-        QString("All of it together takes at least %1 seconds, but the countdown reboots after 302, "
+        QString("All of it together takes at least %1 seconds, but the countdown reboots after %2, "
                 "in the middle of a command; direct mode has no countdown")
-            .arg(seconds, 0, 'f', 0),
+            .arg(seconds, 0, 'f', 0)
+            .arg(countdownSeconds),
         iniLine("CMD_Type", subject.itemTexts().join(',')));
 }
 
@@ -289,10 +295,9 @@ void commandTooLong(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (!subject.screen.fitsDetails(command.command))
-            findings.replace(
-                *command.entry, commandOffset(command),
-                "This command is wider than the details column; it runs, but is not shown whole",
-                subject.commandLine(command, "sh /mnt/upgrade/zul_install/" + command.entry->key + ".sh"));
+            findings.replace(*command.entry, commandOffset(command),
+                             "This command is wider than the details column; it runs, but is not shown whole",
+                             subject.commandLine(command, asScript(command)));
     }
 }
 

@@ -1,5 +1,6 @@
 // Findings on the other files of the medium, and on the medium itself.
 
+#include "common/controller.h"
 #include "reading/shell.h"
 #include "rules/rules.h"
 
@@ -13,8 +14,7 @@
 namespace
 {
 
-const char linkedFolder[] = "/mnt/upgrade/";
-constexpr int prefixSize = static_cast<int>(sizeof linkedFolder) - 1;
+constexpr int prefixSize = static_cast<int>(sizeof mediumFolder) - 1;
 
 /// What a command line names on the medium.
 struct Use {
@@ -54,10 +54,10 @@ QVector<Use> usesOf(const CommandEntry &command)
     const int interpreter = interpreterWords(words);
     const bool interpreted = interpreter > 0 && !words.value(interpreter).startsWith('-');
     const QString program = words.value(interpreted ? interpreter : 0);
-    if (program.startsWith(linkedFolder))
+    if (program.startsWith(mediumFolder))
         uses.append({&command, program, true, interpreted, {}});
     for (const QString &word : sourceWords(words)) {
-        if (word.startsWith(linkedFolder))
+        if (word.startsWith(mediumFolder))
             uses.append({&command, word, false, false, {}});
     }
     return uses;
@@ -113,7 +113,7 @@ void pathCapitals(const Subject &subject, Collector &findings)
         if (use.found.isEmpty() || use.found == QDir::cleanPath(use.path.mid(prefixSize)))
             continue;
         QString command = use.command->command;
-        command.replace(use.path, linkedFolder + use.found);
+        command.replace(use.path, mediumFolder + use.found);
         findings.replace(
             *use.command->entry, offsetOfPath(use),
             QString("On the medium it is called %1: this works on a FAT card and fails on others")
@@ -189,7 +189,7 @@ void foreignFiles(const Subject &subject, Collector &findings)
         QRegularExpression::CaseInsensitiveOption);
     if (subject.medium.root.isEmpty())
         return;
-    for (const QString &folder : {subject.medium.root, subject.medium.root + "/zul_install"}) {
+    for (const QString &folder : {subject.medium.root, subject.medium.root + '/' + installFolder()}) {
         const auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
         for (const QFileInfo &info : QDir(folder).entryInfoList(all, QDir::Name)) {
             if (names.match(info.fileName()).hasMatch())

@@ -13,9 +13,6 @@
 namespace
 {
 
-const QSize screenSize(800, 480);
-constexpr int mostChosen = 200; // the window redraws the whole table for every command
-
 /// One preview: a window of the tool, and the pictures taken of it.
 class Walk
 {
@@ -23,7 +20,6 @@ public:
     explicit Walk(const QString &itsFolder)
         : folder(itsFolder)
     {
-        window.widget().resize(screenSize);
         window.widget().show();
     }
 
@@ -123,6 +119,7 @@ private:
 
     const QString folder;
     IsolatedWindow window;
+    const QSize screenSize = window.widget().size(); // the form is as big as the screen
     QVector<QPixmap> pictures;
     bool written = true;
 };

@@ -7,9 +7,11 @@
 struct Failure;
 struct Medium;
 
+constexpr int mostChosen = 200; ///< operations; the window redraws the whole table for every command
+
 /// Draws every screen that the operator sees with this medium, by the tool's own window and worker, with no
-/// command run: 800 x 480 PNG files and a sheet with all of them, into `folder`, which is made if need be.
-/// `language` is a translation file, or empty. Stores the names of the files in `files`.
+/// command run: PNG files as big as the screen and a sheet with all of them, into `folder`, which is made if
+/// need be. `language` is a translation file, or empty. Stores the names of the files in `files`.
 bool previewMedium(const Medium &medium, const QString &folder, const QString &language, QStringList *files,
                    Failure *failure);
 

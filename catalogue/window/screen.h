@@ -10,7 +10,7 @@
 class QAbstractItemView;
 class IsolatedWindow;
 
-/// The controller's screen, for measuring: a window of the tool's own, laid out at 800 x 480.
+/// The controller's screen, for measuring: a window of the tool's own.
 class Screen
 {
 public:
