@@ -8,6 +8,7 @@
 // Prints the seed and what was compared. Exit code 1 and the catalogue on the first difference.
 
 #include "generator.h"
+#include "reading/initext.h"
 #include "reading/medium.h"
 #include "report/report.h"
 #include "window/isolatedwindow.h"
@@ -115,7 +116,7 @@ struct PrintedSide {
 QVector<QJsonObject> objects(const QJsonValue &array)
 {
     QVector<QJsonObject> found;
-    for (const QJsonValue &value : array.toArray())
+    for (const auto &value : array.toArray())
         found.append(value.toObject());
     return found;
 }
@@ -179,7 +180,7 @@ QString differenceInWords(const PrintedSide &printed)
             continue;
         const QStringList words = QProcess::splitCommand(operation["command"].toString());
         QStringList said;
-        for (const QJsonValue &argument : operation["arguments"].toArray())
+        for (const auto &argument : operation["arguments"].toArray())
             said += argument.toString();
         if (words.value(0) != operation["program"].toString() || words.mid(1) != said)
             return "the words of: " + operation["command"].toString();
@@ -220,16 +221,16 @@ QString differenceInScanner(const QByteArray &bytes, const QString &path)
     for (const IniEntry &entry : file.entries())
         last.insert(entry.path(), &entry);
     for (auto entry = last.begin(); entry != last.end(); ++entry) {
-        const QString path_ = entry.key();
+        const QString &key = entry.key();
         const QString text = entry.value()->value.text;
-        if (path_.contains("//") || path_.startsWith('/') || path_.endsWith('/') || path_.isEmpty())
+        if (key.contains("//") || key.startsWith('/') || key.endsWith('/') || key.isEmpty())
             continue; // the reader cannot be asked for these
-        const QVariant value = settings.value(path_);
+        const QVariant value = settings.value(key);
         const bool isList = value.type() == QVariant::StringList || value.type() == QVariant::List;
-        if (!settings.contains(path_))
-            return "the scanner finds a key that the reader does not: " + path_;
-        if (entry.value()->value.comma < 0 && !text.startsWith('@') && (isList || value.toString() != text))
-            return "the scanner reads " + path_ + " as " + text + ", the reader as " + value.toString();
+        if (!settings.contains(key))
+            return "the scanner finds a key that the reader does not: " + key;
+        if (entry.value()->value.comma < 0 && !isSpecialValue(text) && (isList || value.toString() != text))
+            return "the scanner reads " + key + " as " + text + ", the reader as " + value.toString();
     }
     return QString();
 }
