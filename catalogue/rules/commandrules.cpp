@@ -91,52 +91,43 @@ void singleWordSh(const Subject &subject, Collector &findings)
 
 // --- Shell syntax ---------------------------------------------------------------------------------------
 
-void findShellSyntax(const Subject &subject, Collector &findings, const char *pattern, const QString &message)
+/// What only a shell would understand.
+struct ShellSyntax {
+    const char *pattern; ///< its first group begins where the finding is
+    const char *message;
+};
+
+constexpr ShellSyntax pipes = {"(?<!\\|)(\\|)(?!\\|)",
+                               "No shell reads this: the pipe is passed to the program as an argument"};
+
+// A ";" of its own at the end belongs to find's -exec, which needs no shell.
+constexpr ShellSyntax chains = {
+    "(&&|\\|\\||;(?!\\s*$)|(?<!\\s);|(?<=\\s)&(?=\\s|$))",
+    "No shell reads this: one command line runs one program, the rest are its arguments"};
+
+constexpr ShellSyntax redirections = {
+    "(\\d?[<>])", "No shell reads this: the redirection is passed to the program as an argument"};
+
+constexpr ShellSyntax variables = {
+    "(\\$[A-Za-z0-9_{(?@#*!$]|`)",
+    "No shell reads this: the variable is passed to the program as it is written"};
+
+constexpr ShellSyntax patterns = {
+    "([*?]|\\[[^\\]\\s]+\\])", "No shell reads this: the pattern is passed to the program as it is written"};
+
+constexpr ShellSyntax tildes = {"(?:^|\\s)(~)(?=[/\\w]|\\s|$)",
+                                "No shell reads this: \"~\" is passed to the program as it is written"};
+
+template <const ShellSyntax &Syntax>
+void shellSyntax(const Subject &subject, Collector &findings)
 {
-    const QRegularExpression syntax(pattern);
+    const QRegularExpression pattern(Syntax.pattern);
     for (const CommandEntry &command : subject.commands) {
-        const QRegularExpressionMatch match = syntax.match(command.bare);
+        const QRegularExpressionMatch match = pattern.match(command.bare);
         if (match.hasMatch())
-            findings.replace(*command.entry, commandOffset(command) + match.capturedStart(1), message,
+            findings.replace(*command.entry, commandOffset(command) + match.capturedStart(1), Syntax.message,
                              subject.commandLine(command, throughShell(command.command)));
     }
-}
-
-void shellPipe(const Subject &subject, Collector &findings)
-{
-    findShellSyntax(subject, findings, "(?<!\\|)(\\|)(?!\\|)",
-                    "No shell reads this: the pipe is passed to the program as an argument");
-}
-
-void shellChain(const Subject &subject, Collector &findings)
-{
-    // A ";" of its own at the end belongs to find's -exec, which needs no shell.
-    findShellSyntax(subject, findings, "(&&|\\|\\||;(?!\\s*$)|(?<!\\s);|(?<=\\s)&(?=\\s|$))",
-                    "No shell reads this: one command line runs one program, the rest are its arguments");
-}
-
-void shellRedirect(const Subject &subject, Collector &findings)
-{
-    findShellSyntax(subject, findings, "(\\d?[<>])",
-                    "No shell reads this: the redirection is passed to the program as an argument");
-}
-
-void shellVariable(const Subject &subject, Collector &findings)
-{
-    findShellSyntax(subject, findings, "(\\$[A-Za-z0-9_{(?@#*!$]|`)",
-                    "No shell reads this: the variable is passed to the program as it is written");
-}
-
-void shellGlob(const Subject &subject, Collector &findings)
-{
-    findShellSyntax(subject, findings, "([*?]|\\[[^\\]\\s]+\\])",
-                    "No shell reads this: the pattern is passed to the program as it is written");
-}
-
-void shellTilde(const Subject &subject, Collector &findings)
-{
-    findShellSyntax(subject, findings, "(?:^|\\s)(~)(?=[/\\w]|\\s|$)",
-                    "No shell reads this: \"~\" is passed to the program as it is written");
 }
 
 int singleQuote(const CommandEntry &command)
@@ -311,12 +302,12 @@ QVector<Rule> commandRules()
         {"empty-name", Severity::Warning, emptyName},
         {"empty-command", Severity::Error, emptyCommand},
         {"single-word-sh", Severity::Error, singleWordSh},
-        {"shell-pipe", Severity::Error, shellPipe},
-        {"shell-chain", Severity::Error, shellChain},
-        {"shell-redirect", Severity::Error, shellRedirect},
-        {"shell-variable", Severity::Warning, shellVariable},
-        {"shell-glob", Severity::Warning, shellGlob},
-        {"shell-tilde", Severity::Warning, shellTilde},
+        {"shell-pipe", Severity::Error, shellSyntax<pipes>},
+        {"shell-chain", Severity::Error, shellSyntax<chains>},
+        {"shell-redirect", Severity::Error, shellSyntax<redirections>},
+        {"shell-variable", Severity::Warning, shellSyntax<variables>},
+        {"shell-glob", Severity::Warning, shellSyntax<patterns>},
+        {"shell-tilde", Severity::Warning, shellSyntax<tildes>},
         {"shell-quote", Severity::Error, shellQuote},
         {"shell-script-split", Severity::Error, shellScriptSplit},
         {"unbalanced-command-quotes", Severity::Error, unbalancedCommandQuotes},
