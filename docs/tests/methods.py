@@ -106,15 +106,19 @@ class Commands(Method):
         self.lines_elsewhere(block)
 
     def run(self, block: Block, house: House) -> None:
-        elsewhere = self.lines_elsewhere(block)
+        left_out = self.lines_elsewhere(block)
         if not self.room:
             house.controller().try_for(block, self.before)
-            house.controller().run_block(block, elsewhere, user="root")
+            house.controller().run_block(block, left_out, user="root")
+            return
+        if house.full:
+            left_out = set()
+        if left_out == {number for number, _ in block.lines}:
             return
         room = house.reader(self.room)
         if self.controller_at_hand:
             house.connect(room)
-        room.run_block(block, set() if house.full else elsewhere, directory=CLONE)
+        room.run_block(block, left_out, directory=CLONE)
 
 
 @dataclass

@@ -13,6 +13,13 @@ from methods import (
 )
 
 EVERYDAY = By(".ci/run", "./test everyday")
+FIRST_STEPS = {
+    "./demo": By("README.md", "\n./demo "),
+    "./test": EVERYDAY,
+    "cmake --preset dev": By("test", "\n    build dev\n"),
+    "cmake --build --preset dev": By("test", "\n    build dev\n"),
+    "ctest --preset dev -R catalogue": By(".ci/nightly", "docs/test --full"),
+}
 
 # (document, heading, which block below it): how. They are run in this order.
 TABLE: dict[tuple[str, str, int], Method] = {
@@ -20,7 +27,7 @@ TABLE: dict[tuple[str, str, int], Method] = {
     ("README.md", "The catalogue", 1): Catalogue("builder", "build/ship", ("zul_install/app",)),
     ("README.md", "Build", 2): Commands("packager", controller_at_hand=True),
     ("README.md", "Two commands", 1): Commands("newcomer", elsewhere={"./test": EVERYDAY}),
-    ("CONTRIBUTING.md", "First steps", 1): Commands("newcomer", elsewhere={"./test": EVERYDAY}),
+    ("CONTRIBUTING.md", "First steps", 1): Commands("newcomer", elsewhere=FIRST_STEPS),
     # The README's blocks have installed it already.
     ("docs/installing.md", "Installing", 1): Commands(
         before="apt-get -q purge zul-upgrade",
