@@ -2,6 +2,7 @@
 #include "support/files.h"
 #include "support/sandboxed.h"
 #include "support/testwindow.h"
+#include "support/waiting.h"
 
 #include <QElapsedTimer>
 
@@ -55,7 +56,7 @@ void TestWidgetCountdown::firstTickComesAfterASecondAndShowsFiveMinutes()
     QElapsedTimer sinceStart;
     sinceStart.start();
     window.rebootTimer->start(1000); // as the catalogue's reader has started it
-    QTRY_VERIFY_WITH_TIMEOUT(!window.labelText("timeout").isEmpty(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!window.labelText("timeout").isEmpty(), waitingLimitMs);
     window.rebootTimer->stop();
     QCOMPARE(window.labelText("timeout"), QString("05:00"));
     QVERIFY2(sinceStart.elapsed() >= 900, qPrintable(QString::number(sinceStart.elapsed())));

@@ -4,6 +4,7 @@
 #include "support/questions.h"
 #include "support/sandboxed.h"
 #include "support/testwindow.h"
+#include "support/waiting.h"
 
 #include "ui_widget.h"
 
@@ -656,7 +657,7 @@ void TestWidgetForm::aTapOnAButtonLeavesTheFocusWhereItIs()
     form->show();
     QApplication::setActiveWindow(form.data());
     ui->operationList->setFocus();
-    QTRY_VERIFY(ui->operationList->hasFocus());
+    QTRY_VERIFY_WITH_TIMEOUT(ui->operationList->hasFocus(), waitingLimitMs);
 
     QTest::mouseClick(ui->confirmPb, Qt::LeftButton);
     QTest::mouseClick(ui->cancelPb, Qt::LeftButton);
@@ -716,7 +717,7 @@ void TestWidgetForm::listScrollBarsAreMadeForFingers()
     view->setModel(&model);
     window.show();
     QScrollBar *bar = view->verticalScrollBar();
-    QTRY_VERIFY(bar->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(bar->isVisible(), waitingLimitMs);
 
     QStyleOptionSlider option;
     option.initFrom(bar);

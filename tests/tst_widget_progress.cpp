@@ -1,8 +1,10 @@
 #include "debuglines.h"
 #include "support/files.h"
+#include "support/heldprogram.h"
 #include "support/markingtranslator.h"
 #include "support/sandboxed.h"
 #include "support/testwindow.h"
+#include "support/waiting.h"
 
 #include <QLabel>
 
@@ -159,22 +161,26 @@ void TestWidgetProgress::batchIsReportedFromItsStartToItsEnd()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("system.ini");
-    writeCatalogue(path, "[system]\nCMD_Type=\"a,b\"\n[CMD]\na=Works@true\nb=Breaks@false\n");
+    HeldProgram program;
+    writeCatalogue(path, "[system]\nCMD_Type=\"a,b\"\n[CMD]\na=\"Works@" + program.commandLine().toUtf8()
+                             + "\"\nb=Breaks@false\n");
     TestWindow window(TestWindow::ByItself);
     window.pollTimer->stop();
     DebugLines log;
 
     window.widget.check_CMD(path);
 
-    QTRY_COMPARE_WITH_TIMEOUT(window.labelText("information"), QString("Executing：Works"), 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(window.labelText("information"), QString("Executing：Works"), waitingLimitMs);
     QCOMPARE(columnTexts(window.tableModel, 1), QStringList({"Not executed", "Not executed"}));
+    QVERIFY(program.isRunning());
+    program.release();
     QTRY_COMPARE_WITH_TIMEOUT(window.labelText("information"),
-                              QString("Operation completed，please unplug storage device！"), 20000);
+                              QString("Operation completed，please unplug storage device！"), waitingLimitMs);
     QCOMPARE(log.lines(), QStringList({"################# Works", "################# ",
                                        "################# Breaks", "################# "}));
     QCOMPARE(rowTexts(window.tableModel, 0), QStringList({"Works", "Completed", "Succeed"}));
     QCOMPARE(rowTexts(window.tableModel, 1), QStringList({"Breaks", "Completed", "Failed"}));
-    QTRY_VERIFY(window.worker->suspended);
+    QTRY_VERIFY_WITH_TIMEOUT(window.worker->suspended, waitingLimitMs);
 }
 
 SANDBOXED_TEST_MAIN(TestWidgetProgress)

@@ -12,6 +12,7 @@ static_assert(sizeof(QTimer) > 0 && sizeof(WatchDogFeed) > 0 && sizeof(MyMessage
 #include "support/markingtranslator.h"
 #include "support/sandboxed.h"
 #include "support/testwindow.h"
+#include "support/waiting.h"
 
 #include <QAbstractButton>
 #include <QElapsedTimer>
@@ -263,10 +264,10 @@ void TestWidgetStart::nothingIsVisibleWhileThePollFires()
     TestWindow window(TestWindow::ByItself);
     const auto polled = [&df] { return df.runs(); };
 
-    QTRY_COMPARE_WITH_TIMEOUT(polled(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(polled(), 1, waitingLimitMs);
     // The first poll comes after the interval, less the 5 % that a coarse timer may take off.
     QVERIFY2(sinceStart.elapsed() >= 2800, qPrintable(QString::number(sinceStart.elapsed())));
-    QTRY_COMPARE_WITH_TIMEOUT(polled(), 2, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(polled(), 2, waitingLimitMs);
 
     for (const QWidget *topLevel : QApplication::topLevelWidgets())
         QVERIFY2(!topLevel->isVisible(), topLevel->metaObject()->className());
@@ -321,12 +322,12 @@ void TestWidgetStart::workerSignalsFromAnotherThreadArriveInOrderOnTheWindowsThr
 
     Reporter reporter(window.startedWorker);
     reporter.start();
-    QVERIFY(reporter.wait(10000));
+    QVERIFY(reporter.wait(waitingLimitMs));
     QCOMPARE(window.labelText("information"), QString());
     QCOMPARE(log.lines(), QStringList());
 
-    QTRY_COMPARE(window.labelText("information"),
-                 QString("Operation completed，please unplug storage device！"));
+    QTRY_COMPARE_WITH_TIMEOUT(window.labelText("information"),
+                              QString("Operation completed，please unplug storage device！"), waitingLimitMs);
     QCOMPARE(log.lines(), QStringList({"################# first", "################# second"}));
 }
 

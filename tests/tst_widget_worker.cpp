@@ -2,6 +2,7 @@
 #include "support/heldprogram.h"
 #include "support/reddesktop.h"
 #include "support/sandboxed.h"
+#include "support/waiting.h"
 #include "support/workerbench.h"
 
 #include "widget.h"
@@ -163,7 +164,7 @@ void TestWorker::idleItLooksEveryTwoSecondsAndSaysNothing()
 
     bench.startThread();
 
-    QTRY_VERIFY(bench.sleeps().size() >= 5);
+    QTRY_VERIFY_WITH_TIMEOUT(bench.sleeps().size() >= 5, waitingLimitMs);
     QCOMPARE(bench.sleeps().mid(0, 5), QVector<unsigned long>(5, 2));
     QCOMPARE(events, QStringList());
     QCOMPARE(bench.list().first().state, qint32(NotExecuted));
@@ -861,7 +862,7 @@ void TestWorker::aReplacementThatIsSuspendedNeverBegins()
     const int sleepsSoFar = bench.sleeps().size();
     program.release();
 
-    QTRY_VERIFY(bench.sleeps().size() >= sleepsSoFar + 3);
+    QTRY_VERIFY_WITH_TIMEOUT(bench.sleeps().size() >= sleepsSoFar + 3, waitingLimitMs);
     bench.atEachEvent(nullptr);
     QCOMPARE(events.mid(0, 6), command("held") + QStringList({"sleep 2", "sleep 2", "sleep 2"}));
     QCOMPARE(statesOf(bench.list()), QVector<qint32>{NotExecuted});
@@ -953,7 +954,7 @@ void TestWorker::aBatchHandedOverAtTheEndOfTheOneBeforeIsNotLost()
     bench.begin();
 
     // Before the first command, after its batch, before the next command, after that batch, and idle.
-    QTRY_VERIFY(bench.sleeps().size() >= 5);
+    QTRY_VERIFY_WITH_TIMEOUT(bench.sleeps().size() >= 5, waitingLimitMs);
     QCOMPARE(statesOf(bench.list()), QVector<qint32>{Completed});
     QCOMPARE(namesInList(bench.list()), QStringList{"next"});
 }
@@ -972,7 +973,7 @@ void TestWorker::keepsItsRealPace()
     const qint64 before = bench.timeOf("done") - bench.timeOf("start command");
     QVERIFY2(before >= sleepMs, "a sleep before the command");
     QVERIFY2(before <= sleepMs + slackMs, "no more than one sleep before the command");
-    QTRY_VERIFY(bench.worker()->suspended);
+    QTRY_VERIFY_WITH_TIMEOUT(bench.worker()->suspended, waitingLimitMs);
 
     bench.list().clear();
     bench.run();
