@@ -54,7 +54,7 @@ controller_command() {
 controller_environment_is() {
     controller_environment=(
         PATH="$state/stand-ins:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin:$programs"
-        HOME=/root LC_ALL=C.UTF-8 DISPLAY="$display" "${tool_environment[@]}"
+        HOME=/root LC_ALL=C.UTF-8 DISPLAY="$display" "${tool_environment[@]}" "${watchdog_settings[@]}"
         ZUL_SANDBOX_LOG="$state/stand-ins.log" ZUL_CONTROLLER="$state" ZUL_ON_CONTROLLER="$state"
     )
 }

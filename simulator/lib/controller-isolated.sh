@@ -65,7 +65,7 @@ controller_command() {
 controller_environment_is() {
     controller_environment=(
         PATH=/mnt/.zul-stand-ins:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin:/opt/zul
-        HOME=/root LC_ALL=C.UTF-8 DISPLAY="$display" "${tool_environment[@]}"
+        HOME=/root LC_ALL=C.UTF-8 DISPLAY="$display" "${tool_environment[@]}" "${watchdog_settings[@]}"
     )
 }
 

@@ -21,6 +21,8 @@ fi
 
 # Seconds between "reboot" and the moment at which everything is ended and starts again; "held" waits for let_restart.
 restart_delay=10
+# More settings in the environment of the programs, for the watchdog.
+watchdog_settings=()
 # start_controller starts these; a scenario may take one out.
 controller_programs=(zul_watchdog zul_upgrade)
 

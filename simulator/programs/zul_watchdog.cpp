@@ -17,6 +17,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -31,13 +32,9 @@ constexpr long commandType = 1;
 constexpr auto tick = std::chrono::milliseconds(100);
 // Within a second of its end, but not at once: the tool stops the programs first and suspends the supervision
 // then.
-#ifdef ZUL_RESTART_DELAY_MS
-constexpr auto restartDelay =
-    std::chrono::milliseconds(ZUL_RESTART_DELAY_MS); // of an emulated controller, slower
-#else
-constexpr auto restartDelay = std::chrono::milliseconds(900);
-static_assert(restartDelay + tick <= std::chrono::seconds(1), "what dies is started again within a second");
-#endif
+constexpr auto usualRestartDelay = std::chrono::milliseconds(900);
+static_assert(usualRestartDelay + tick <= std::chrono::seconds(1),
+              "what dies is started again within a second");
 
 volatile std::sig_atomic_t endRequested = 0;
 
@@ -50,6 +47,14 @@ void say(const std::string &text)
 {
     std::puts(text.c_str());
     std::fflush(stdout);
+}
+
+/// How long after its end a program is started again. ZUL_RESTART_DELAY_MS says another time where stopping
+/// five programs may take longer than that: on an emulated controller, and on a computer that does much else.
+std::chrono::milliseconds restartDelay()
+{
+    const char *given = std::getenv("ZUL_RESTART_DELAY_MS");
+    return given != nullptr ? std::chrono::milliseconds(std::atoi(given)) : usualRestartDelay;
 }
 
 std::string ownFile()
@@ -100,7 +105,7 @@ public:
             return;
         }
         process = -1;
-        due = Clock::now() + restartDelay;
+        due = Clock::now() + restartDelay();
         say(name
             + (WIFSIGNALED(status) ? " was killed by signal " + std::to_string(WTERMSIG(status))
                                    : " ended with " + std::to_string(WEXITSTATUS(status))));

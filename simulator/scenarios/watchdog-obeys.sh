@@ -6,6 +6,7 @@ send() {
 }
 
 controller_programs=(zul_watchdog)
+watchdog_settings=()
 install -m 755 "$build/simulator/send_command" /mnt/send_command
 start_controller
 must "the application programs run" within 20 all_applications_run
