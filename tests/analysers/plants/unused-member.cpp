@@ -1,0 +1,5 @@
+// Only clang warns.
+class Planted
+{
+    int unused = 0;
+};

@@ -1,0 +1,6 @@
+// GCC and clang warn, and warnings are errors.
+int planted()
+{
+    int unused;
+    return 0;
+}

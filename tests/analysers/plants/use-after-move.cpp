@@ -1,0 +1,11 @@
+// clang-tidy finds it.
+#include <string>
+#include <utility>
+
+std::string planted(std::string text);
+
+std::string planted(std::string text)
+{
+    std::string taken = std::move(text);
+    return taken + text;
+}
