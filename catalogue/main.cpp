@@ -95,7 +95,7 @@ int fail(int exitCode, const QString &message)
 /// The controller's fonts and resolution, whatever this computer has; no display, no theme of a desktop.
 void takeControllersScreen()
 {
-    const QString here = QFileInfo(QFile::symLinkTarget("/proc/self/exe")).path();
+    const QString here = QFileInfo("/proc/self/exe").canonicalPath();
     const QString fonts = QFileInfo(here + "/../share/zul-catalogue").canonicalFilePath();
     qunsetenv("FONTCONFIG_SYSROOT");
     if (!fonts.isEmpty()) {
