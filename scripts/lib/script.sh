@@ -10,9 +10,9 @@ case :$PATH: in
     *) PATH=$PATH:/usr/sbin:/sbin ;;
 esac
 
-# usage - prints the header comment of the script that runs, up to the line before "set".
+# usage - prints the header comment of the script that runs, up to the line before "set", without what is for programs.
 usage() {
-    sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "$script_file"
+    sed -n '2,/^set/{/^set/d;/^# \(SPDX-\|shellcheck \)/d;s/^# \{0,1\}//;p}' "$script_file"
 }
 
 # hand_over DIRECTORY... - what root has made in a folder of the checkout belongs to whose the checkout is. Other folders
