@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
 """Makes the table of bench/run from its samples, and puts it into the document.
 
 Usage: bench/report.py SAMPLES GROUPS [--before] [--board-figures FILE] [--document FILE]

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # What is made while it is installed, because it names files below the prefix. Used through zul_at_install().
 
 # zul_absolute(VARIABLE DIRECTORY): where a directory of directories.cmake is on the system that it is installed for.

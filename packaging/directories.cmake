@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Where things are installed. A directory that is not absolute is below the prefix; one that is empty gets nothing.
 
 # Unless one is chosen, the prefix is the root directory, and everything stands where a system has it: GNUInstallDirs

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # What surrounds the installed tool, for the tests and for zul_catalogue: its fonts and its settings. Included before
 # whatever is tested.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 #ifndef WATCHDOGFEED_H
 #define WATCHDOGFEED_H
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 #include "debuglines.h"
 #include "support/expiredwaits.h"
 #include "support/fakeprograms.h"

@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
 """Measures zul_catalogue check on catalogues of 10 and of 10,000 operations.
 
 Usage: bench/groups/check.py PROGRAM REPETITIONS

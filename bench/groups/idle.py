@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
 """Measures the processor time of the waiting tool and of a shell loop that looks as often, side by side.
 
 Usage: idle.py TOOL SECONDS PAIRS

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2034,SC2154 # the names are those of simulator/lib
 # Measures what the waiting tool costs, on the simulated controller, whose mounts are all made up: a disk of this
 # computer's could be a medium for it. A scenario for simulator/lib/scenario.

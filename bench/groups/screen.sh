@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2034,SC2154 # the names are those of simulator/lib
 # Measures on the simulated controller's screen: from a medium to its list painted, and from a tap to its effect
 # painted, beside two programs that show a list. A scenario for simulator/lib/scenario.

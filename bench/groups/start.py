@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
 """Measures the start of the tool and of its baselines, from launch to event loop.
 
 Usage: simulator/sandbox bench/groups/start.py instructions|clock BUILD REPETITIONS [BEFORE]

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Preloaded into an unmodified program: ends it where its event loop would begin, so that what is counted is
 // the start and nothing else. Where ZUL_AT_EVENT_LOOP names a file, it gets one line: the monotonic clock and
 // the processor time used in nanoseconds, the resident memory and its peak in KiB.

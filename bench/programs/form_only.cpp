@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Baseline: the tool's form on a plain window and its question box, both hidden, and nothing behind them.
 //
 // Usage: form_only [bars]

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Says when something was painted, by looking at a part of the X screen every fraction of a millisecond.
 //
 // Usage: paint_watch LEFT TOP WIDTH HEIGHT settle SECONDS

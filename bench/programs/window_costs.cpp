@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Measures the real window in one process: rebuilding its status table, and reading a catalogue until its
 // list is painted. Prints lines "group<TAB>row<TAB>subject<TAB>milliseconds of processor time".
 //

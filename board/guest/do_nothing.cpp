@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // What the tool's figures are compared with: a program with an empty window of the same size and nothing to
 // do. With the argument "show" the window is on the screen, and changes its colour when it is touched.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 #ifndef BOARD_FRAMEBUFFER_H
 #define BOARD_FRAMEBUFFER_H
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 #ifndef BOARD_INPUTDEVICE_H
 #define BOARD_INPUTDEVICE_H
 

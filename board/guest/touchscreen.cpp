@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Makes the touch screen of the virtual board. The machine offers a tablet, which the system takes for a
 // mouse; this takes the tablet for itself and gives its presses to the system as a touch screen with one
 // finger, so that the tool meets what a real panel's driver offers: BTN_TOUCH, multi-touch slots and a direct

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Stands in for the touch-screen calibration: draws a cross on the frame buffer and waits for a touch, twice,
 // then succeeds. Reads the touch device itself.
 

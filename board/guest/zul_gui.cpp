@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Stands in for the controller's front end: fills the screen with a picture that is easy to recognise from
 // outside, and draws it anew twice a second, as a program with a clock on it does. Runs until it is killed.
 

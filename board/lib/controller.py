@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """The controller as its operator and its technician know it: what is on the screen, where to touch, what has run."""
 
 import os

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """What has to be known of the tool: scripts/lib/facts.sh, which shell scripts source."""
 
 import os

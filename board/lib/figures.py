@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """How fast and how frugal the tool is, each figure beside that of a baseline on the same board in the same run.
 
 The tool and its baseline take turns, so that a computer that is busy for a while slows down both.

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """The computer that the board runs on: what has to be installed, and what is left behind on it."""
 
 import os

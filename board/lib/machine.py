@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """The virtual board as a machine, all from outside: power, what hangs on it, and what is plugged in."""
 
 import contextlib

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """The machine protocol: what the machine is told, and what it tells by itself."""
 
 import contextlib

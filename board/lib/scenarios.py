@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """What happens to a controller in its life, one function a scenario, asserted from outside.
 
 A scenario starts at rest: no medium, the application on the screen, a tool that has just been started.

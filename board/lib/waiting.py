@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """Waiting for a condition, with a limit in seconds; Timeout is raised when it is over.
 
 How long things take depends on how fast the emulation is, so the limits are generous and nothing sleeps for a fixed

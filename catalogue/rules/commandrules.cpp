@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Findings on the command lines: what the controller runs, for how long, and how it is shown.
 
 #include "common/controller.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Findings on how the catalogue is written: what the reader of the file makes of its bytes.
 
 #include "reading/initext.h"

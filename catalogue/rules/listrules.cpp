@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Findings on the lists, the keys and ENDGAME: what the operator is offered.
 
 #include "reading/initext.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Findings on the other files of the medium, and on the medium itself.
 
 #include "common/controller.h"

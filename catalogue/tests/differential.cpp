@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Holds what the checker prints to what the tool's window does, over generated catalogues.
 //
 // Usage: differential SEED CATALOGUES

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Keeps the tool's code from having any effect on the author's computer.
 //
 // A window of the tool opens the watchdog's message queue, starts a thread that runs commands, lists file

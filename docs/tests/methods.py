@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """The ways in which a block is tried. Each can also look, without running anything, whether it fits the block."""
 
 from __future__ import annotations

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """The rooms in which the blocks of the documents are run: fresh Debian 12 systems, each in a folder of its own."""
 
 from __future__ import annotations

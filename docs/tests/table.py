@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 """Where each block of the documents is run. One that is missing here, or that no document has, fails."""
 
 from methods import (

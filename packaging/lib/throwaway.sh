@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A throwaway Debian 12 root of this computer's architecture, and a place for what is tested in it. Sourced, never run.
 # Sets $work and $root, which go when the script ends. To be sourced after leave_nothing_behind.
 

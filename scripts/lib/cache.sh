@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # What takes minutes to make is kept; what is half made, or registered for a while, goes when the script ends, however
 # it ends. Sourced, never run.
 #

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2034 # failed_checks is for the scripts that source this
 # How a script of tests says what holds. Sourced, never run.
 

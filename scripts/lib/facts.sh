@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2034 # the names are for the scripts that source this
 # What the simulator, the virtual board and the benchmarks have to know of the tool. Shell scripts source it, Python reads
 # it with board/lib/facts.py: a line is a name and a number or a text in double quotes.

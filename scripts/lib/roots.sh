@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Debian 12 roots, for the controller's architecture too, made once and kept outside the checkout. Sourced, never run.
 
 scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

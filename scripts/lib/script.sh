@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # What every script may need that a person starts: its usage text, a clear end, root's rights. Sourced, never run.
 
 # Found now, because the script may go to another directory: it sources this before.

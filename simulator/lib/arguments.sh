@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # What the scripts that show a simulated controller ask of their arguments. Sourced, never run.
 
 # folder OPTION VALUE - prints the folder's real path; ends with 64 when there is none.

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2154 # transcript: common.sh
 # Checks of what a transcript tells. Sourced, never run.
 

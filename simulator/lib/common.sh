@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2034 # the names are for the scripts that source this
 # What every script of the simulated controller uses: where things are, and the transcript. Sourced, never run.
 

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2034,SC2154 # state, display, tool_environment, simulator: the other files of lib/
 # The fallback, for a computer that refuses namespaces: the simulated controller has the computer's own mounts,
 # processes and queues, with stand-ins for df, killall, reboot and sync in PATH. Sourced, never run.

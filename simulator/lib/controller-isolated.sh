@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2034,SC2154 # shared with the other files of lib/
 # The simulated controller in namespaces of its own. Sourced inside the sandbox, never run.
 #

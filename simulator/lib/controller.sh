@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2034,SC2119 # shared with the scripts that source this
 # The simulated controller: its life, its media and its operator. Sourced, never run.
 # Which of the two kinds it is (controller-isolated.sh, controller-fallback.sh) is decided by $ZUL_MODE: isolated or

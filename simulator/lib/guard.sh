@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The guard that keeps a computer running while something that runs "reboot" is tried on it.
 # Written once: the sandbox uses it, and the simulated controller inside its own root. Sourced, never run.
 # Only for a private mount namespace; the callers see to that.

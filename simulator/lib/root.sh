@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The root of a simulated controller: this computer's, with throwaway layers over it. Sourced in a sandbox, never run.
 #
 # For the computer's root it is one layer. For an ordinary user, in a user namespace, it is one a directory, and every

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2086,SC2154 # places are two numbers; the names are those of the other files of lib/
 # The simulated controller's screen and the operator's finger on it. Sourced, never run.
 

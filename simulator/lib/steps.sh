@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2034,SC2154 # shared with controller.sh, and with the scenarios
 # Steps that many scenarios have in common. Each ends the scenario when it does not come about. Sourced, never run.
 

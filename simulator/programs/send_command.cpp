@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Sends one command to the simulated controller's watchdog, as the tool does, for trying the watchdog by
 // itself.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Stands in for each application program of the controller: installed under five names, so that the real
 // killall finds it. As zul_gui_en it shows a screen, so that one can see who has the display; otherwise it
 // does nothing until it is ended.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // The simulated controller's watchdog: the other end of the queue that zul_upgrade sends its commands to.
 //
 // Starts the five application programs beside its own file and restarts one that dies, unless a command has

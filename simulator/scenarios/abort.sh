@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Cancel asks first; Yes ends the tool and restarts the controller, and no operation runs.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # What is wrong with the demo's arguments is said before anything is installed, built or shown, and truly.
 
 demo=$simulator/../demo

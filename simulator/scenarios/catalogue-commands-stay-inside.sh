@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Whatever a medium's commands write, remove and kill, this computer keeps what it has.
 
 precious=$(mktemp /var/tmp/zul-precious-XXXXXX)

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A medium that names commands to run at once: no list, no question, no countdown, no restart.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A show that is interrupted, ended or killed in the middle of an upgrade leaves nothing behind, in either mode.
 
 output=$(mktemp -d)

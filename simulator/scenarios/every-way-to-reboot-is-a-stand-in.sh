@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # In the sandbox and on the controller: no name, no path, no socket and no system call leads to this computer's reboot.
 
 names="reboot halt poweroff shutdown init telinit systemctl"

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Where namespaces are refused the show says what the fallback would be, and does nothing; asked for, it shows a
 # whole upgrade that way and leaves nothing behind.
 

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The kind of a medium is read from its mount directory: without "mmc" or "sd" in it the message names none.
 
 controller_is_up

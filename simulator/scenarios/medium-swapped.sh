@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # One medium goes and another comes between two looks: the first is given back, then the second is taken up.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The run list is emptied under the worker: the batch stops after the command that is running, and the tool lives on.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A medium that goes while a question is open takes the question with it, and nothing runs.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck disable=SC2154 # state: lib/common.sh
 # The question looks the same on a controller that has an icon theme with pictures for Yes and No.
 

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A command that finds the queue full is lost, says so in the log and holds nothing up.
 
 controller_programs=()

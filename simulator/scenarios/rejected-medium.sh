@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A medium without a catalogue: one line in the log, and nothing else until it is removed.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Replaced while a calibration is at work: it ends by itself, the page is there for the new batch, whose commands run.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Replaced while it skips one command after the other, which pulling the medium does not end: calibrations, each of
 # which takes the page away. The skipping ends, the page comes back, and the new batch runs.
 

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A medium with a choice is swapped for one whose commands run at once, while a confirmed command runs.
 
 direct=$(variant held 's/^CMD_List=.*/CMD_Type="second,second,first"/')

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A second medium whose commands run at once, while a command of the first one runs: every one of its commands is run.
 
 first=$(variant held 's/^CMD_List=.*/CMD_Type="held,first,first"/')

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Pulled, plugged in again and confirmed twice while one command runs: only what was confirmed last is run.
 
 controller_is_up

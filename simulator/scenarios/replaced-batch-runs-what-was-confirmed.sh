@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Pulled, plugged in again and confirmed while a command runs: just that is run, once, and then it is time to unplug.
 
 controller_is_up

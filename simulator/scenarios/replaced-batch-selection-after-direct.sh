@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A medium whose commands run at once is swapped for one with a choice, while one of them runs.
 
 direct=$(variant held 's/^CMD_List=.*/CMD_Type="first,held,second"/')

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The same with ENDGAME: the operations that were confirmed last, then "sync" and "reboot", each once.
 
 medium=$(variant held 's/^ENDGAME=.*/ENDGAME=true/')

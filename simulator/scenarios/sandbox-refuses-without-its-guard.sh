@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # When a step of the guard fails the command is not run; and the sandbox passes on what the command says.
 
 # refuses_without PROGRAM - with PROGRAM replaced by one that always fails.

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # ENDGAME=false: no sync, no reboot; a second medium finds the tool ready for it, on the list page.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The tool ends in the middle of an upgrade and is started again: it finds its own traces and begins anew.
 
 controller_is_up

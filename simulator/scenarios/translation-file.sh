@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # en.qm beside the tool: used when it is one; absent or broken, the texts are the built-in ones.
 
 restart_tool() {

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Of two new media the one that df lists last is taken; the other's turn comes when that one is pulled.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # From the medium to the restart: operations of a choice run one after the other, then sync and reboot.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The same from a USB drive, which is asked back by its name and pulled before the controller goes down.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # Without a watchdog the upgrade goes on; the commands wait for it in the queue. Without its file as well.
 
 controller_programs=(zul_upgrade)

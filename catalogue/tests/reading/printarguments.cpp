@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // Prints its arguments, each ended by a zero byte, as it got them.
 
 #include <cstdio>

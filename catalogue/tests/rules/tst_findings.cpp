@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 #include "common/failure.h"
 #include "reading/initext.h"
 #include "reading/medium.h"

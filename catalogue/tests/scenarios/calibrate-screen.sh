@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The calibration program has the screen for itself, and the controller does not restart.
 
 controller_is_up

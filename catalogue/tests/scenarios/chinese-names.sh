@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The escaped names reach the tool as they were meant, and their commands run.
 
 controller_is_up

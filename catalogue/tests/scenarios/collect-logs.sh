@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # The logs are on the medium, saved, and the controller goes on.
 
 controller_is_up

@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # What the checker draws is, pixel for pixel, what the controller's screen shows with the same medium.
 
 pictures=$(mktemp -d /mnt/pictures-XXXXXX)

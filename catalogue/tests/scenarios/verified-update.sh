@@ -1,4 +1,7 @@
 # shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+#
 # A damaged file is noticed before anything is installed; a whole medium installs.
 
 damaged=$(mktemp -d /mnt/damaged-XXXXXX)

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // A program that has the tool's code without the stand-ins, which it must not get as far as running.
 //
 // Usage: unisolated window | screen | verdict CATALOGUE | preview CATALOGUE DIR

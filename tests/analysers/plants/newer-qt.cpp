@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // What is newer than Qt 5.9, of every kind. Each line that says since when has to be reported, with that
 // version.
 #include <QCoreApplication>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
 // What Qt 5.9 can do and a newer one does in another way, or only the compiler here. Nothing of it may be
 // reported.
 #include <QtWidgets>

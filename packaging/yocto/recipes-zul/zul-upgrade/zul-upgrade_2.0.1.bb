@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
 SUMMARY = "upgrade tool of a touch-screen controller"
 DESCRIPTION = "Waits, invisible, for an SD card or a USB drive that carries a command catalogue. It then takes the \
 controller's 800 x 480 screen from the application programs, offers the operations of the catalogue or runs them at \
