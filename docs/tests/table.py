@@ -19,8 +19,8 @@ EVERYDAY = By(".ci/run", "./test everyday")
 FIRST_STEPS = {
     "./demo": By("README.md", "\n./demo "),
     "./test": EVERYDAY,
-    "cmake --preset dev": By("test", "\n    build dev\n"),
-    "cmake --build --preset dev": By("test", "\n    build dev\n"),
+    "cmake --preset dev": By("tests/analyse", "gcc_preset=dev "),
+    "cmake --build --preset dev": By("tests/analyse", "gcc_preset=dev "),
     "ctest --preset dev -R catalogue": By(".ci/nightly", "docs/test --full"),
 }
 
