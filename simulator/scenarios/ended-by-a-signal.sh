@@ -12,13 +12,14 @@ mkdir /mnt/tmp
 traces() {
     echo "mounts: $(sort </proc/mounts)"
     echo "queues: $(ipcs -q | awk '$1 ~ /^0x/')"
-    echo "files: $(find /mnt /mnt/tmp -maxdepth 1 ! -name shown | sort)"
+    echo "files: $(find /mnt /mnt/tmp -maxdepth 1 | sort)"
     echo "processes: $(pgrep -af 'zul-|zul_|Xvfb|simulator/show|clean-up|controller-init|nsenter' || true)"
 }
 
 end_in_the_middle() {
     local signal=$1 pid
     shift
+    : >/mnt/shown # before this one has a chance to look at what the last one has shown
     env --default-signal=INT "$simulator/show" --output "$output" "$@" >/mnt/shown 2>&1 &
     pid=$!
     within 60 grep -qE ' tool +#+ .' /mnt/shown || must "the show gets to its first command" fails cat /mnt/shown
@@ -28,14 +29,16 @@ end_in_the_middle() {
 
 # Less may be there: the kernel takes a mount away when another program removes the directory below it.
 more_than_before() {
-    comm -13 <(sort <<<"$before") <(traces | sort)
+    # Without the shell's <(…): it waits for those later, and takes the status for that of another command.
+    traces | grep -vxF -f /mnt/before || true
 }
 
 nothing_more_than_before() {
     [[ -z $(more_than_before) ]]
 }
 
-before=$(traces)
+touch /mnt/before /mnt/shown
+traces >/mnt/before
 for signal in INT TERM KILL; do
     check "SIG$signal ends the show" end_in_the_middle $signal
     check "and leaves nothing" within 60 nothing_more_than_before
