@@ -7,6 +7,7 @@
 #include "support/reddesktop.h"
 #include "support/sandboxed.h"
 #include "support/testwindow.h"
+#include "support/waiting.h"
 
 #include <QImageReader>
 
@@ -145,6 +146,8 @@ private:
 void TestWidgetShell::withoutAShellTheResultIsMinusOne()
 {
     TestWindow window;
+    // The worker's thread opens files when it starts, and would end the program if it could not.
+    QTRY_VERIFY_WITH_TIMEOUT(window.startedWorker->eventDispatcher(), waitingLimitMs);
     QVector<QString> lines{"left", "over"};
     int count = 0;
     {
