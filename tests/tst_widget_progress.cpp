@@ -19,6 +19,7 @@ class TestWidgetProgress : public QObject
 private slots:
     void startOfACommandShowsItsName_data();
     void startOfACommandShowsItsName();
+    void nameWithMarkupShowsAsItIs();
     void endOfACommandLeavesTheWordAlone();
     void startOfACommandIsLoggedAsItIs_data();
     void startOfACommandIsLoggedAsItIs();
@@ -53,6 +54,19 @@ void TestWidgetProgress::startOfACommandShowsItsName()
     TestWindow window;
     window.widget.slotsStateChange(name);
     QCOMPARE(window.labelText("information"), expected);
+}
+
+void TestWidgetProgress::nameWithMarkupShowsAsItIs()
+{
+    // A label guesses by itself that this is HTML, and would show other letters than the list has shown, or
+    // read whatever file an image names.
+    TestWindow window;
+    window.widget.slotsStateChange("Copy <b>all</b> & <i>sync</i>");
+    auto *label = window.child<QLabel>("information");
+    const QImage shown = label->grab().toImage();
+
+    label->setTextFormat(Qt::PlainText);
+    QCOMPARE(shown, label->grab().toImage());
 }
 
 void TestWidgetProgress::endOfACommandLeavesTheWordAlone()
