@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
+// What libFuzzer calls, or replay.cpp in its place.
+
+#include "common/guard.h"
+#include "common/target.h"
+#include "support/sandboxed.h"
+
+#include <QApplication>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+constexpr int cannotRunHere = 77;
+
+void dropDebugLines(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    if (type != QtDebugMsg)
+        std::fprintf(stderr, "%s\n", qPrintable(text));
+}
+
+/// Before the first input, and not at the start: until then libFuzzer may start processes of its own.
+bool shutTheGuard()
+{
+    if (closeTheWayOut())
+        return true;
+    std::fprintf(stderr, "the guard is refused here: %s\n", std::strerror(errno));
+    std::_Exit(cannotRunHere);
+}
+
+} // namespace
+
+void violated(const QString &what)
+{
+    std::fprintf(stderr, "VIOLATED: %s\n", what.toUtf8().constData());
+    std::fflush(stderr);
+    std::abort();
+}
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    if (!isSandboxed())
+        std::_Exit(cannotRunHere);
+    qInstallMessageHandler(dropDebugLines);
+    new QApplication(*argc, *argv); // for ever: the process ends with it
+    QApplication::setQuitOnLastWindowClosed(false);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static const bool guarded = shutTheGuard();
+    Q_UNUSED(guarded)
+    fuzz(QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size)));
+    return 0;
+}
