@@ -25,9 +25,9 @@
 namespace
 {
 
-const char place[] = "/mnt/guard";
-const char file[] = "/mnt/guard-file";
-const char otherFile[] = "/mnt/guard-other";
+const char place[] = "/mnt/.guard";
+const char file[] = "/mnt/.guard-file";
+const char otherFile[] = "/mnt/.guard-other";
 
 void makeFile()
 {
@@ -131,7 +131,7 @@ int renameFile()
 
 int linkFile()
 {
-    return errorOf(symlink(file, "/mnt/guard-link"));
+    return errorOf(symlink(file, "/mnt/.guard-link"));
 }
 
 using Attempt = int (*)();
@@ -187,7 +187,7 @@ private slots:
 
     void filesAreStillWritten()
     {
-        QFile written("/mnt/guard-written");
+        QFile written("/mnt/.guard-written");
         QVERIFY(written.open(QIODevice::WriteOnly));
     }
 
