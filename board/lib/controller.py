@@ -32,12 +32,16 @@ FIRST_ROW = facts.number("first_row_y")
 ROW_HEIGHT = facts.number("row_height")
 OPERATIONS_COLUMN = facts.number("operation_x")
 SELECTION_COLUMN = facts.number("selected_x")
+OUTCOME_LEFT, OUTCOME_RIGHT, OUTCOME_TOP = 364, 509, 64  # within the lines of the table
+TABLE_ROW_HEIGHT = 20
 BESIDE_THE_CAPTION = 51  # pixels from the middle of a button, and still on it
 
 POLL_SECONDS = 3.0
 
 # For a poll, and what follows it, on an emulation that a loaded computer slows down several times.
 LIMIT = 240
+
+OWN_RULES = "/run/systemd/system/zul_upgrade.service.d"
 
 # What was measured, the tool's, the baseline's, what the baseline is.
 Figure = tuple[str, str, str, str]
@@ -126,6 +130,12 @@ def shows_unplug_message(screen: Screen) -> bool:
 def shows_details(screen: Screen) -> bool:
     """The fourth column of the table begins where there is nothing without it."""
     return shows_status(screen) and has_dark_text(screen, 520, 64, 240, 16)
+
+
+def outcome(screen: Screen, row: int) -> list[Colour]:
+    """The picture of what the table says of an operation's outcome, to be compared with another row's."""
+    top = OUTCOME_TOP + row * TABLE_ROW_HEIGHT
+    return [screen.at(x, y) for y in range(top, top + TABLE_ROW_HEIGHT - 4) for x in range(OUTCOME_LEFT, OUTCOME_RIGHT)]
 
 
 # --- The controller -----------------------------------------------------------------------------------------
@@ -255,6 +265,14 @@ class Controller:
 
     def let_polls_pass(self, polls: int) -> None:
         self.let_time_pass(POLL_SECONDS * (polls + 1))
+
+    def with_service_settings(self, *settings: str) -> None:
+        """A tool whose service has more settings, until the scenario has ended or the board is started again."""
+        lines = "".join(f"{setting}\\n" for setting in settings)
+        self.board.shell(f"mkdir -p {OWN_RULES} && printf '[Service]\\n{lines}' >{OWN_RULES}/test.conf")
+        self.clean_up = f"rm -r {OWN_RULES} && systemctl daemon-reload"
+        self.board.shell("systemctl daemon-reload && systemctl restart zul_upgrade")
+        self.expect_tool_waiting()
 
     # --- Operations that wait ---------------------------------------------------------------------------
 

@@ -32,6 +32,7 @@ from controller import (
     shows_time_left,
     shows_unplug_message,
 )
+from registry import EVERYDAY, FULL, scenario
 from screen import HEIGHT, WIDTH
 from waiting import Timeout, wait_until
 
@@ -41,19 +42,6 @@ BATCH = 600
 COUNTDOWN = 4 * facts.number("countdown_seconds")
 # What the watchdog says when upgrade mode begins.
 SUSPENDED = f"received syscmd_suspend@{facts.number('suspension')}"
-
-Scenario = Callable[[Controller], None]
-
-EVERYDAY: list[Scenario] = []
-FULL: list[Scenario] = []
-
-
-def scenario(where: list[Scenario]) -> Callable[[Scenario], Scenario]:
-    def register(function: Scenario) -> Scenario:
-        where.append(function)
-        return function
-
-    return register
 
 
 # --- Power-on -----------------------------------------------------------------------------------------------
@@ -506,12 +494,7 @@ def touch_turned_by_a_udev_rule(c: Controller) -> None:
 
 def with_environment(c: Controller, settings: str) -> None:
     """A tool with other settings, until the board is started again."""
-    lines = "".join(f"\\nEnvironment={setting}" for setting in settings.split())
-    c.board.shell("mkdir -p /run/systemd/system/zul_upgrade.service.d")
-    c.board.shell(f"printf '[Service]{lines}\\n' >/run/systemd/system/zul_upgrade.service.d/test.conf")
-    c.board.shell("systemctl daemon-reload && systemctl restart zul_upgrade")
-    c.expect_tool_waiting()
-    c.clean_up = "rm -r /run/systemd/system/zul_upgrade.service.d && systemctl daemon-reload"
+    c.with_service_settings(*(f"Environment={setting}" for setting in settings.split()))
 
 
 # --- The package --------------------------------------------------------------------------------------------
