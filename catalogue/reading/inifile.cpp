@@ -115,8 +115,10 @@ private:
         static const char letters[] = "abfnrtv\"?'\\";
         static const char meanings[] = "\a\b\f\n\r\t\v\"?'\\";
         const int begin = i++;
-        if (i >= to)
+        if (i >= to) {
+            chopLimit = value.text.size();
             return;
+        }
         const char byte = data.at(i++);
         const char *letter = std::find(letters, letters + sizeof letters - 1, byte);
         if (*letter)
@@ -191,7 +193,7 @@ IniFile::IniFile(const QByteArray &bytes)
     , byteOrderMark(bytes.startsWith("\xef\xbb\xbf"))
 {
     findLineStarts();
-    int offset = byteOrderMark ? 3 : 0;
+    int offset = firstLine();
     LogicalLine line;
     while (readLine(&offset, &line)) {
         if (text.at(line.begin) == '[')
@@ -201,6 +203,18 @@ IniFile::IniFile(const QByteArray &bytes)
         else
             strays.append({line.begin, line.end, section, false});
     }
+}
+
+/// Where a byte-order mark ends; but where a key stands right behind it, it is part of that key.
+int IniFile::firstLine() const
+{
+    if (!byteOrderMark)
+        return 0;
+    constexpr int markEnd = 3;
+    int offset = markEnd;
+    LogicalLine line;
+    const bool isKey = readLine(&offset, &line) && text.at(line.begin) != '[';
+    return isKey && lineEnd(text, 0) >= line.begin ? 0 : markEnd;
 }
 
 void IniFile::findLineStarts()
@@ -275,12 +289,12 @@ void IniFile::addHead(const LogicalLine &line)
     const bool closed = bracket >= 0 && bracket < line.end;
     const QByteArray name =
         text.mid(line.begin + 1, (closed ? bracket : line.end) - line.begin - 1).trimmed();
-    if (qstricmp(name, "general") == 0)
+    if (name.toLower() == "general")
         section.clear();
     else if (name.isEmpty())
         section = "/"; // not the same as the place outside sections
     else
-        section = qstricmp(name, "%general") == 0 ? QString::fromLatin1(name.mid(1)) : decodedKey(name);
+        section = name.toLower() == "%general" ? QString::fromLatin1(name.mid(1)) : decodedKey(name);
     heads.append({line.begin, line.end, section, closed});
 }
 

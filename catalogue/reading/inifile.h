@@ -86,6 +86,7 @@ private:
         bool openQuote;
     };
 
+    int firstLine() const;
     bool readLine(int *offset, LogicalLine *line) const;
     void skipComment(int *offset, LogicalLine *line) const;
     void addHead(const LogicalLine &line);

@@ -3,7 +3,7 @@
 
 #include "reading/initext.h"
 
-#include <QRegularExpression>
+#include <QStringList>
 
 namespace
 {
@@ -85,8 +85,16 @@ QString textOfRaw(const QByteArray &raw, bool keepQuotes)
 
 bool isSpecialValue(const QString &text)
 {
-    static const QRegularExpression special(
-        "^@(@|Invalid\\(\\)$|(ByteArray|String|Variant|DateTime|Rect|Size|Point)\\(.*\\)$)",
-        QRegularExpression::DotMatchesEverythingOption);
-    return special.match(text).hasMatch();
+    if (text.startsWith("@@") || text == "@Invalid()")
+        return true;
+    if (!text.startsWith('@') || !text.endsWith(')'))
+        return false;
+    const int bracket = text.indexOf('(');
+    const QString kind = text.mid(1, bracket - 1);
+    if (QStringList{"ByteArray", "String", "Variant", "DateTime"}.contains(kind))
+        return true;
+    // With another number of numbers they are texts. A blank ends a number, and so does every bracket.
+    const QString inside = text.mid(bracket + 1);
+    const int numbers = inside.count(' ') + inside.count(')');
+    return kind == "Rect" ? numbers == 4 : (kind == "Size" || kind == "Point") && numbers == 2;
 }

@@ -18,6 +18,10 @@ class TestIniFile : public QObject
 private slots:
     void readsAValueAsTheReaderDoes_data();
     void readsAValueAsTheReaderDoes();
+    void readsAFileAsTheReaderDoes_data();
+    void readsAFileAsTheReaderDoes();
+    void knowsWhatTheReaderTakesForNoText_data();
+    void knowsWhatTheReaderTakesForNoText();
     void tellsThePlaceOfEveryCharacter();
     void countsLinesWithAnyLineEnd();
     void aWrittenLineReadsBackUnchanged_data();
@@ -74,6 +78,80 @@ void TestIniFile::readsAValueAsTheReaderDoes()
     QCOMPARE(file.entries().size(), 1);
     QCOMPARE(file.entries().first().path(), QString("CMD/key"));
     QCOMPARE(file.entries().first().value.text, text);
+}
+
+void TestIniFile::readsAFileAsTheReaderDoes_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("text");
+    const QString mark = QString::fromLatin1("\xef\xbb\xbf");
+    QTest::newRow("byte-order mark before a section") << QByteArray("\xef\xbb\xbf[CMD]\nkey=a") << "CMD/key"
+                                                      << "a";
+    QTest::newRow("byte-order mark before a key") << QByteArray("\xef\xbb\xbfkey=a") << mark + "key"
+                                                  << "a";
+    QTest::newRow("byte-order mark before a comment") << QByteArray("\xef\xbb\xbf; c\nkey=a") << "key"
+                                                      << "a";
+    QTest::newRow("section outside the sections") << QByteArray("[General]\nkey=a") << "key"
+                                                  << "a";
+    QTest::newRow("the same, and a zero byte")
+        << QByteArray("[general\0]\nkey=a", 16) << QString("general%1/key").arg(QChar(0)) << "a";
+    QTest::newRow("the file ends in an escape") << QByteArray("key=a \\") << "key"
+                                                << "a ";
+    QTest::newRow("the file ends in a number") << QByteArray("key=a \\x") << "key"
+                                               << "a ";
+    QTest::newRow("the file ends behind a blank") << QByteArray("key=a ") << "key"
+                                                  << "a";
+}
+
+void TestIniFile::readsAFileAsTheReaderDoes()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, key);
+    QTEST(readerValue(bytes, key).toString(), "text");
+    const IniFile file(bytes);
+    QCOMPARE(file.entries().size(), 1);
+    QCOMPARE(file.entries().first().path(), key);
+    QVERIFY(file.strayLines().isEmpty());
+    QTEST(file.entries().first().value.text, "text");
+}
+
+void TestIniFile::knowsWhatTheReaderTakesForNoText_data()
+{
+    QTest::addColumn<QByteArray>("written");
+    QTest::addColumn<bool>("special");
+    const auto row = [](const char *written, bool special) {
+        QTest::newRow(written) << QByteArray(written) << special;
+    };
+    row("@", false);
+    row("@@", true);
+    row("@run(x)", false);
+    row("@Invalid()", true);
+    row("@Invalid(x)", false);
+    row("@Invalid()\\n", false);
+    row("@String(x)", true);
+    row("@String(x)\\n", false);
+    row("@String(x", false);
+    row("@ByteArray()", true);
+    row("@Rect(1 2 3 4)", true);
+    row("@Rect(1 2 3)", false);
+    row("@Size(1 2)", true);
+    row("@Size(1)", false);
+    row("@Point(1 2)", true);
+    row("@Point(1 2 3)", false);
+    row("@Point(1) 2)", false);
+    row("@Rect", false);
+    row("@)", false);
+}
+
+void TestIniFile::knowsWhatTheReaderTakesForNoText()
+{
+    QFETCH(QByteArray, written);
+    const QByteArray bytes = "key=\"" + written + '"';
+    const QString text = IniFile(bytes).entries().first().value.text;
+    const QVariant value = readerValue(bytes, "key");
+    QCOMPARE(value.type() != QVariant::String || value.toString() != text, isSpecialValue(text));
+    QTEST(isSpecialValue(text), "special");
 }
 
 void TestIniFile::tellsThePlaceOfEveryCharacter()
