@@ -3,6 +3,8 @@
 
 #include "reading/shell.h"
 
+#include "reading/commandline.h"
+
 #include <QRegularExpression>
 
 namespace
@@ -28,6 +30,10 @@ ShellCall shellCall(const QString &commandLine)
     static const QRegularExpression call("^(" + shellCommand + "(?:\\s+-\\S+)*?\\s+-\\w*c)\\s+(\\S.*)$",
                                          QRegularExpression::DotMatchesEverythingOption);
     const QRegularExpressionMatch match = call.match(commandLine);
+    // What is written like one need not be one: a quotation mark may make more than a shell's name of it.
+    const CommandLine shell = splitCommandLine(match.captured(1));
+    if (shell.openQuote || shellWords(shell.words) == 0)
+        return {};
     return {match.captured(1), match.captured(2)};
 }
 

@@ -62,6 +62,9 @@ void TestShell::aScriptForAShellIsTakenApart_data()
     row("sh -c", "", "");
     row("sh -e a.sh", "", "");
     row("push -c a", "", "");
+    row("a\"/sh -c b\"", "", "");
+    row("sh -\"x -c a\"", "", "");
+    row("a\u00a0/sh -c b", "", "");
 }
 
 void TestShell::aScriptForAShellIsTakenApart()
