@@ -19,9 +19,10 @@ namespace
 
 constexpr int cannotRunHere = 77;
 
-void dropDebugLines(QtMsgType type, const QMessageLogContext &, const QString &text)
+/// Debug lines and warnings: there would be thousands a second.
+void dropLines(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
-    if (type != QtDebugMsg)
+    if (type != QtDebugMsg && type != QtWarningMsg)
         std::fprintf(stderr, "%s\n", qPrintable(text));
 }
 
@@ -47,8 +48,8 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
     if (!isSandboxed())
         std::_Exit(cannotRunHere);
-    qInstallMessageHandler(dropDebugLines);
-    new QApplication(*argc, *argv); // for ever: the process ends with it
+    qInstallMessageHandler(dropLines);
+    static QApplication application(*argc, *argv);
     QApplication::setQuitOnLastWindowClosed(false);
     return 0;
 }
