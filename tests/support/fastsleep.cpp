@@ -4,11 +4,11 @@
 #include "support/fastsleep.h"
 
 #include <QHash>
-#include <QMutex>
 #include <QThread>
 
 #include <cerrno>
 #include <ctime>
+#include <mutex>
 
 #include <poll.h>
 
@@ -19,7 +19,7 @@ constexpr int fastSleepMs = 2;
 
 /// Never released: threads may still sleep while the process ends.
 struct Observers {
-    QMutex mutex;
+    std::mutex mutex; // not Qt's, which ThreadSanitizer does not know
     QHash<const QThread *, SleepObserver> byThread;
 };
 
@@ -31,7 +31,7 @@ Observers &observers()
 
 SleepObserver observerOfThisThread()
 {
-    const QMutexLocker locker(&observers().mutex);
+    const std::lock_guard<std::mutex> lock(observers().mutex);
     return observers().byThread.value(QThread::currentThread());
 }
 
@@ -44,7 +44,7 @@ bool isWholeSeconds(const timespec *time)
 
 void observeSleepsOf(const QThread *thread, const SleepObserver &observer)
 {
-    const QMutexLocker locker(&observers().mutex);
+    const std::lock_guard<std::mutex> lock(observers().mutex);
     if (observer)
         observers().byThread.insert(thread, observer);
     else
