@@ -26,6 +26,10 @@ fi
 restart_delay=10
 # More settings in the environment of the programs, for the watchdog.
 watchdog_settings=()
+# Settings in the environment of the tool alone.
+tool_settings=()
+# More files for the directory of the controller's programs.
+more_programs=()
 # start_controller starts these; a scenario may take one out.
 controller_programs=(zul_watchdog zul_upgrade)
 
@@ -34,7 +38,7 @@ install_programs() {
     local directory=$1 name
     install -m 755 "$build/zul_upgrade" "$build/simulator/zul_watchdog" "$build/simulator/ts_calibrate" "$directory"
     for name in $application_programs; do install -m 755 "$build/simulator/zul_application" "$directory/$name"; done
-    install -m 755 "$simulator"/programs/{zul_version,hold,note} "$directory"
+    install -m 755 "$simulator"/programs/{zul_version,hold,note} "${more_programs[@]}" "$directory"
 }
 
 # shipped_environment - the settings that the package brings, without those of the frame buffer.
@@ -89,8 +93,9 @@ start_program() {
 
 run_program() {
     local status=0
-    local -a command
-    controller_command "$programs/$1"
+    local -a command settings=()
+    if [[ $1 == zul_upgrade ]]; then settings=("${tool_settings[@]}"); fi
+    controller_command env "${settings[@]}" "$programs/$1"
     "${command[@]}" </dev/null > >(stamp "$2") 2> >(stamp "$3") &
     wait $! || status=$?
     if [[ -e $state/powered ]]; then event simulator "$1 ended with exit code $status"; fi
