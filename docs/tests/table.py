@@ -36,6 +36,7 @@ TABLE: dict[tuple[str, str, int], Method] = {
         before="apt-get -q purge zul-upgrade",
         elsewhere={"systemctl status zul_upgrade": By("board/lib/scenarios.py", "systemctl status zul_upgrade")},
     ),
+    ("docs/installing.md", "Faults of the system", 1): UsedBy("simulator/faults/faults.sh", part=r"^exec .+"),
     ("docs/installing.md", "The service", 1): FrameBufferNotAwaited(),
     ("docs/installing.md", "Screen and fonts", 1): UsedBy("board/lib/machine.py", part=r"(?<= )\S+"),
     ("docs/installing.md", "Touch", 1): UdevRules("/etc/udev/rules.d/99-touch.rules"),
