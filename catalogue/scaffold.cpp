@@ -40,6 +40,7 @@ set -eu
 medium=%1
 
 echo "update ran" >>"$medium/update.log"
+sync # until then, a power cut or a pulled medium takes it back
 )";
 
 /// Writes the text, with the controller's paths in it: %1 for the medium, %2 for its folder.

@@ -14,4 +14,5 @@ check "the names are those that were meant" in_order \
 confirm_choice
 must "the batch ends" within 60 batch_over
 check "the language packs are there" on_controller cmp /opt/zul/languages.txt /media/mmcblk1p1/languages.txt
+check "nothing half done is left" fails on_controller test -e /opt/zul/languages.new
 check "the logs are gone" fails on_controller test -e /opt/zul/logs

@@ -13,6 +13,8 @@ must "the batch ends" within 60 batch_over
 check "the new program is in its place" test "$(on_controller /opt/zul/zul_version)" = "application 2.2.0"
 check "the old one is kept" test "$(on_controller /opt/zul/zul_version.old)" = "application 2.0.0"
 check "nothing half done is left" fails on_controller test -e /opt/zul/zul_version.new
+check "nothing half kept either" fails on_controller test -e /opt/zul/zul_version.old.new
+check "the script has saved twice before ENDGAME did" within 10 logged_times 3 ' stand-in +sync$'
 controller_restarts
 mark
 must "the tool is back" wait_for_log ' tool +key = ' 30

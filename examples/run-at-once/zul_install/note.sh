@@ -3,3 +3,4 @@
 set -eu
 
 date >>/mnt/upgrade/installed.log
+sync

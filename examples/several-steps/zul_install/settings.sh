@@ -9,3 +9,4 @@ mv -f settings.new settings
 if [ -d cache ]; then
     find cache -type f -exec rm -f {} +
 fi
+sync

@@ -3,7 +3,10 @@
 set -eu
 
 cd /mnt/upgrade/zul_install
-sha256sum -c SHA256SUMS >../check.log 2>&1
+if ! sha256sum -c SHA256SUMS >../check.log 2>&1; then
+    sync # the medium is pulled to read that
+    exit 1
+fi
 
 for file in settings zul_version; do
     cp -f "$file" "/opt/zul/$file.new"
@@ -13,3 +16,4 @@ sync
 for file in settings zul_version; do
     mv -f "/opt/zul/$file.new" "/opt/zul/$file"
 done
+sync
