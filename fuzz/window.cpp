@@ -7,45 +7,24 @@
 //
 // libfuzzer: -max_len=2048 -timeout=20 -rss_limit_mb=3000
 
+#include "common/freshfile.h"
 #include "common/outside.h"
 #include "common/target.h"
 #include "common/toolwindow.h"
 
 #include "debuglines.h"
 
-#include <QDir>
 #include <QLabel>
 #include <QListView>
 #include <QPushButton>
 #include <QTimer>
 
-#include <cerrno>
-#include <cstring>
-#include <ctime>
 #include <memory>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace
 {
 
-const char folder[] = "/mnt/.fuzz";
-const char path[] = "/mnt/.fuzz/system.ini";
 constexpr int inputsOfAWindow = 500;
-
-/// Writes the file, with a time that it never had: the reader goes by that.
-void writeCatalogue(const QByteArray &bytes)
-{
-    static time_t time = 1000000000;
-    const int file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    const timespec times[] = {{++time, 0}, {time, 0}};
-    if (file == -1 || ::write(file, bytes.constData(), static_cast<size_t>(bytes.size())) != bytes.size()
-        || futimens(file, times) != 0)
-        qFatal("%s: %s", path, std::strerror(errno));
-    close(file);
-}
 
 /// What stands before and after the first "@", up to the second one, as the bytes of the file are meant.
 _system_CMD recordOf(const QString &value)
@@ -158,11 +137,11 @@ void compareDirect(ToolWindow &window, const Expected &expected)
     if (!starts)
         return;
     MUST(window.child<QLabel>("information")->text().isEmpty(), "an old message stands over the batch");
-    requireTable(window.widget(), false);
+    requireTable(window.widget(), expected.records, false);
     window.child<QPushButton>("pushButton")->click();
-    requireTable(window.widget(), true);
+    requireTable(window.widget(), expected.records, true);
     window.child<QPushButton>("pushButton")->click();
-    requireTable(window.widget(), false);
+    requireTable(window.widget(), expected.records, false);
 }
 
 /// Nothing of what is not the mode's own has changed.
@@ -207,8 +186,6 @@ void reset(ToolWindow &window)
 
 void fuzz(const QByteArray &input)
 {
-    static const bool made = QDir().mkpath(folder);
-    Q_UNUSED(made)
     static std::unique_ptr<ToolWindow> window;
     static int uses = 0;
     if (uses++ % inputsOfAWindow == 0)
@@ -216,7 +193,7 @@ void fuzz(const QByteArray &input)
 
     Outside nobody;
     reset(*window);
-    writeCatalogue(input);
+    const QString path = freshFile(input);
     const DebugLines lines;
     window->widget().check_CMD(path);
     // Asked second, so that the window is the one that has the file read.

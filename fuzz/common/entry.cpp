@@ -8,6 +8,7 @@
 #include "support/sandboxed.h"
 
 #include <QApplication>
+#include <QStringList>
 
 #include <cerrno>
 #include <cstdio>
@@ -35,10 +36,22 @@ bool shutTheGuard()
     std::_Exit(cannotRunHere);
 }
 
+QStringList steps;
+
 } // namespace
+
+void note(const QString &step)
+{
+    static const bool atOnce = qEnvironmentVariableIsSet("ZUL_FUZZ_STEPS");
+    if (atOnce)
+        std::fprintf(stderr, "%s\n", step.toUtf8().constData());
+    steps.append(step);
+}
 
 void violated(const QString &what)
 {
+    for (const QString &step : qAsConst(steps))
+        std::fprintf(stderr, "    %s\n", step.toUtf8().constData());
     std::fprintf(stderr, "VIOLATED: %s\n", what.toUtf8().constData());
     std::fflush(stderr);
     std::abort();
@@ -58,6 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const bool guarded = shutTheGuard();
     Q_UNUSED(guarded)
+    steps.clear();
     fuzz(QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size)));
     return 0;
 }

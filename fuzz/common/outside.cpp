@@ -9,6 +9,7 @@
 
 #include "common/target.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -74,6 +75,11 @@ QByteArray Outside::outputOf(const QByteArray &command)
 void Outside::shell(const QByteArray &command)
 {
     violated("has a shell run: " + command);
+}
+
+void Outside::exit(int code)
+{
+    violated(QString("ends with %1").arg(code));
 }
 
 void Outside::start(const QString &commandLine)
@@ -159,6 +165,11 @@ void QProcess::start(const QString &commandLine, OpenMode)
 int QProcess::execute(const QString &commandLine)
 {
     return outside().execute(commandLine);
+}
+
+void QCoreApplication::exit(int code)
+{
+    outside().exit(code);
 }
 
 bool QFile::exists(const QString &path)

@@ -23,6 +23,8 @@ public:
     virtual QByteArray outputOf(const QByteArray &command);
     /// A shell's command, not waited for.
     virtual void shell(const QByteArray &command);
+    /// The application is to end its event loop.
+    virtual void exit(int code);
     /// A program that the window starts; it prints nothing.
     virtual void start(const QString &commandLine);
     /// A program that the worker runs to its end: its exit code, or -2 when it cannot be started.

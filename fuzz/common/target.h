@@ -12,6 +12,10 @@
 /// the main thread, in a sandbox, behind the guard, and with a QApplication.
 void fuzz(const QByteArray &input);
 
+/// Adds to what the input has come to, in words; violated() prints it, and so does ZUL_FUZZ_STEPS in the
+/// environment at once, for an input that ends the process in another way.
+void note(const QString &step);
+
 /// Prints what does not hold and ends the process, which makes the input a finding.
 [[noreturn]] void violated(const QString &what);
 

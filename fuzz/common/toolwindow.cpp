@@ -35,10 +35,9 @@ QStringList textsOf(const QStandardItemModel *model, int column)
     return texts;
 }
 
-void requireTable(Widget &window, bool details)
+void requireTable(Widget &window, const QVector<_system_CMD> &records, bool details)
 {
     const QStandardItemModel *table = tableModelOf(window);
-    const QVector<_system_CMD> &records = runListOf(window);
     MUST(window.findChild<QTableView *>("tableView")->model() == table, "the table shows another model");
     MUST(table->columnCount() == (details ? 4 : 3), "the table has other columns");
     MUST(table->rowCount() == records.size(), "the table has more or fewer rows than the run list");

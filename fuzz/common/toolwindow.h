@@ -44,8 +44,8 @@ private:
 /// The texts of a model's column, top to bottom; empty without a model.
 QStringList textsOf(const QStandardItemModel *model, int column = 0);
 
-/// Requires the status table to show the run list, with the command lines when `details`.
-void requireTable(Widget &window, bool details);
+/// Requires the status table to show these records, with the command lines when `details`.
+void requireTable(Widget &window, const QVector<_system_CMD> &records, bool details);
 
 /// Whether two records say the same.
 bool sameRecord(const _system_CMD &one, const _system_CMD &other);
