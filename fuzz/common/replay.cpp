@@ -3,7 +3,9 @@
 
 // Gives a target files, where it is not linked with libFuzzer: so any compiler's build replays a corpus.
 //
-//   fuzz_NAME -runs=0 FILE|DIRECTORY...      each file once, in the order of their names
+//   fuzz_NAME [-error_exitcode=1] -runs=0 FILE|DIRECTORY...      each file once, in the order of their names
+//
+// What violates an assertion ends the process by a signal, which is what the option says of libFuzzer.
 
 #include <QDirIterator>
 #include <QFile>
@@ -49,7 +51,8 @@ int main(int argc, char *argv[])
 {
     QStringList files;
     for (int i = 1; i < argc; ++i) {
-        if (QByteArray(argv[i]) == "-runs=0")
+        const QByteArray argument(argv[i]);
+        if (argument == "-runs=0" || argument.startsWith("-error_exitcode="))
             continue;
         if (argv[i][0] == '-') {
             std::fprintf(stderr, "%s: this build replays files only\n", argv[i]);
