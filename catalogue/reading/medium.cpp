@@ -59,11 +59,10 @@ bool readCatalogue(Medium *medium, Failure *failure)
     if (!info.isFile())
         return fail(failure, ExitNoInput, medium->catalogue + ": not a file");
     if (info.size() > largestCatalogue)
-        return fail(failure, ExitData,
-                    QString("%1: too big for a catalogue (%2 bytes, at most %3)")
-                        .arg(medium->catalogue)
-                        .arg(info.size())
-                        .arg(largestCatalogue));
+        return fail(
+            failure, ExitData,
+            QString("%1: too big for a catalogue (%2 bytes, at most %3)")
+                .arg(medium->catalogue, QString::number(info.size()), QString::number(largestCatalogue)));
     QFile file(medium->catalogue);
     if (!file.open(QIODevice::ReadOnly))
         return fail(failure, ExitNoInput,

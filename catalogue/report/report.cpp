@@ -126,8 +126,9 @@ private:
 
     void addFinding(const Finding &finding)
     {
-        const QString place =
-            QString("%1:%2:%3:").arg(printable(finding.file)).arg(finding.at.line).arg(finding.at.column);
+        const QString place = QString("%1:%2:%3:")
+                                  .arg(printable(finding.file), QString::number(finding.at.line),
+                                       QString::number(finding.at.column));
         text +=
             QString("%1 %2 %3 [%4]\n")
                 .arg(strong(place), severityLabel(finding.severity), printable(finding.message), finding.id);

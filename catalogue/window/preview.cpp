@@ -93,7 +93,7 @@ private:
     void take(const QString &name, const QPixmap &picture)
     {
         const QString file =
-            QString("%1/%2-%3.png").arg(folder).arg(files.size() + 1, 2, 10, QLatin1Char('0')).arg(name);
+            folder + QString("/%1-%2.png").arg(files.size() + 1, 2, 10, QLatin1Char('0')).arg(name);
         written = picture.save(file) && written;
         files.append(file);
         pictures.append(picture);
