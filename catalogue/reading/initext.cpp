@@ -47,6 +47,11 @@ QString writtenKey(const QString &key)
     return written;
 }
 
+QString textOf(const QByteArray &bytes)
+{
+    return QString::fromUtf8(bytes.constData(), bytes.size()); // without its size it would end at a zero byte
+}
+
 QString intendedText(const IniFile &file, const DecodedValue &value)
 {
     QString meant;
@@ -58,7 +63,7 @@ QString intendedText(const IniFile &file, const DecodedValue &value)
             run += file.bytes().at(value.at.at(i));
             continue;
         }
-        const QString decoded = QString::fromUtf8(run);
+        const QString decoded = textOf(run);
         meant += decoded.contains(QChar::ReplacementCharacter) ? QString::fromLatin1(run) : decoded;
         run.clear();
         if (i < value.text.size())

@@ -16,6 +16,9 @@ QString iniLine(const QString &key, const QString &value);
 /// A key as it is written, with escapes for all that the reader would change.
 QString writtenKey(const QString &key);
 
+/// Bytes as UTF-8, beyond a zero byte too.
+QString textOf(const QByteArray &bytes);
+
 /// The text that the author meant: UTF-8 that the reader took in byte by byte becomes characters again.
 QString intendedText(const IniFile &file, const DecodedValue &value);
 

@@ -30,10 +30,16 @@ int commandOffset(const CommandEntry &command)
     return offsetOf(command, command.entry->value.text.indexOf('@') + 1);
 }
 
-/// A command that runs what this one cannot say, from a script on the medium.
-QString asScript(const CommandEntry &command)
+/// A command that runs what this one cannot say, from a script on the medium. The script is named after the
+/// key, as far as that is one word and leaves the command short enough to be shown.
+QString asScript(const Subject &subject, const CommandEntry &command)
 {
-    return QString("sh %1%2/%3.sh").arg(mediumFolder, installFolder(), command.entry->key);
+    static const QRegularExpression noLetters("[^\\w.-]");
+    QString name = QString(command.entry->key).replace(noLetters, "_");
+    const auto call = [&name] { return QString("sh %1%2/%3.sh").arg(mediumFolder, installFolder(), name); };
+    while (name.size() > 1 && !subject.screen.fitsDetails(call()))
+        name.chop(1);
+    return call();
 }
 
 // --- Name and command -----------------------------------------------------------------------------------
@@ -42,9 +48,10 @@ void noAt(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (command.ats == 0)
-            findings.replace(*command.entry, offsetOf(command, 0),
-                             "Without \"@\" all of this is the name, and nothing is run",
-                             subject.line(*command.entry, command.entry->key + '@' + command.name));
+            findings.replace(
+                *command.entry, offsetOf(command, 0),
+                "Without \"@\" all of this is the name, and nothing is run",
+                subject.line(*command.entry, subject.nameFor(*command.entry) + '@' + command.name));
     }
 }
 
@@ -56,7 +63,7 @@ void severalAt(const Subject &subject, Collector &findings)
         const QString &text = command.entry->value.text;
         findings.replace(*command.entry, offsetOf(command, text.indexOf('@', text.indexOf('@') + 1)),
                          "The second \"@\" ends the command; put a command with \"@\" into a script",
-                         subject.commandLine(command, asScript(command)));
+                         subject.commandLine(command, asScript(subject, command)));
     }
 }
 
@@ -64,9 +71,9 @@ void emptyName(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (command.name.trimmed().isEmpty())
-            findings.replace(*command.entry, offsetOf(command, 0),
-                             "Nothing before \"@\": the operator sees an empty row",
-                             subject.line(*command.entry, command.entry->key + '@' + command.command));
+            findings.replace(
+                *command.entry, offsetOf(command, 0), "Nothing before \"@\": the operator sees an empty row",
+                subject.line(*command.entry, subject.nameFor(*command.entry) + '@' + command.command));
     }
 }
 
@@ -263,7 +270,9 @@ QString shortened(const Subject &subject, const QString &name)
 void addLongName(const Subject &subject, Collector &findings, const CommandEntry &command,
                  const QString &where)
 {
-    const QString name = findings.hasRoom() ? shortened(subject, command.name) : QString();
+    QString name = findings.hasRoom() ? shortened(subject, command.name) : QString();
+    if (name.isEmpty())
+        name = "NAME"; // there was nothing but blanks at the front
     findings.replace(*command.entry, offsetOf(command, 0), "This name is wider than " + where,
                      subject.line(*command.entry, name + '@' + command.command));
 }
@@ -291,7 +300,7 @@ void commandTooLong(const Subject &subject, Collector &findings)
         if (!subject.screen.fitsDetails(command.command))
             findings.replace(*command.entry, commandOffset(command),
                              "This command is wider than the details column; it runs, but is not shown whole",
-                             subject.commandLine(command, asScript(command)));
+                             subject.commandLine(command, asScript(subject, command)));
     }
 }
 

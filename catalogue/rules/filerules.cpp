@@ -21,7 +21,7 @@ bool isCommand(const IniEntry &entry)
 
 QString firstLine(const QByteArray &bytes, int from)
 {
-    return QString::fromUtf8(bytes.mid(from, lineEnd(bytes, from) - from));
+    return textOf(bytes.mid(from, lineEnd(bytes, from) - from));
 }
 
 void byteOrderMark(const Subject &subject, Collector &findings)
@@ -52,8 +52,9 @@ void nul(const Subject &subject, Collector &findings)
     const int begin = at - (subject.file.position(at).column - 1);
     const int end = begin + line.size();
     line.replace('\0', "");
-    findings.replace(begin, end, at, "A zero byte: the tool drops the rest of this value",
-                     QString::fromUtf8(line));
+    if (line.isEmpty())
+        line = ";";
+    findings.replace(begin, end, at, "A zero byte: the tool drops the rest of this value", textOf(line));
 }
 
 void unbalancedQuotes(const Subject &subject, Collector &findings)
@@ -72,17 +73,17 @@ void unbalancedQuotes(const Subject &subject, Collector &findings)
 
 void hashComment(const Subject &subject, Collector &findings)
 {
-    const auto look = [&](int begin, int end) {
+    const auto look = [&](int begin) {
         if (subject.file.bytes().at(begin) == '#') {
             const QString line = firstLine(subject.file.bytes(), begin);
-            findings.replace(begin, qMax(end, begin), begin, "\"#\" does not start a comment; \";\" does",
-                             ';' + line.mid(1));
+            findings.replace(begin, lineEnd(subject.file.bytes(), begin), begin,
+                             "\"#\" does not start a comment; \";\" does", ';' + line.mid(1));
         }
     };
     for (const IniLine &stray : subject.file.strayLines())
-        look(stray.begin, stray.end);
+        look(stray.begin);
     for (const IniEntry &entry : subject.file.entries())
-        look(entry.begin, entry.end);
+        look(entry.begin);
 }
 
 void ignoredLine(const Subject &subject, Collector &findings)
@@ -90,10 +91,20 @@ void ignoredLine(const Subject &subject, Collector &findings)
     for (const IniLine &stray : subject.file.strayLines()) {
         const QString line = firstLine(subject.file.bytes(), stray.begin);
         if (!line.startsWith('#') && !line.startsWith(';'))
-            findings.replace(stray.begin, stray.end, stray.begin,
+            findings.replace(stray.begin, lineEnd(subject.file.bytes(), stray.begin), stray.begin,
                              "This line has no \"=\", so it is ignored; a comment starts with \";\"",
                              "; " + line);
     }
+}
+
+/// A section's name as it is written between its brackets.
+QString writtenSection(const QString &section)
+{
+    if (section.isEmpty())
+        return "General";
+    if (section == "/")
+        return QString();
+    return (section.compare("General", Qt::CaseInsensitive) == 0 ? "%" : "") + writtenKey(section);
 }
 
 void brokenSection(const Subject &subject, Collector &findings)
@@ -101,7 +112,7 @@ void brokenSection(const Subject &subject, Collector &findings)
     for (const IniLine &head : subject.file.sections()) {
         if (!head.closed)
             findings.replace(head.begin, head.end, head.begin, "This section's name is not closed with \"]\"",
-                             '[' + head.section.trimmed() + ']');
+                             '[' + writtenSection(head.section.trimmed()) + ']');
     }
 }
 
@@ -192,7 +203,7 @@ void specialValue(const Subject &subject, Collector &findings)
         findings.replace(
             *entry, entry->value.at.value(0, entry->valueBegin),
             "The reader takes a value with this beginning for something else than a text",
-            subject.line(*entry, isCommand(*entry) ? subject.rawKey(*entry) + '@' + text : text));
+            subject.line(*entry, isCommand(*entry) ? subject.nameFor(*entry) + '@' + text : text));
     }
 }
 

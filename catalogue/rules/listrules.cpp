@@ -48,6 +48,11 @@ QHash<QString, const IniEntry *> nearMisses(const Subject &subject)
     return misses;
 }
 
+QString lineNumber(const Subject &subject, const IniEntry &entry)
+{
+    return QString::number(subject.file.position(entry.begin).line);
+}
+
 bool isBlankAround(const Item &item)
 {
     return item.text != item.text.trimmed() && !item.entry;
@@ -133,10 +138,15 @@ void duplicateKey(const Subject &subject, Collector &findings)
         if (last != &entry)
             findings.replace(entry, entry.begin,
                              QString("\"%1\" is defined again on line %2, and that one counts")
-                                 .arg(subject.rawKey(entry))
-                                 .arg(subject.file.position(last->begin).line),
+                                 .arg(subject.rawKey(entry), lineNumber(subject, *last)),
                              subject.commented(entry));
     }
+}
+
+/// A comma separates the items, and the blanks around one are left out where a list is put right.
+bool canBeListed(const QString &key)
+{
+    return !key.isEmpty() && !key.contains(',') && key == key.trimmed();
 }
 
 void unlistedKey(const Subject &subject, Collector &findings)
@@ -156,14 +166,19 @@ void unlistedKey(const Subject &subject, Collector &findings)
             continue;
         known.insert(entry.key);
         unlisted.append(&entry);
-        all.append(entry.key);
+        if (canBeListed(entry.key))
+            all.append(entry.key);
     }
     const QString right = unlisted.isEmpty() ? QString() : subject.listLine(all);
     const IniEntry &list = *subject.list;
-    for (const IniEntry *entry : qAsConst(unlisted))
-        findings.replace(list.begin, list.end, entry->begin,
-                         QString("The list does not name \"%1\", so nobody is offered it").arg(entry->key),
-                         right);
+    for (const IniEntry *entry : qAsConst(unlisted)) {
+        const QString message =
+            QString("The list does not name \"%1\", so nobody is offered it").arg(entry->key);
+        if (canBeListed(entry->key))
+            findings.replace(list.begin, list.end, entry->begin, message, right);
+        else
+            findings.replace(*entry, entry->begin, message, subject.commented(*entry));
+    }
 }
 
 void capitalsOfSections(const Subject &subject, Collector &findings)
@@ -218,12 +233,14 @@ void percentInKey(const Subject &subject, Collector &findings)
 void spaceInKey(const Subject &subject, Collector &findings)
 {
     for (const IniEntry &entry : subject.file.entries()) {
-        QString key = subject.rawKey(entry);
-        if (entry.section == "CMD" && key.contains(' ') && !key.startsWith('#'))
+        const int blank = subject.file.bytes().indexOf(' ', entry.begin);
+        const bool isInKey = blank >= 0 && blank < entry.keyEnd;
+        if (entry.section == "CMD" && isInKey && !entry.key.startsWith('#'))
             findings.replace(
-                entry, entry.begin + key.indexOf(' '),
+                entry, blank,
                 "A blank in a key: other programs that save the file write it as %20; use another letter",
-                iniLine(key.replace(' ', '_'), intendedText(subject.file, entry.value)));
+                iniLine(subject.rawKey(entry).replace(' ', '_').replace("%20", "_"),
+                        intendedText(subject.file, entry.value)));
     }
 }
 
@@ -292,10 +309,10 @@ void duplicateName(const Subject &subject, Collector &findings)
             findings.replace(
                 *command.entry, command.entry->value.at.value(0),
                 QString("\"%1\" is the name of line %2 too: both show, and both run this command")
-                    .arg(command.name)
-                    .arg(subject.file.position(first->entry->begin).line),
+                    .arg(command.name, lineNumber(subject, *first->entry)),
                 subject.line(*command.entry,
-                             QString("%1 (%2)@%3").arg(command.name, command.entry->key, command.command)));
+                             QString("%1 (%2)@%3")
+                                 .arg(command.name, subject.nameFor(*command.entry), command.command)));
         else
             names.insert(command.name, &command);
     }

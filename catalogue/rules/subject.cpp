@@ -7,11 +7,18 @@
 
 #include <QSet>
 
+#include <algorithm>
+
 namespace
 {
 
 const char listKey[] = "system/CMD_List";
 const char directKey[] = "system/CMD_Type";
+
+bool containsControl(const QString &text)
+{
+    return std::any_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < ' '; });
+}
 
 } // namespace
 
@@ -74,7 +81,9 @@ QVector<const IniEntry *> Subject::textEntries() const
 
 QString Subject::rawKey(const IniEntry &entry) const
 {
-    return QString::fromUtf8(file.bytes().mid(entry.begin, entry.keyEnd - entry.begin));
+    const QByteArray raw = file.bytes().mid(entry.begin, entry.keyEnd - entry.begin);
+    const QString text = textOf(raw);
+    return text.toUtf8() == raw && !containsControl(text) ? text : writtenKey(entry.key);
 }
 
 QByteArray Subject::rawValue(const IniEntry &entry) const
@@ -93,9 +102,18 @@ QString Subject::commandLine(const CommandEntry &command, const QString &text) c
     return line(*command.entry, command.name + '@' + text);
 }
 
+QString Subject::nameFor(const IniEntry &entry) const
+{
+    const QString name = QString(entry.key).replace('@', ' ').trimmed();
+    return name.isEmpty() ? "NAME" : name;
+}
+
 QString Subject::commented(const IniEntry &entry) const
 {
-    return "; " + QString::fromUtf8(file.bytes().mid(entry.begin, entry.end - entry.begin));
+    QString text = textOf(file.bytes().mid(entry.begin, entry.end - entry.begin));
+    std::replace_if(
+        text.begin(), text.end(), [](QChar character) { return containsControl(character); }, ' ');
+    return "; " + text; // all of it, however many lines it has
 }
 
 QString Subject::listLine(const QStringList &texts) const

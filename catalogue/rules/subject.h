@@ -54,7 +54,7 @@ public:
     /// The lines of [CMD], and those of the list keys: the ones whose value the tool reads as one text.
     QVector<const IniEntry *> textEntries() const;
 
-    /// The key as it is written.
+    /// The key as it is written, or as it could be where that is no text of one line.
     QString rawKey(const IniEntry &entry) const;
     /// The value as it is written, up to the end of the line, without the blanks around it.
     QByteArray rawValue(const IniEntry &entry) const;
@@ -62,6 +62,8 @@ public:
     QString line(const IniEntry &entry, const QString &text) const;
     /// The line with another command.
     QString commandLine(const CommandEntry &command, const QString &text) const;
+    /// A name for an operation that has none, after its key.
+    QString nameFor(const IniEntry &entry) const;
     /// The line as a comment.
     QString commented(const IniEntry &entry) const;
     /// The list's line with other items: blanks around them and empty ones left out.

@@ -33,6 +33,9 @@ private slots:
     void theRightLinePutsTheFixtureRight();
     void aCatalogueTriggersWhatItShould_data();
     void aCatalogueTriggersWhatItShould();
+    void theRightLineIsRightForWhateverIsWritten_data();
+    void theRightLineIsRightForWhateverIsWritten();
+    void aMessageKeepsWhatLooksLikeAPlaceInIt();
     void everyRuleKnowsTheSameShells_data();
     void everyRuleKnowsTheSameShells();
     void noRuleTakesAnotherProgramForAShell();
@@ -274,6 +277,82 @@ void TestFindings::aCatalogueTriggersWhatItShould()
     QStringList found = idsOf(checkText(text));
     found.sort();
     QCOMPARE(found, ids);
+}
+
+void TestFindings::theRightLineIsRightForWhateverIsWritten_data()
+{
+    QTest::addColumn<QByteArray>("before"); // of the lines that are put right
+    QTest::addColumn<QByteArray>("lines");
+    QTest::addColumn<QString>("id");
+    QTest::addColumn<int>("column");
+    QTest::addColumn<QByteArray>("right");
+    const QByteArray list = "[system]\nCMD_List=\"a\"\n[CMD]\na=\"A@x\"\n";
+    const auto row = [](const char *name, const QByteArray &before, const QByteArray &lines, const char *id,
+                        int column, const QByteArray &right) {
+        QTest::newRow(name) << before << lines << QString(id) << column << right;
+    };
+    row("a comment of two lines", list, "[x]\nk=\"a\nb\"\n", "unknown-key", 1, "[x]\n; k=\"a b\"\n");
+    row("a comment with a zero byte", list, QByteArray("[x]\nk=a\0b\n", 10), "unknown-key", 1,
+        "[x]\n; k=a b\n");
+    row("a line of zero bytes", list, QByteArray("\0\0\n", 3), "nul", 1, ";\n");
+    row("a section outside the sections", list, "[General\n", "broken-section", 1, "[General]\n");
+    row("a section of that name", list, "[%General\n", "broken-section", 1, "[%General]\n");
+    row("a section with a bracket in it", list, "[a%5db\n", "broken-section", 1, "[a%5db]\n");
+    row("a section of two lines", list, "[a\"\nb\"\n", "broken-section", 1, "[a%22%0ab%22]\n");
+    row("a quotation mark behind #", list, "# 3\" disk\nb=\"B@y\"\n", "hash-comment", 1,
+        "; 3\" disk\nb=\"B@y\"\n");
+    row("a quotation mark on a line without =", list, "3\" disk\nb=\"B@y\"\n", "ignored-line", 1,
+        "; 3\" disk\nb=\"B@y\"\n");
+    row("a comment on a line without =", list, "nothing ; else\n", "ignored-line", 1, "; nothing ; else\n");
+    row("a key that no list can name", list, "b,c=\"B@y\"\n", "unlisted-key", 1, "; b,c=\"B@y\"\n");
+    row("a blank behind a letter of two bytes", "[system]\nCMD_List=\"\xc3\xa4 b\"\n[CMD]\n",
+        "\xc3\xa4 b=\"B@y\"\n", "space-in-key", 3, "\xc3\xa4_b=\"B@y\"\n");
+    row("a key that is no UTF-8", "[system]\nCMD_List=\"\xe4\"\n[CMD]\n", "\xe4=\"B@y.sh\"\n",
+        "single-word-sh", 6, "%e4=\"B@sh y.sh\"\n");
+    row("a key with an at sign", "[system]\nCMD_List=\"a@b\"\n[CMD]\n", "a@b=\"B\"\n", "no-at", 6,
+        "a@b=\"a b@B\"\n");
+    row("a script after a key that is no word", "[system]\nCMD_List=\"a %/b\"\n[CMD]\n",
+        "a%20%25\\b=\"B@c@d\"\n", "several-at", 15,
+        "a%20%25\\b=\"B@sh /mnt/upgrade/zul_install/a___b.sh\"\n");
+    row("a name with blanks at the front", "[system]\nCMD_List=\"b\"\n[CMD]\n",
+        "b=\"" + QByteArray(200, ' ') + "B@y\"\n", "name-too-long-list", 4, "b=\"NAME@y\"\n");
+}
+
+void TestFindings::theRightLineIsRightForWhateverIsWritten()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, lines);
+    QFETCH(QString, id);
+    QFETCH(QByteArray, right);
+    const QByteArray text = before + lines;
+    for (const Finding &finding : checkText(text).list) {
+        if (finding.id != id)
+            continue;
+        QTEST(finding.at.column, "column");
+        QByteArray mended = text;
+        mended.replace(finding.replaceBegin, finding.replaceEnd - finding.replaceBegin,
+                       finding.right.toUtf8());
+        QCOMPARE(mended, before + right);
+        QVERIFY(!idsOf(checkText(mended)).contains(id));
+        return;
+    }
+    QFAIL("not found");
+}
+
+void TestFindings::aMessageKeepsWhatLooksLikeAPlaceInIt()
+{
+    const QByteArray start = "[system]\nCMD_List=\"a,b\"\n[CMD]\n";
+    const auto messageOf = [this](const QByteArray &text, const QString &id) {
+        for (const Finding &finding : checkText(text).list) {
+            if (finding.id == id)
+                return finding.message;
+        }
+        return QString();
+    };
+    QCOMPARE(messageOf(start + "a=\"%2%1@x\"\nb=\"%2%1@y\"\n", "duplicate-name"),
+             QString("\"%2%1\" is the name of line 4 too: both show, and both run this command"));
+    QCOMPARE(messageOf(start + "%2=\"A@x\"\n%2=\"A@y\"\n", "duplicate-key"),
+             QString("\"%2\" is defined again on line 5, and that one counts"));
 }
 
 void TestFindings::everyRuleKnowsTheSameShells_data()
