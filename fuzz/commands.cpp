@@ -27,8 +27,7 @@ QString told(const QString &what, const QString &line, const QStringList &ours =
         .arg(what, shown(line), shown(ours.join('|')), shown(theirs.join('|')));
 }
 
-// --- Words
-// --------------------------------------------------------------------------------------------------------
+// --- Words ----------------------------------------------------------------------------------------------
 
 void compareWords(const QString &line, const QStringList &words)
 {
@@ -80,8 +79,7 @@ void takeShellApart(const QString &line, const QStringList &words)
     MUST(shellWords(words) > 0, told("a shell that is none", line, {call.shell}));
 }
 
-// --- The worker
-// ---------------------------------------------------------------------------------------------------
+// --- The worker -----------------------------------------------------------------------------------------
 
 /// What a batch of this one line does: "run LINE", "hide", "show".
 QStringList eventsOf(const QString &line, int exitCode, _system_CMD *record)
