@@ -116,6 +116,19 @@ void brokenSection(const Subject &subject, Collector &findings)
     }
 }
 
+void nestedSection(const Subject &subject, Collector &findings)
+{
+    for (const IniLine &head : subject.file.sections()) {
+        const QString outer = head.section.section('/', 0, 0);
+        if (head.section.contains('/') && (outer == "system" || outer == "CMD"))
+            findings.replace(
+                head.begin, head.end, head.begin,
+                QString("A section within [%1] hides keys of that: the reader looks here for them instead")
+                    .arg(outer),
+                '[' + writtenSection(QString(head.section).replace('/', '-')) + ']');
+    }
+}
+
 void rawUtf8(const Subject &subject, Collector &findings)
 {
     if (subject.file.hasByteOrderMark())
@@ -273,6 +286,7 @@ QVector<Rule> fileRules()
         {"hash-comment", Severity::Warning, hashComment},
         {"ignored-line", Severity::Warning, ignoredLine},
         {"broken-section", Severity::Warning, brokenSection},
+        {"nested-section", Severity::Error, nestedSection},
         {"raw-utf8", Severity::Error, rawUtf8},
         {"backslash", Severity::Error, backslash},
         {"escape-runs-on", Severity::Error, escapeRunsOn},

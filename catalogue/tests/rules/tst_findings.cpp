@@ -36,6 +36,7 @@ private slots:
     void theRightLineIsRightForWhateverIsWritten_data();
     void theRightLineIsRightForWhateverIsWritten();
     void aMessageKeepsWhatLooksLikeAPlaceInIt();
+    void aSectionWithinAnotherHidesItsKeys();
     void everyRuleKnowsTheSameShells_data();
     void everyRuleKnowsTheSameShells();
     void noRuleTakesAnotherProgramForAShell();
@@ -353,6 +354,17 @@ void TestFindings::aMessageKeepsWhatLooksLikeAPlaceInIt()
              QString("\"%2%1\" is the name of line 4 too: both show, and both run this command"));
     QCOMPARE(messageOf(start + "%2=\"A@x\"\n%2=\"A@y\"\n", "duplicate-key"),
              QString("\"%2\" is defined again on line 5, and that one counts"));
+}
+
+void TestFindings::aSectionWithinAnotherHidesItsKeys()
+{
+    const QString copy = copyOf(fixture("nested-section"));
+    const QString catalogue = copy + "/zul_install/system.ini";
+    QCOMPARE(readVerdict(catalogue).operations.size(), 0);
+    putIntoCatalogue(catalogue, check(copy).list.first());
+    const QVector<Operation> shown = readVerdict(catalogue).operations;
+    QCOMPARE(shown.size(), 1);
+    QCOMPARE(shown.first().name, QString("Clear logs"));
 }
 
 void TestFindings::everyRuleKnowsTheSameShells_data()
