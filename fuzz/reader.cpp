@@ -162,6 +162,20 @@ void compareQuestions(const IniFile &file)
     }
 }
 
+/// What the checker writes, any key with any text, is read back by both.
+void compareWritten(const QString &text)
+{
+    const QByteArray line = iniLine(writtenKey(text), text).toLatin1();
+    MUST(!line.contains('\n') && !line.contains('\r'), told("more than one line", text, line, {}));
+    const QByteArray bytes = "[CMD]\n" + line;
+    const IniFile file(bytes);
+    MUST(file.entries().size() == 1 && file.entries().first().key == text
+             && file.entries().first().value.text == text,
+         told("what it has written", text, line, {}));
+    if (!text.isEmpty() && !text.startsWith('/') && !text.endsWith('/') && !text.contains("//"))
+        compareText(text, text, QSettings(freshFile(bytes), QSettings::IniFormat).value("CMD/" + text));
+}
+
 void comparePlaces(const IniFile &file)
 {
     const int size = file.bytes().size();
@@ -190,4 +204,5 @@ void fuzz(const QByteArray &input)
     comparePlaces(file);
     compareEverything(file);
     compareQuestions(file);
+    compareWritten(QString::fromUtf8(input));
 }

@@ -9,8 +9,8 @@
 // How a text is written in a settings file so that the reader gives it back, and what a written one was meant
 // to be.
 
-/// The line that gives `value` back unchanged, whatever it holds: quoted, with everything escaped that the
-/// reader would change.
+/// The line that gives `value` back unchanged, whatever it holds but a special value (see below): quoted,
+/// with everything escaped that the reader would change.
 QString iniLine(const QString &key, const QString &value);
 
 /// A key as it is written, with escapes for all that the reader would change.
