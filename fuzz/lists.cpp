@@ -10,7 +10,7 @@
 // to its next wait or program, and everything else happens while it stands there. So its signals are queued
 // as on the controller, and delivered when a step says so.
 //
-// libfuzzer: -max_len=400 -timeout=20
+// libfuzzer: -max_len=400
 
 #include "common/outside.h"
 #include "common/target.h"

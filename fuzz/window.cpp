@@ -5,7 +5,7 @@
 // makes of it is compared with a second reading of the file's values, taken apart here once more: what is
 // offered and in which order, every field of every record, the pages, the countdown, and what is told.
 //
-// libfuzzer: -max_len=2048 -timeout=20 -rss_limit_mb=3000
+// libfuzzer: -max_len=2048 -rss_limit_mb=3000
 
 #include "common/freshfile.h"
 #include "common/outside.h"
@@ -186,10 +186,10 @@ void reset(ToolWindow &window)
 
 void fuzz(const QByteArray &input)
 {
-    static std::unique_ptr<ToolWindow> window;
+    static auto window = std::make_unique<ToolWindow>();
     static int uses = 0;
-    if (uses++ % inputsOfAWindow == 0)
-        window.reset(new ToolWindow);
+    if (++uses % inputsOfAWindow == 0)
+        window = std::make_unique<ToolWindow>();
 
     Outside nobody;
     reset(*window);

@@ -14,11 +14,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 namespace
 {
 
 constexpr int cannotRunHere = 77;
+constexpr double mostProcessorSeconds = 20; // a hundred times what any input takes
 
 /// Debug lines and warnings: there would be thousands a second.
 void dropLines(QtMsgType type, const QMessageLogContext &, const QString &text)
@@ -37,6 +39,13 @@ bool shutTheGuard()
 }
 
 QStringList steps;
+
+double processorSeconds()
+{
+    timespec time;
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
 
 } // namespace
 
@@ -72,6 +81,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static const bool guarded = shutTheGuard();
     Q_UNUSED(guarded)
     steps.clear();
+    const double before = processorSeconds();
     fuzz(QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size)));
+    // Of the process, because a busy computer may take its time; libFuzzer's own limit is for one that never
+    // ends.
+    const double taken = processorSeconds() - before;
+    MUST(taken < mostProcessorSeconds, QString("takes %1 s of processor time").arg(taken));
     return 0;
 }
