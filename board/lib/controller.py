@@ -7,7 +7,7 @@ import os
 import re
 import shutil
 import tempfile
-from collections.abc import Callable
+from collections.abc import Callable, Sequence
 
 import facts
 from machine import Machine
@@ -210,8 +210,11 @@ class Controller:
         self.sd = image
 
     def plug_usb(self, name: str) -> None:
-        self.board.plug_usb(self.medium(name))
-        self.usb = name
+        self.plug_usb_image(self.medium(name))
+
+    def plug_usb_image(self, image: str, unreadable: Sequence[int] = ()) -> None:
+        self.board.plug_usb(image, unreadable)
+        self.usb = image
 
     def pull(self) -> None:
         """Pulls everything that is plugged in."""

@@ -4,6 +4,7 @@
 """The virtual board as a machine, all from outside: power, what hangs on it, and what is plugged in."""
 
 import contextlib
+import errno
 import fcntl
 import os
 import subprocess
@@ -187,11 +188,16 @@ class Machine:
     def unplug_sd(self) -> None:
         self.monitor.command("eject", device="card", force=True)
 
-    def plug_usb(self, image: str) -> None:
+    def plug_usb(self, image: str, unreadable: Sequence[int] = ()) -> None:
+        """A drive whose sectors of these numbers cannot be read, if any."""
         self.usb_count += 1
         name = f"stick{self.usb_count}"
         self._forget_pulled_drives()
-        file = {"driver": "file", "filename": image, "locking": "off"}  # a pulled drive may still have it open
+        # A pulled drive may still have it open.
+        file: dict[str, object] = {"driver": "file", "filename": image, "locking": "off"}
+        if unreadable:
+            errors = [{"event": "none", "errno": errno.EIO, "sector": sector} for sector in unreadable]
+            file = {"driver": "blkdebug", "image": file, "inject-error": errors}
         self.monitor.command("blockdev-add", driver="raw", node_name=name, file=file)
         self.monitor.command("device_add", driver="usb-storage", id=f"{name}-drive", drive=name, removable=True)
         self.plugged_usb = name
