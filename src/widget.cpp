@@ -14,9 +14,14 @@
 #include <QProcess>
 #include <QScrollBar>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -35,6 +40,25 @@ enum State { NotExecuted = 0, Executing = 1, Completed = 2 };
 enum MediaType { SdCard = 0, UsbDrive = 1, OtherStorage = 2 };
 
 const char catalogueFile[] = "/mnt/upgrade/zul_install/system.ini";
+
+/// A QProcess that tells when the kernel refuses it a process. Qt 5.15 takes a refused one of QProcess itself
+/// for started: it then waits for it for ever, and ends it by a SIGKILL to process -1, which is every process
+/// there is. For a class derived from it Qt uses plain fork(2), whose refusal it notices.
+class Process : public QProcess
+{
+};
+
+/// Whether the kernel gives this program another process now. For QProcess::execute, which has the same fault
+/// and whose class cannot be chosen.
+bool isProcessLeft()
+{
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(0);
+    while (child > 0 && waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
+    }
+    return child > 0;
+}
 
 QPixmap grabDesktop()
 {
@@ -148,7 +172,7 @@ void myThread::announce(int index)
 
 void myThread::execute(int index)
 {
-    current.succeed = QProcess::execute(current.cmd) == 0;
+    current.succeed = isProcessLeft() && QProcess::execute(current.cmd) == 0;
     complete(index);
     if (isCalibration(current.cmd)) {
         writeBack(index);
@@ -743,6 +767,14 @@ int Widget::myexec(const char *command, QVector<QString> *lines)
     if (!pipe)
         return -1;
 
+    // The end of another program, such as a command of the batch, would be the end of the list: where Qt
+    // handles SIGCHLD, it interrupts a read that is under way. It is handled on another thread, or after the
+    // list.
+    sigset_t endOfProgram;
+    sigset_t before;
+    sigemptyset(&endOfProgram);
+    sigaddset(&endOfProgram, SIGCHLD);
+    pthread_sigmask(SIG_BLOCK, &endOfProgram, &before);
     char buffer[1024];
     while (fgets(buffer, sizeof buffer, pipe)) {
         size_t length = std::strlen(buffer);
@@ -750,13 +782,14 @@ int Widget::myexec(const char *command, QVector<QString> *lines)
             --length;
         lines->append(QString::fromUtf8(buffer, static_cast<int>(length)));
     }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     pclose(pipe);
     return lines->size();
 }
 
 bool Widget::systemCmdReadrealy(QString commandLine)
 {
-    QProcess process;
+    Process process;
     process.start(commandLine, QIODevice::ReadWrite);
     for (int burst = 0; burst < outputBursts; ++burst) {
         if (!process.waitForReadyRead(outputTimeoutMs)) {

@@ -4,16 +4,20 @@
 #include "debuglines.h"
 #include "support/expiredwaits.h"
 #include "support/fakeprograms.h"
+#include "support/noprocesses.h"
 #include "support/reddesktop.h"
 #include "support/sandboxed.h"
 #include "support/testwindow.h"
 #include "support/waiting.h"
 
+#include <QFile>
 #include <QImageReader>
 
 #include <cerrno>
 #include <csignal>
+#include <thread>
 
+#include <pthread.h>
 #include <sys/resource.h>
 
 /// The window's ways of running a command line itself, and its picture of the screen. What takes seconds is
@@ -29,10 +33,12 @@ private slots:
     void longLinesArriveInPieces();
     void linesFromBeforeAreGone();
     void withoutAShellTheResultIsMinusOne();
+    void theEndOfAnotherProgramDoesNotEndTheList();
 
     void outputIsLoggedWhenTheProgramEndsEarly_data();
     void outputIsLoggedWhenTheProgramEndsEarly();
     void silentProgramIsNotWaitedForInVain();
+    void aProgramThatIsRefusedAProcessHasFailed();
     void twoBurstsAreEnoughAndEndTheProgram_data();
     void twoBurstsAreEnoughAndEndTheProgram();
     void commandLineIsNotReadByAShell();
@@ -158,6 +164,60 @@ void TestWidgetShell::withoutAShellTheResultIsMinusOne()
     QVERIFY(lines.isEmpty());
 }
 
+namespace
+{
+
+/// What some versions of Qt have in place as soon as a program was started: a handler of SIGCHLD, for which a
+/// read that is under way is interrupted.
+class InterruptingHandler
+{
+public:
+    InterruptingHandler()
+    {
+        struct sigaction interrupting {
+        };
+        interrupting.sa_handler = [](int) {};
+        sigaction(SIGCHLD, &interrupting, &before);
+    }
+    ~InterruptingHandler()
+    {
+        sigaction(SIGCHLD, &before, nullptr);
+    }
+    Q_DISABLE_COPY(InterruptingHandler)
+
+private:
+    struct sigaction before {
+    };
+};
+
+} // namespace
+
+void TestWidgetShell::theEndOfAnotherProgramDoesNotEndTheList()
+{
+    FakePrograms programs;
+    programs.add("list", QString("printf 'one\\nt'; touch %1; until [ -e %2 ]; do sleep 0.01; done; echo wo")
+                             .arg(programs.filePath("begun"), programs.filePath("go-on")));
+    TestWindow window;
+    const InterruptingHandler handler;
+    const pthread_t reader = pthread_self();
+    std::thread another([&programs, reader] {
+        while (!QFile::exists(programs.filePath("begun")))
+            std::this_thread::yield();
+        for (int signal = 0; signal < 20; ++signal) {
+            pthread_kill(reader, SIGCHLD);
+            QTest::qSleep(5);
+        }
+        QFile(programs.filePath("go-on")).open(QIODevice::WriteOnly);
+    });
+    QVector<QString> lines;
+
+    const int count = window.widget.myexec("list", &lines);
+
+    another.join();
+    QCOMPARE(QStringList(lines.toList()), QStringList({"one", "two"}));
+    QCOMPARE(count, 2);
+}
+
 // --- systemCmdReadrealy -----------------------------------------------------------------------------------
 
 void TestWidgetShell::outputIsLoggedWhenTheProgramEndsEarly_data()
@@ -196,6 +256,20 @@ void TestWidgetShell::silentProgramIsNotWaitedForInVain()
     QCOMPARE(window.widget.systemCmdReadrealy("true"), false);
     QCOMPARE(window.widget.systemCmdReadrealy("no-such-program"), false);
     QCOMPARE(expiredWaits(), before);
+}
+
+void TestWidgetShell::aProgramThatIsRefusedAProcessHasFailed()
+{
+    TestWindow window;
+    const int before = expiredWaits();
+    {
+        const NoProcesses noProcesses;
+        QCOMPARE(window.widget.systemCmdReadrealy("echo never"), false);
+    }
+    QCOMPARE(expiredWaits(), before);
+    DebugLines log;
+    QCOMPARE(window.widget.systemCmdReadrealy("echo again"), false);
+    QCOMPARE(log.lines(), QStringList({"again\n", ""}));
 }
 
 void TestWidgetShell::twoBurstsAreEnoughAndEndTheProgram_data()

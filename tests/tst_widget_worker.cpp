@@ -3,6 +3,7 @@
 
 #include "support/fakeprograms.h"
 #include "support/heldprogram.h"
+#include "support/noprocesses.h"
 #include "support/reddesktop.h"
 #include "support/sandboxed.h"
 #include "support/waiting.h"
@@ -13,6 +14,8 @@
 #include <QFile>
 #include <QImageReader>
 #include <QMetaMethod>
+
+#include <memory>
 
 using List = QVector<_system_CMD>;
 Q_DECLARE_METATYPE(List)
@@ -75,6 +78,7 @@ private slots:
     void theOutcomeFollowsTheExitCode();
     void commandsRunInTheirOrder();
     void aFailedCommandDoesNotEndTheBatch();
+    void aCommandThatIsRefusedAProcessHasFailed();
     void theListShowsAnOrdinaryCommandAsNotExecutedWhileItRuns();
     void theRecordInProgressCanBeRead();
     void aCopyOfTheListIsNotTouched();
@@ -247,6 +251,23 @@ void TestWorker::aFailedCommandDoesNotEndTheBatch()
 
     QCOMPARE(outcomesOf(bench.list()), (QVector<bool>{false, false, true}));
     QCOMPARE(statesOf(bench.list()), QVector<qint32>(3, Completed));
+}
+
+void TestWorker::aCommandThatIsRefusedAProcessHasFailed()
+{
+    WorkerBench bench({record("before", "true"), record("refused", "true"), record("after", "true")});
+    std::unique_ptr<NoProcesses> noProcesses;
+    bench.atEachEvent([&noProcesses](const QString &event) {
+        if (event == "start refused")
+            noProcesses.reset(new NoProcesses);
+        else if (event == "done")
+            noProcesses.reset();
+    });
+
+    QCOMPARE(bench.run(), batch(command("before") + command("refused") + command("after")));
+
+    QCOMPARE(statesOf(bench.list()), QVector<qint32>(3, Completed));
+    QCOMPARE(outcomesOf(bench.list()), QVector<bool>({true, false, true}));
 }
 
 void TestWorker::theListShowsAnOrdinaryCommandAsNotExecutedWhileItRuns()

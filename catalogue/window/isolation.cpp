@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <sys/msg.h>
 #include <tuple>
+#include <unistd.h>
 #include <utility>
 
 namespace
@@ -42,6 +43,12 @@ void startThread()
     thread.wait();
 }
 
+void endWhatIsForked()
+{
+    if (fork() == 0)
+        std::_Exit(EXIT_SUCCESS);
+}
+
 /// A function that must not reach this computer, and a call of it by which that shows.
 struct Trial {
     const char *function;
@@ -55,6 +62,7 @@ const Trial trials[] = {
     {"msgget", [] { msgget(0x7fffffff, 0); }}, // without leave to make a queue
     {"msgsnd", [] { msgsnd(-1, "", 0, IPC_NOWAIT); }},
     {"msgrcv", [] { msgrcv(-1, nullptr, 0, 0, IPC_NOWAIT); }},
+    {"fork", endWhatIsForked},
     {"QProcess::start", [] { QProcess().start(QString(), QIODevice::ReadOnly); }},
     {"QProcess::execute", [] { QProcess::execute(QString()); }},
     {"QThread::sleep", [] { QThread::sleep(0); }},

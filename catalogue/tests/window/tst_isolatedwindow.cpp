@@ -12,8 +12,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <sys/ipc.h>
 #include <sys/msg.h>
+#include <unistd.h>
 
 /// The window that reaches nothing of the computer, and its operator's finger.
 class TestIsolatedWindow : public QObject
@@ -67,6 +69,7 @@ void TestIsolatedWindow::nothingOfTheComputerIsReached()
     QCOMPARE(msgget(IPC_PRIVATE, IPC_CREAT | 0600), -1);
     QCOMPARE(system("exit 0"), -1);
     QVERIFY(!popen("exit 0", "r"));
+    QCOMPARE(fork(), std::numeric_limits<pid_t>::max());
     QThread thread;
     thread.start();
     QVERIFY(!thread.isRunning());
