@@ -10,7 +10,7 @@
 // to its next wait or program, and everything else happens while it stands there. So its signals are queued
 // as on the controller, and delivered when a step says so.
 //
-// libfuzzer: -max_len=400
+// libfuzzer: -max_len=400 -runs=200000
 
 #include "common/outside.h"
 #include "common/target.h"
@@ -23,16 +23,15 @@
 #include <QDir>
 #include <QLabel>
 #include <QListView>
+#include <QSemaphore>
 #include <QTimer>
 
 #include <array>
 #include <cerrno>
-#include <condition_variable>
 #include <cstring>
 #include <ctime>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include <fcntl.h>
@@ -154,44 +153,43 @@ public:
     struct Over {
     };
 
-    /// The main thread: lets the worker go on until it stands again.
+    /// The main thread's: lets the worker go on until it stands again.
     void toWorker()
     {
-        std::unique_lock<std::mutex> lock(mutex);
-        workers = true;
-        changed.notify_all();
-        changed.wait(lock, [this] { return !workers; });
+        workers.release();
+        mains.acquire();
     }
 
-    /// The worker's: stands until it is to go on.
-    void stand(bool first = false)
+    /// The worker's, when it begins: stands until it is to go on.
+    void wait()
     {
-        std::unique_lock<std::mutex> lock(mutex);
-        if (!first)
-            workers = false;
-        changed.notify_all();
-        changed.wait(lock, [this] { return workers; });
+        workers.acquire();
         if (over)
             throw Over();
     }
 
+    /// The worker's: the main thread goes on, and this one stands until it is to go on.
+    void stand()
+    {
+        mains.release();
+        wait();
+    }
+
+    /// The worker's, for the last time.
     void leave()
     {
-        const std::lock_guard<std::mutex> lock(mutex);
-        workers = false;
-        changed.notify_all();
+        mains.release();
     }
 
     void end()
     {
-        over = true;
+        over = true; // seen by the other thread, which the semaphore orders behind this
         toWorker();
     }
 
 private:
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool workers = false;
+    QSemaphore workers;
+    QSemaphore mains;
     bool over = false;
 };
 
@@ -673,7 +671,7 @@ public:
         model.information = window.child<QLabel>("information")->text();
         thread = std::thread([this] {
             try {
-                controller.turns.stand(true);
+                controller.turns.wait();
                 (workerOf(window.widget())->*placeOfRun())();
             } catch (const Turns::Over &) {
                 controller.turns.leave();

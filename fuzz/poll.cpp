@@ -8,7 +8,7 @@
 // flag: the medium in use has a catalogue; the next: the watchdog's queue is full; the six others: the bytes
 // come over and over, a line without an end up to 10 MB.
 //
-// libfuzzer: -max_len=4096
+// libfuzzer: -max_len=4096 -runs=200000
 
 #include "common/outside.h"
 #include "common/target.h"

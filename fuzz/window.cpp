@@ -5,7 +5,7 @@
 // makes of it is compared with a second reading of the file's values, taken apart here once more: what is
 // offered and in which order, every field of every record, the pages, the countdown, and what is told.
 //
-// libfuzzer: -max_len=2048 -rss_limit_mb=3000
+// libfuzzer: -max_len=2048 -runs=200000
 
 #include "common/freshfile.h"
 #include "common/outside.h"
