@@ -107,10 +107,13 @@ void compareEntry(const IniFile &file, const QString &key, const IniEntry &entry
     for (const int at : decoded.at)
         MUST(at >= entry.valueBegin && at < entry.end,
              told("a place outside the value", key, decoded.text, {}));
-    if (decoded.comma < 0)
+    if (decoded.comma < 0) {
         compareText(key, decoded.text, value);
-    else
-        compareList(key, partsOf(file, entry), value);
+        return;
+    }
+    QStringList parts = partsOf(file, entry);
+    parts.last() = decoded.text; // as it was read behind the others
+    compareList(key, parts, value);
 }
 
 void compareEverything(const IniFile &file)
