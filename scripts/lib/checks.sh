@@ -27,7 +27,7 @@ fails() {
 # within SECONDS COMMAND... - runs COMMAND again and again until it succeeds; fails when the time is up: that of a computer
 # with nothing else to do, and one that has is given five times as long.
 within() {
-    local end=$((${EPOCHREALTIME/./} + 5 * $1 * 1000000))
+    local end=$((${EPOCHREALTIME/./} + ${patience:-5} * $1 * 1000000))
     shift
     until "$@"; do
         if ((${EPOCHREALTIME/./} > end)); then return 1; fi

@@ -4,7 +4,8 @@
 #
 # shellcheck disable=SC2034,SC2154 # shared with lib/ and the parts beside this one
 # One cell of the matrix: the fault $ZUL_FAULT at the moment $ZUL_MOMENT, and what the table states of it. Run by
-# test-faults, as a scenario is.
+# test-faults, as a scenario is. $ZUL_STATED is stated in place of what the table has, and $ZUL_PATIENCE is how many times
+# its own time a condition is given, for test-faults-can-fail.
 
 for part in table moments faults outcomes; do
     # shellcheck disable=SC1090 # the parts beside this one
@@ -14,9 +15,10 @@ done
 moment=$ZUL_MOMENT
 fault=$ZUL_FAULT
 name=$moment.$fault
-read -ra words <<<"$(cell_of "$fault" "$moment" | tr + ' ')"
+read -ra words <<<"$(tr + ' ' <<<"${ZUL_STATED:-$(cell_of "$fault" "$moment")}")"
 
 "moment_$moment"
+patience=${ZUL_PATIENCE:-5}
 mark
 event simulator "the fault: $fault at $moment, stated: ${words[*]}"
 "fault_$fault"
