@@ -111,6 +111,7 @@ def usb_drive_without_endgame_gives_the_controller_back(c: Controller) -> None:
     c.plug_usb("continue")
     c.expect_list()
     c.expect_upgrade_mode()
+    assert ",nosuid,nodev," in c.board.shell("findmnt -no OPTIONS /media/sda1"), "the medium could make users root"
     c.choose(0, 2)
     c.confirm()
     c.expect_screen(shows_unplug_message, "the request to unplug", BATCH)

@@ -229,6 +229,7 @@ class Mdev(Method):
             told = room.try_for(
                 block,
                 f"ACTION=add {mdev}; df | grep '^/dev/sda1 .* /media/sda1$'; cat /media/sda1/file; "
+                "grep -q ' /media/sda1 .*nosuid,nodev' /proc/mounts; "
                 f"exec 3</media/sda1/file; ACTION=remove {mdev}; if df | grep /media/sda1; then exit 1; fi",
             )
         demand("written by the test" in told, block, "the medium is not what is mounted", told)
