@@ -461,6 +461,59 @@ def killed_while_a_command_runs(c: Controller) -> None:
     c.expect_link_gone()
 
 
+# --- Another user of the controller --------------------------------------------------------------------------
+
+REFUSED = re.compile(r"denied|not permitted|superuser|read-only", re.IGNORECASE)
+
+
+@scenario(EVERYDAY)
+def a_local_user_reaches_the_queue_and_nothing_else(c: Controller) -> None:
+    user = "setpriv --reuid=nobody --regid=nogroup --clear-groups"
+    tool = c.pid("zul_upgrade")
+    queue = c.board.shell("ipcs -q | awk '$1 ~ /^0x/ {print $2}'")
+    assert queue.isdigit(), "not one queue"
+
+    for attempt in (
+        f"kill {tool}",
+        f"dd if=/proc/{tool}/mem count=1",
+        f"cat /proc/{tool}/environ",
+        f"ipcrm -q {queue}",
+        "ln -s /tmp /mnt/upgrade",
+        "mount -t tmpfs /dev/sdz1 /media",
+        "cp /etc/hostname /opt/zul/en.qm",
+        "cp /etc/hostname /etc/default/zul_upgrade",
+        "touch /run/zul_upgrade/file",
+        "touch /var/cache/zul-upgrade/file",
+        "dd if=/dev/zero of=/dev/fb0 count=1",
+        "dd if=/dev/input/event0 count=1",
+    ):
+        code, said = c.board.console.run(f"{user} {attempt} 2>&1")
+        assert code != 0 and REFUSED.search(said), f"not refused: {attempt}: {said}"
+
+    sockets = c.board.shell(f"ls -l /proc/{tool}/fd | sed -n 's/.*socket:.\\([0-9]*\\).*/\\1/p'").split()
+    tables = " ".join(f"/proc/net/{name}" for name in ("tcp", "tcp6", "udp", "udp6", "raw", "raw6"))
+    for socket in sockets:
+        assert not c.board.holds(f"grep -hw {socket} {tables}"), "the tool has a socket of the network"
+
+    # What is mounted in namespaces of one's own the controller's "df" does not list.
+    own = "mount -t tmpfs /dev/sdz1 /media && mkdir /media/zul_install && df >/tmp/own-mounts; exec sleep 1000"
+    programs = c.running_programs()
+    c.board.start(f"{user} unshare --user --map-root-user --mount sh -c '{own}'")
+    c.board.wait_for("grep /dev/sdz1 /tmp/own-mounts")
+    c.let_polls_pass(1)
+    assert c.running_programs() == programs, "a user's own mount was taken for a medium"
+    c.board.shell("pkill -u nobody sleep; rm /tmp/own-mounts")
+
+    # The queue is everybody's: the watchdog obeys, and what nobody understands does no harm.
+    watchdog = c.mark()
+    for text in ("--long", SUSPENDED.removeprefix("received "), "syscmd_apprestart"):
+        c.board.shell(f"{user} /opt/zul/send_command {text}")
+    c.expect_line(SUSPENDED, "zul_watchdog", after=watchdog)
+    c.expect_line("received syscmd_apprestart", "zul_watchdog", after=watchdog)
+    c.expect_rest()
+    assert c.pid("zul_upgrade") == tool, "the tool was started anew"
+
+
 # --- Touch ---------------------------------------------------------------------------------------------------
 
 
