@@ -38,6 +38,9 @@ BESIDE_THE_CAPTION = 51  # pixels from the middle of a button, and still on it
 
 POLL_SECONDS = 3.0
 
+# A whole batch, and the reboot that may follow it.
+BATCH = 600
+
 # For a poll, and what follows it, on an emulation that a loaded computer slows down several times.
 LIMIT = 240
 
@@ -172,14 +175,14 @@ class Controller:
         """The image of a medium, made of the folder of this name."""
         image = os.path.join(self.folder, name + ".img")
         if not os.path.exists(image):
-            make_medium(self._folder_of(name), image)
+            make_medium(self.folder_of(name), image)
         return image
 
     def medium_with(self, name: str, files: dict[str, bytes]) -> str:
         """The image of a medium, with more files on it or other ones: contents by name."""
         image = os.path.join(self.folder, name + "-with.img")
         with tempfile.TemporaryDirectory() as folder:
-            shutil.copytree(self._folder_of(name), folder, dirs_exist_ok=True)
+            shutil.copytree(self.folder_of(name), folder, dirs_exist_ok=True)
             for file, contents in files.items():
                 with open(os.path.join(folder, file), "wb") as target:
                     target.write(contents)
@@ -196,11 +199,19 @@ class Controller:
 
     def contents(self, name: str, file: str) -> str:
         """A text file of a medium."""
-        with open(os.path.join(self._folder_of(name), file), encoding="utf-8") as source:
+        with open(os.path.join(self.folder_of(name), file), encoding="utf-8") as source:
             return source.read()
 
-    def _folder_of(self, name: str) -> str:
+    def folder_of(self, name: str) -> str:
         return next(path for place in self.media if os.path.isdir(path := os.path.join(place, name)))
+
+    def plug_recorded(self, image: str, card: bool) -> str:
+        """A medium of which every write is kept. Returns the file of its log."""
+        if card:
+            self.sd = image
+            return self.board.plug_recorded_sd(image)
+        self.usb = image
+        return self.board.plug_recorded_usb(image)
 
     def plug_sd(self, name: str) -> None:
         self.plug_sd_image(self.medium(name))

@@ -45,9 +45,11 @@ class Entry:
 
 
 class Log:
-    """The entries of a log's file, and their data."""
+    """The entries of a log's file, and their data. What has no cache is never asked to flush it: each write is then as
+    good as flushed when it is complete."""
 
-    def __init__(self, file: str) -> None:
+    def __init__(self, file: str, has_cache: bool = True) -> None:
+        self._has_cache = has_cache
         with open(file, "rb") as source:
             self._bytes = mmap.mmap(source.fileno(), 0, access=mmap.ACCESS_READ)
         header = HEADER.unpack_from(self._bytes)
@@ -65,7 +67,7 @@ class Log:
             end = place + (0 if flags & DISCARD else sectors * SECTOR)
             if end > len(self._bytes):
                 return
-            yield Entry(sector, sectors, flags, place)
+            yield Entry(sector, sectors, flags if self._has_cache else flags | FLUSH, place)
             place = end
 
     def data(self, entry: Entry) -> bytes:

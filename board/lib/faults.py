@@ -6,6 +6,7 @@
 import os
 
 from controller import (
+    BATCH,
     Controller,
     outcome,
     selected_rows,
@@ -14,7 +15,7 @@ from controller import (
     shows_unplug_message,
 )
 from registry import EVERYDAY, FULL, scenario
-from scenarios import BATCH, expect_new_list
+from scenarios import expect_new_list
 from screen import Screen
 from waiting import wait_until
 

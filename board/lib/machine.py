@@ -6,6 +6,7 @@
 import contextlib
 import errno
 import fcntl
+import json
 import os
 import subprocess
 from collections.abc import Callable, Sequence
@@ -18,6 +19,21 @@ from waiting import wait_until
 # From power to a system that has started everything: half a minute on an idle computer, much more on a busy one.
 START_LIMIT = 1200
 TABLET_MAXIMUM = 0x7FFF
+
+
+# Behind the file system of a recorded disk.
+ROOM_FOR_MARKS = 1024 * 1024
+
+
+def logged(node: dict[str, object], log: str, name: str) -> dict[str, object]:
+    """A block device that is written to as it would be, with every write and flush in a log."""
+    return {
+        "driver": "blklogwrites",
+        "node-name": name,
+        "file": node,
+        "log": {"driver": "file", "filename": log},
+        "log-sector-size": 512,
+    }
 
 
 class Machine:
@@ -33,9 +49,11 @@ class Machine:
         self.process: subprocess.Popen[bytes] | None = None
         self.events_at_start = 0  # how many there had been when the system had started
         self.overlay = os.path.join(folder, "disk.qcow2")
+        self.disk_log: str | None = None  # where the disk's writes are recorded, if they are
         self.plugged_usb: str | None = None
         self.pulled_usb: list[str] = []  # those that the machine may still have
         self.usb_count = 0
+        self.card_count = 0
         # Other builds forget old images, but none that is locked.
         self.image_in_use = os.open(image, os.O_RDONLY)
         fcntl.flock(self.image_in_use, fcntl.LOCK_SH)
@@ -44,16 +62,38 @@ class Machine:
 
     # --- Power ------------------------------------------------------------------------------------------
 
-    def new_disk(self) -> None:
-        """A disk as it left the factory."""
-        subprocess.run(
-            ["qemu-img", "create", "-q", "-f", "qcow2", "-F", "raw", "-b", f"{self.image}/disk.img", self.overlay],
-            check=True,
-        )
+    def new_disk(self, base: str | None = None) -> None:
+        """A disk as it left the factory, or one with the contents of a file."""
+        base = base or f"{self.image}/disk.img"
+        subprocess.run(["qemu-img", "create", "-q", "-f", "qcow2", "-F", "raw", "-b", base, self.overlay], check=True)
+        self.disk_log = None
+
+    def new_recorded_disk(self) -> str:
+        """The same, with its writes and flushes in a log from the next power-on on. Returns the log's file. Behind the
+        file system there is room for marks."""
+        self.new_disk()
+        size = os.path.getsize(f"{self.image}/disk.img") + ROOM_FOR_MARKS
+        subprocess.run(["qemu-img", "resize", "-q", self.overlay, str(size)], check=True)
+        self.disk_log = self._new_log("disk")
+        return self.disk_log
+
+    def _disk(self) -> list[str]:
+        """Killing the machine's process loses what only the system on it knows. What has been written to the disk
+        survives in this computer's memory, flushed or not: what a missing flush costs is shown by a recording."""
+        if self.disk_log is None:
+            drive = f"if=none,id=disk,format=qcow2,file={self.overlay},cache=writeback"
+            return ["-drive", drive, "-device", "virtio-blk-pci,drive=disk"]
+        file = {"driver": "file", "filename": self.overlay}
+        disk: dict[str, object] = {"driver": "qcow2", "file": file}
+        # A queue with room for one request: what the log has in an order has then happened in that order, and what
+        # stands before a flush was complete when the flush was asked for.
+        return [
+            "-blockdev", json.dumps(logged(disk, self.disk_log, "disk")),
+            "-device", "virtio-blk-pci,drive=disk,queue-size=4,indirect_desc=off",
+        ]  # fmt: skip
 
     def _command_line(self) -> list[str]:
         monitor, console = self._socket("monitor"), self._socket("console")
-        # The write-back cache is lost with the machine's process, but for what the system has flushed.
         return [
             "setpriv", "--pdeathsig", "KILL", "nice", "-n", os.environ.get("ZUL_BOARD_NICE", "5"),
             "qemu-system-arm", "-M", "virt,highmem=off", "-cpu", "cortex-a15", "-smp", "2", "-m", "768",
@@ -61,11 +101,10 @@ class Machine:
             "-kernel", f"{self.image}/kernel", "-initrd", f"{self.image}/initrd",
             "-append", "console=ttyAMA0 quiet loglevel=1 systemd.show_status=0 vt.global_cursor_default=0 "
             "consoleblank=0 net.ifnames=0 panic=1",
-            "-drive", f"if=none,id=disk,format=qcow2,file={self.overlay},cache=writeback",
-            "-device", "virtio-blk-pci,drive=disk", "-device", "virtio-rng-pci",
+            *self._disk(), "-device", "virtio-rng-pci",
             "-device", f"virtio-gpu-pci,xres={WIDTH},yres={HEIGHT}", "-device", "virtio-tablet-pci",
             "-device", "qemu-xhci,id=usb", "-device", "sdhci-pci",
-            "-drive", "if=none,id=card", "-device", "sd-card,drive=card",
+            "-drive", "if=none,id=card", "-device", "sd-card,id=slot,drive=card",
             "-serial", f"unix:{console},server=on,wait=off", "-qmp", f"unix:{monitor},server=on,wait=off",
             *self.display,
         ]  # fmt: skip
@@ -185,20 +224,47 @@ class Machine:
     def plug_sd(self, image: str) -> None:
         self.monitor.command("blockdev-change-medium", device="card", filename=image, format="raw")
 
+    def plug_recorded_sd(self, image: str) -> str:
+        """The same, with what is written to it in a log. Returns the log's file."""
+        self.card_count += 1
+        name = f"card{self.card_count}"
+        log = self._new_log(name)
+        self.monitor.command("blockdev-add", **logged(self._medium(image), log, name))
+        self.monitor.command("blockdev-insert-medium", id="slot", node_name=name)
+        return log
+
     def unplug_sd(self) -> None:
         self.monitor.command("eject", device="card", force=True)
 
     def plug_usb(self, image: str, unreadable: Sequence[int] = ()) -> None:
         """A drive whose sectors of these numbers cannot be read, if any."""
-        self.usb_count += 1
-        name = f"stick{self.usb_count}"
-        self._forget_pulled_drives()
-        # A pulled drive may still have it open.
-        file: dict[str, object] = {"driver": "file", "filename": image, "locking": "off"}
+        file = self._medium(image)
         if unreadable:
             errors = [{"event": "none", "errno": errno.EIO, "sector": sector} for sector in unreadable]
             file = {"driver": "blkdebug", "image": file, "inject-error": errors}
-        self.monitor.command("blockdev-add", driver="raw", node_name=name, file=file)
+        self._plug_usb_node({"driver": "raw", "file": file})
+
+    def plug_recorded_usb(self, image: str) -> str:
+        """The same, with what is written to it in a log. Returns the log's file."""
+        log = self._new_log(f"usb{self.usb_count + 1}")
+        self._plug_usb_node(logged(self._medium(image), log, ""))
+        return log
+
+    def _new_log(self, name: str) -> str:
+        log = os.path.join(self.folder, name + ".log")
+        open(log, "wb").close()
+        return log
+
+    @staticmethod
+    def _medium(image: str) -> dict[str, object]:
+        return {"driver": "file", "filename": image, "locking": "off"}  # a pulled drive may still have it open
+
+    def _plug_usb_node(self, node: dict[str, object]) -> None:
+        self.usb_count += 1
+        name = f"stick{self.usb_count}"
+        self._forget_pulled_drives()
+        arguments: dict[str, object] = {**node, "node-name": name}
+        self.monitor.command("blockdev-add", **arguments)
         self.monitor.command("device_add", driver="usb-storage", id=f"{name}-drive", drive=name, removable=True)
         self.plugged_usb = name
 

@@ -37,6 +37,10 @@ class Recording:
     first: int  # position where the batch begins
     last: int  # and where nothing of it is written any more
     reports: list[Report]
+    has_cache: bool = True
+
+    def open_log(self) -> Log:
+        return Log(self.log, self.has_cache)
 
 
 @dataclass
@@ -48,7 +52,7 @@ class Result:
 
 def choose(recording: Recording, seed: int) -> list[Cut]:
     """Every state, the most telling first."""
-    log = Log(recording.log)
+    log = recording.open_log()
     marks = [report.position for report in recording.reports]
     first = cuts.important(log, recording.first, recording.last, marks)
     rest = cuts.others(log, recording.first, recording.last, seed)
@@ -97,7 +101,7 @@ class Bench:
         os.mkdir(own)
         image = os.path.join(own, "disk")
         copy(recording, image)
-        log = Log(recording.log)
+        log = recording.open_log()
         self.disk = Disk(image, log, recording.first_sector)
         self.disk.begin(log.last_flush(recording.first))
         self.system: Ext4 | Fat = Ext4(own, recording.directories) if recording.kind == "ext4" else Fat(own)
@@ -143,7 +147,7 @@ def try_portion(portion: list[Cut]) -> tuple[int, list[str]]:
 def make_image(recording: Recording, cut: Cut, image: str) -> None:
     """The disk as a cut leaves it, not repaired."""
     copy(recording, image)
-    log = Log(recording.log)
+    log = recording.open_log()
     disk = Disk(image, log, recording.first_sector)
     disk.begin(log.last_flush(recording.first))
     cuts.set_up(disk, cut)

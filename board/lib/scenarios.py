@@ -14,8 +14,10 @@ from collections.abc import Callable
 
 import facts
 import figures
+import powercuts
 import traces
 from controller import (
+    BATCH,
     CANCEL,
     DETAILS,
     FIRST_ROW,
@@ -33,11 +35,10 @@ from controller import (
     shows_unplug_message,
 )
 from registry import EVERYDAY, FULL, scenario
+from recording import Recorder
 from screen import HEIGHT, WIDTH
 from waiting import Timeout, wait_until
 
-# A whole batch, and the reboot that may follow it.
-BATCH = 600
 # The countdown, on a clock that the emulation may slow down.
 COUNTDOWN = 4 * facts.number("countdown_seconds")
 # What the watchdog says when upgrade mode begins.
@@ -676,6 +677,47 @@ def three_power_cuts(c: Controller) -> None:
 def twenty_power_cuts(c: Controller) -> None:
     every = [(number, moment) for number in range(1, FILES + 1) for moment in MOMENTS]
     power_cuts(c, every + every[:8])
+
+
+# --- Every power cut ----------------------------------------------------------------------------------------
+
+SEED = 1
+FAULTY = ("no-sync", "writes-in-place", "renames-before-it-syncs")
+
+
+@scenario(FULL)
+def power_cuts_at_every_write_of_an_upgrade(c: Controller) -> None:
+    """Bounded by time: at every report and flush, then at as many writes as it lasts for."""
+    recorder = Recorder(c)
+    upgrades = {os.path.basename(upgrade.medium): upgrade for upgrade in powercuts.shipped(calibrate)}
+    recordings = powercuts.record(recorder, upgrades["collect-logs"], card=True)
+    recordings += powercuts.record(recorder, upgrades["update-program"], busy=True)
+    powercuts.replay_all(c, recordings, 60, SEED)
+
+
+@scenario(FULL)
+def power_cuts_find_every_faulty_medium(c: Controller) -> None:
+    """Each makes a mistake of its own: the replay is not always content."""
+    recorder = Recorder(c)
+    for name in FAULTY:
+        upgrade = powercuts.faulty(c, name)
+        # What is not flushed at the report shows on a controller that does nothing else, all else on a busy one.
+        recording = powercuts.record(recorder, upgrade, busy=name != "no-sync")[0]
+        powercuts.expect_bad(c, recording, 60, SEED)
+
+
+@scenario(FULL)
+def power_cuts_at_every_write_of_every_example(c: Controller) -> None:
+    recorder = Recorder(c)
+    recordings = []
+    for upgrade in powercuts.shipped(calibrate):
+        for busy in (False, True):
+            recordings += powercuts.record(recorder, upgrade, busy, card=not busy)
+    powercuts.replay_all(c, recordings, None, SEED)
+    on_the_disk = [recording for recording in recordings if recording.kind == "ext4"]
+    for number, recording in enumerate(on_the_disk[1::3][:5]):
+        [cut] = powercuts.some_states(recording, 1, SEED + number)
+        powercuts.boot_state(c, recording, cut)
 
 
 # --- Traces -------------------------------------------------------------------------------------------------

@@ -1,0 +1,126 @@
+# SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+# SPDX-License-Identifier: MIT
+
+"""Which upgrades are recorded, and what is said of their replays."""
+
+import os
+import random
+import shutil
+from collections.abc import Callable
+from dataclasses import dataclass
+
+import cuts
+from controller import BATCH, Controller
+from cuts import Cut
+from promises import around, parse_listing
+from recording import LIST_FILES, Recorder
+from replay import Recording, Result, make_image, replay
+
+EXAMPLES = os.path.join(os.path.dirname(os.path.realpath(__file__)), "..", "..", "examples")
+
+LOGS = "mkdir -p /opt/zul/logs; dmesg >/opt/zul/logs/kernel.log; seq 20000 >/opt/zul/logs/numbers.log"
+
+
+def nothing(_: Controller) -> None:
+    """What the operator does beside looking on."""
+
+
+@dataclass(frozen=True)
+class Upgrade:
+    """A medium, and what its operations find on the controller."""
+
+    medium: str
+    prepare: str = "true"
+    meanwhile: Callable[[Controller], None] = nothing
+
+
+def shipped(calibrate: Callable[[Controller], None]) -> list[Upgrade]:
+    """Every medium of examples/, so that one that is added is replayed too."""
+    prepare = {
+        "chinese-names": LOGS,
+        "collect-logs": LOGS,
+        "several-steps": f"{LOGS}; cd /opt/zul; echo brightness=90 >settings; mkdir -p cache/a; date >cache/a/b; cd /",
+    }
+    names = sorted(name for name in os.listdir(EXAMPLES) if os.path.isdir(os.path.join(EXAMPLES, name)))
+    return [
+        Upgrade(
+            os.path.join(EXAMPLES, name),
+            prepare.get(name, "true"),
+            calibrate if name == "calibrate-screen" else nothing,
+        )
+        for name in names
+    ]
+
+
+def faulty(c: Controller, name: str) -> Upgrade:
+    """A medium of board/media that makes a mistake, with something to install that takes a while to write."""
+    folder = os.path.join(c.folder, name)
+    shutil.copytree(c.folder_of(name), folder, dirs_exist_ok=True)
+    with open(os.path.join(folder, "settings"), "wb") as file:
+        file.writelines(b"%s %d\n" % (name.encode(), number) for number in range(10000))
+    return Upgrade(folder)
+
+
+def record(recorder: Recorder, upgrade: Upgrade, busy: bool = False, card: bool = False) -> list[Recording]:
+    return recorder.record(upgrade.medium, upgrade.prepare, busy, card, upgrade.meanwhile)
+
+
+def tell(c: Controller, recording: Recording, result: Result, seed: int) -> None:
+    c.say(
+        f"{recording.name}: {len(recording.reports)} reports, {recording.last - recording.first} writes and flushes,"
+        f" {result.states} states, {len(result.bad)} bad, seed {seed}, {result.seconds:.0f} s"
+    )
+    for line in result.bad[:5]:
+        c.say("   ", line)
+
+
+def replay_all(c: Controller, recordings: list[Recording], seconds: float | None, seed: int) -> None:
+    """Every state of every recording, or as many as there is time for, each recording having the same."""
+    states = bad = 0
+    for recording in recordings:
+        result = replay(recording, seed, seconds / len(recordings) if seconds else None)
+        tell(c, recording, result, seed)
+        states += result.states
+        bad += len(result.bad)
+    c.say(f"{states} states after a power cut, {bad} bad")
+    assert states > 0, "nothing was replayed"
+    assert bad == 0, f"{bad} of {states} states are bad"
+
+
+def expect_bad(c: Controller, recording: Recording, seconds: float, seed: int) -> None:
+    result = replay(recording, seed, seconds, until_bad=True)
+    tell(c, recording, result, seed)
+    assert result.bad, f"the mistake of {recording.name} was not found"
+
+
+# --- States that are booted ----------------------------------------------------------------------------------
+
+
+def some_states(recording: Recording, count: int, seed: int) -> list[Cut]:
+    """Of every kind."""
+    log = recording.open_log()
+    every = cuts.others(log, recording.first, recording.last, seed)
+    chance = random.Random(seed)
+    kinds = ["lost", "torn", "kept"]
+    return [chance.choice([cut for cut in every if cut.kind == kinds[n % 3]]) for n in range(count)]
+
+
+def boot_state(c: Controller, recording: Recording, cut: Cut) -> None:
+    """The controller starts from the disk as the cut left it, repairs it by itself, and works."""
+    state = os.path.join(c.folder, "state.img")
+    c.board.cut_power()
+    make_image(recording, cut, state)
+    c.board.new_disk(state)
+    c.board.boot()
+    c.expect_rest()
+    c.expect_tool_waiting()
+    assert c.board.shell("systemctl --failed --no-legend --plain") == "", "a unit has failed"
+    assert not c.board.holds("dmesg | grep -E 'EXT4-fs (error|warning)'"), "the file system is damaged"
+    found = parse_listing(c.board.shell(f"set -- {' '.join(recording.directories)}; {LIST_FILES}", BATCH), True)
+    old, new = around(recording.reports, cut.position)
+    for path in sorted(old.keys() | new.keys()):
+        assert found.get(path) in (old.get(path), new.get(path)), f"{path} is {found.get(path)}"
+    c.say(f"{recording.name}, {cut}: boots, {len(old.keys() | new.keys())} files old or new")
+    c.board.cut_power()
+    c.board.new_disk()
+    os.unlink(state)
