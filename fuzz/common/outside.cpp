@@ -17,10 +17,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 
 #include <sys/msg.h>
+#include <unistd.h>
 
 namespace
 {
@@ -138,6 +140,12 @@ FILE *popen(const char *command, const char *)
 int pclose(FILE *stream)
 {
     return std::fclose(stream);
+}
+
+// The worker asks whether a process is to be had. It is told of one that no computer has, and that is over.
+pid_t fork() noexcept
+{
+    return INT_MAX;
 }
 
 int system(const char *command)
