@@ -25,7 +25,7 @@ fails() {
 }
 
 # within SECONDS COMMAND... - runs COMMAND again and again until it succeeds; fails when the time is up: that of a computer
-# with nothing else to do, and one that has is given five times as long.
+# with nothing else to do, and one that has is given five times as long, or what $patience says.
 within() {
     local end=$((${EPOCHREALTIME/./} + ${patience:-5} * $1 * 1000000))
     shift
