@@ -685,7 +685,7 @@ SEED = 1
 FAULTY = ("no-sync", "writes-in-place", "renames-before-it-syncs")
 
 
-@scenario(FULL)
+@scenario(EVERYDAY)
 def power_cuts_at_every_write_of_an_upgrade(c: Controller) -> None:
     """Bounded by time: at every report and flush, then at as many writes as it lasts for."""
     recorder = Recorder(c)
@@ -695,14 +695,13 @@ def power_cuts_at_every_write_of_an_upgrade(c: Controller) -> None:
     powercuts.replay_all(c, recordings, 60, SEED)
 
 
-@scenario(FULL)
+@scenario(EVERYDAY)
 def power_cuts_find_every_faulty_medium(c: Controller) -> None:
     """Each makes a mistake of its own: the replay is not always content."""
     recorder = Recorder(c)
     for name in FAULTY:
         upgrade = powercuts.faulty(c, name)
-        # What is not flushed at the report shows on a controller that does nothing else, all else on a busy one.
-        recording = powercuts.record(recorder, upgrade, busy=name != "no-sync")[0]
+        recording = powercuts.record(recorder, upgrade)[0]
         powercuts.expect_bad(c, recording, 60, SEED)
 
 

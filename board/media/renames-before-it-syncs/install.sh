@@ -5,4 +5,5 @@ set -eu
 
 cp -f /mnt/upgrade/settings /opt/zul/settings.kept.new
 mv -f /opt/zul/settings.kept.new /opt/zul/settings.kept
-sync
+sync /opt/zul
+sync /opt/zul/settings.kept
