@@ -148,10 +148,10 @@ over_rm-missing() { bring_back rm; }
 fault_killall-missing() { take_away killall; }
 over_killall-missing() { bring_back killall; }
 
-# other_df SCRIPT - takes df's place; the real one is /tmp/df.
+# other_df SCRIPT - takes df's place, or another's; the real one is /tmp/df.
 other_df() {
-    on_controller sh -c 'cp /usr/bin/df /tmp/ && printf "#!/bin/sh\n%s\n" "$1" >/tmp/df.new && chmod 755 /tmp/df.new &&
-        mv /tmp/df.new /usr/bin/df' sh "$1"
+    on_controller sh -c '{ [ -e /tmp/df ] || cp /usr/bin/df /tmp/; } && printf "#!/bin/sh\n%s\n" "$1" >/tmp/df.new &&
+        chmod 755 /tmp/df.new && mv /tmp/df.new /usr/bin/df' sh "$1"
 }
 
 over_other_df() {
@@ -165,9 +165,10 @@ over_df-complaining() { over_other_df; }
 fault_df-slow() { other_df 'sleep 10; exec /tmp/df'; }
 over_df-slow() { over_other_df; }
 
+look_of_df-hanging() { hold_last_look; }
+
 fault_df-hanging() {
     other_df 'touch /tmp/df-hangs; until [ -e /tmp/let-go-df ]; do sleep 0.1; done; exec /tmp/df'
-    if [[ $moment == countdown ]]; then pace q; fi
     must "df hangs" within 10 test -e "$state/tmp/df-hangs"
 }
 
@@ -294,10 +295,18 @@ opened_to_the_limit() {
 
 over_no-descriptors() { switch 3 0; }
 
+# At the countdown's end the look at df finds the medium: one that is refused a process would have the programs back.
+look_of_no-processes() { hold_last_look; }
+
 # Does not bind the computer's root, which with --as-root it would be.
 fault_no-processes() {
     limit_before=$(prlimit --nproc --noheadings --raw --output SOFT --pid "$(tool)")
     prlimit --nproc=1: --pid "$(tool)"
+    if [[ $moment == countdown ]]; then
+        let_go df
+        must "the look at df ends" within 20 fails pgrep -x df
+        over_other_df
+    fi
 }
 
 over_no-processes() {

@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 The zul_upgrade authors
 # SPDX-License-Identifier: MIT
 #
-# shellcheck disable=SC2034,SC2154 # shared with the other parts of the matrix, and with lib/
+# shellcheck disable=SC2016,SC2034,SC2154 # expanded on the controller; shared with the other parts, and with lib/
 # The moments at which a fault comes: one function each brings the tool there, with an operator's taps. Sourced, never run.
 
 # The medium in the slot: sd, usb or nothing; and where it is mounted.
@@ -91,6 +91,19 @@ moment_message() {
 # The list again, but the countdown shows 00:00: the next tick is the restart. The tool's time stands still until then.
 moment_countdown() {
     moment_list
+    if has_function "look_of_$fault"; then "look_of_$fault"; fi
     pace f
     must "the countdown comes to its last second" within 60 time_stands
+    if has_function "look_of_$fault"; then must "a look at df is under way" within 20 test -e "$state/tmp/df-hangs"; fi
+}
+
+# hold_last_look - whether the tool looks at df before its last tick is a matter of where its two timers stand. Once a look
+# takes longer than the time between two, each comes right behind a tick. The one behind the tick of 00:00 is held, and
+# no other begins before the last tick.
+hold_last_look() {
+    other_df 'case $(head -c 1 /tmp/time) in
+        r) sleep 3.5 ;;
+        h) touch /tmp/df-hangs; until [ -e /tmp/let-go-df ]; do sleep 0.1; done ;;
+    esac
+    exec /tmp/df'
 }

@@ -266,14 +266,14 @@ ssize_t read(int file, void *buffer, size_t size)
 }
 
 /// QLabel::setText, by which the countdown's last second is seen. A tick that comes late at the fast pace may
-/// have the next one at its heels, so the last two are real.
+/// have the next one at its heels, so the last four are real: df is looked at between them.
 void labelSetText(QLabel *label, const QString &text) __asm__("_ZN6QLabel7setTextERK7QString");
 void labelSetText(QLabel *label, const QString &text)
 {
     static auto *const next = real<void(QLabel *, const QString &)>("_ZN6QLabel7setTextERK7QString");
     static bool slowed = false;
     next(label, text);
-    if (switches()[Pace] == 'f' && text == QLatin1String("00:02")) {
+    if (switches()[Pace] == 'f' && text == QLatin1String("00:04")) {
         slowed = true;
         switches()[Pace] = 'r';
         steadyNow();
