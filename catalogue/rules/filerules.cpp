@@ -51,7 +51,11 @@ void nul(const Subject &subject, Collector &findings)
     QByteArray line = subject.file.lines(at, at);
     const int begin = at - (subject.file.position(at).column - 1);
     const int end = begin + line.size();
+    // Blanks that come to the front with it are not part of a key any more, as they were behind a zero byte.
+    const bool isInFront = line.startsWith('\0');
     line.replace('\0', "");
+    while (isInFront && (line.startsWith(' ') || line.startsWith('\t')))
+        line.remove(0, 1);
     if (line.isEmpty())
         line = ";";
     findings.replace(begin, end, at, "A zero byte: the tool drops the rest of this value", textOf(line));

@@ -296,6 +296,8 @@ void TestFindings::theRightLineIsRightForWhateverIsWritten_data()
     row("a comment with a zero byte", list, QByteArray("[x]\nk=a\0b\n", 10), "unknown-key", 1,
         "[x]\n; k=a b\n");
     row("a line of zero bytes", list, QByteArray("\0\0\n", 3), "nul", 1, ";\n");
+    row("a key behind zero bytes and a tab", list, QByteArray("\0\0\tb=\"B@y\"\n", 11), "nul", 1,
+        "b=\"B@y\"\n");
     row("a section outside the sections", list, "[General\n", "broken-section", 1, "[General]\n");
     row("a section of that name", list, "[%General\n", "broken-section", 1, "[%General]\n");
     row("a section with a bracket in it", list, "[a%5db\n", "broken-section", 1, "[a%5db]\n");
