@@ -69,6 +69,16 @@ def set_up(disk: Disk, cut: Cut) -> None:
         disk.add(unsafe[index])
 
 
+def tears(log: Log, cut: Cut, pair: tuple[int, int]) -> bool:
+    """Whether of these two sectors of the disk one is new and the other old."""
+    if cut.kind != "torn":
+        return False
+    entry = log.entries[cut.position]
+    new = {entry.sector + number for number in torn_sectors(entry.sectors, cut.seed)}
+    both_are_written = all(entry.sector <= sector < entry.sector + entry.sectors for sector in pair)
+    return both_are_written and (pair[0] in new) != (pair[1] in new)
+
+
 def torn_sectors(sectors: int, seed: int) -> Iterator[int]:
     """Those that are written of the last write: its beginning, its end, or any of them, but never all or none."""
     chance = random.Random(seed)

@@ -68,7 +68,8 @@ def record(recorder: Recorder, upgrade: Upgrade, busy: bool = False, card: bool 
 def tell(c: Controller, recording: Recording, result: Result, seed: int) -> None:
     c.say(
         f"{recording.name}: {len(recording.reports)} reports, {recording.last - recording.first} writes and flushes,"
-        f" {result.states} states, {len(result.bad)} bad, seed {seed}, {result.seconds:.0f} s"
+        f" {result.states} states, {len(result.bad)} bad, {result.superblocks} with the superblock torn, seed {seed},"
+        f" {result.seconds:.0f} s"
     )
     for line in result.bad[:5]:
         c.say("   ", line)
