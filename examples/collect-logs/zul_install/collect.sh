@@ -11,3 +11,4 @@ while [ -e "$medium/logs-$number.tar.gz" ]; do
 done
 tar -czf "$medium/logs-$number.tar.gz" -C "$logs" .
 sync # the medium is pulled right afterwards
+sync "$medium/logs-$number.tar.gz" # saved by its name: that empties a USB drive's own memory, too

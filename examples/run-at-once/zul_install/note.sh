@@ -4,3 +4,4 @@ set -eu
 
 date >>/mnt/upgrade/installed.log
 sync
+sync /mnt/upgrade/installed.log # saved by its name: that empties a USB drive's own memory, too
