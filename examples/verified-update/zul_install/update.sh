@@ -5,6 +5,7 @@ set -eu
 cd /mnt/upgrade/zul_install
 if ! sha256sum -c SHA256SUMS >../check.log 2>&1; then
     sync # the medium is pulled to read that
+    sync ../check.log # saved by its name: that empties a USB drive's own memory, too
     exit 1
 fi
 
@@ -17,3 +18,4 @@ for file in settings zul_version; do
     mv -f "/opt/zul/$file.new" "/opt/zul/$file"
 done
 sync
+sync ../check.log
