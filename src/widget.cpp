@@ -505,6 +505,7 @@ void Widget::buildQuestionBox()
 {
     if (msgBox)
         return;
+    //: The title of both questions; a frame buffer shows none.
     msgBox = new QMessageBox(QMessageBox::NoIcon, tr("Attention"), " ", QMessageBox::Yes | QMessageBox::No,
                              nullptr, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
     msgBox->setStyleSheet("QMessageBox{border:1px solid;border-radius:10px;background:white;"
@@ -536,15 +537,27 @@ void Widget::on_confirmPb_clicked()
     }
 
     buildQuestionBox();
-    if (!isAnsweredYes(
-            QString("\n %1 \n %2 \n\n %3 \n\n")
-                .arg(tr("Selected operations"), tr("will be executed."), tr("Are you sure to continue?"))))
+    if (!isAnsweredYes(QString("\n %1 \n %2 \n\n %3 \n\n")
+                           .arg(
+                               //: Also the first line of a question, with "will be executed." as the second:
+                               //: they make one sentence, and have to agree in gender and number.
+                               tr("Selected operations"),
+                               //: The second line of a question; the first one is "Selected operations".
+                               //: They make one sentence. About 700 px at 18 pt, bold.
+                               tr("will be executed."),
+                               //: Below "Selected operations will be executed."; answered with Yes or No.
+                               //: About 700 px at 18 pt, bold.
+                               tr("Are you sure to continue?"))))
         return;
 
     runList.resize(0);
     collectSelectedCommands(rows);
     if (endGame) {
+        //: The name of an operation, as an operator would call it: in the status table's first column, 194 px
+        //: at 16 pt, and behind "Executing：", together 661 px at 28 pt.
         runList.append({tr("Save data"), "sync", false, NotExecuted});
+        //: The name of an operation, as an operator would call it: in the status table's first column, 194 px
+        //: at 16 pt, and behind "Executing：", together 661 px at 28 pt.
         runList.append({tr("Reboot system"), "reboot", false, NotExecuted});
     }
     if (!runList.isEmpty())
@@ -570,8 +583,13 @@ void Widget::collectSelectedCommands(int rows)
 void Widget::on_cancelPb_clicked()
 {
     buildQuestionBox();
-    if (isAnsweredYes(
-            QString("\n %1 \n\n %2 \n\n").arg(tr("Are you sure to abort?"), tr("System will reboot."))))
+    if (isAnsweredYes(QString("\n %1 \n\n %2 \n\n")
+                          .arg(
+                              //: The first line of a question, asked after a tap on Cancel; answered with Yes
+                              //: or No. About 700 px at 18 pt, bold.
+                              tr("Are you sure to abort?"),
+                              //: Below "Are you sure to abort?": what Yes does. About 700 px at 18 pt, bold.
+                              tr("System will reboot."))))
         quitAndReboot();
 }
 
@@ -617,6 +635,8 @@ void Widget::slotsStateChange(QString dat)
 {
     qDebug().noquote() << "#################" << dat;
     // The empty text after a command leaves the label without a name until the next one starts.
+    //: Followed at once by the name of an operation, or by nothing between two of them; so it ends as two
+    //: words are parted in your language, mostly with a blank. Together 661 px at 28 pt.
     ui->information->setText(tr("Executing：") + dat);
     createTabelview();
 }
@@ -629,10 +649,13 @@ void Widget::slotstsCalibrate(bool state)
 void Widget::slotsState_end()
 {
     if (mediaType == SdCard)
+        //: Asks for an SD card to be taken out when everything has run. The line has 661 px at 28 pt.
         ui->information->setText(tr("Operation completed，please unplug SD card！"));
     else if (mediaType == UsbDrive)
+        //: Asks for a USB drive to be taken out when everything has run. The line has 661 px at 28 pt.
         ui->information->setText(tr("Operation completed，please unplug USB drive！"));
     else
+        //: Asks for any other medium to be taken out when everything has run. The line has 661 px at 28 pt.
         ui->information->setText(tr("Operation completed，please unplug storage device！"));
 }
 
@@ -660,11 +683,16 @@ public:
 
 private:
     using Cell = QScopedPointer<QStandardItem>;
+    //: Status table, second column: the state of an operation, with which it agrees. 144 px at 16 pt.
     const Cell notExecuted{centredItem(Widget::tr("Not executed"))};
+    //: Status table, second column: the state of an operation, with which it agrees. 144 px at 16 pt.
     const Cell executing{centredItem(Widget::tr("Executing"))};
+    //: Status table, second column: the state of an operation, with which it agrees. 144 px at 16 pt.
     const Cell completed{centredItem(Widget::tr("Completed"))};
     const Cell none{centredItem(QString())};
+    //: Status table, third column: how an operation has ended, with which it agrees. 144 px at 16 pt.
     const Cell succeed{centredItem(Widget::tr("Succeed"))};
+    //: Status table, third column: how an operation has ended, with which it agrees. 144 px at 16 pt.
     const Cell failed{centredItem(Widget::tr("Failed"))};
 };
 
@@ -688,9 +716,14 @@ void Widget::buildTableHead()
     tableModel->clear();
     tableModel->setColumnCount(showDetails ? 4 : 3);
     if (showDetails)
+        //: Status table, heading of the fourth column: the command of an operation, shown with the details.
+        //: 254 px at 16 pt.
         tableModel->setHeaderData(3, Qt::Horizontal, tr("Operation"));
+    //: Status table, heading of the first column: the name of an operation. 194 px at 16 pt.
     tableModel->setHeaderData(0, Qt::Horizontal, tr("Name"));
+    //: Status table, heading of the second column: the state of an operation. 144 px at 16 pt.
     tableModel->setHeaderData(1, Qt::Horizontal, tr("Status"));
+    //: Status table, heading of the third column: "Succeed" or "Failed". 144 px at 16 pt.
     tableModel->setHeaderData(2, Qt::Horizontal, tr("Succeed?"));
 
     ui->tableView->setModel(tableModel);
