@@ -14,7 +14,7 @@ ZUL_UPGRADE_SITE_METHOD = local
 ZUL_UPGRADE_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = --exclude /build --exclude /demo-output
 ZUL_UPGRADE_LICENSE = MIT
 ZUL_UPGRADE_LICENSE_FILES = LICENSE
-ZUL_UPGRADE_DEPENDENCIES = fontconfig liberation psmisc qt5base wqy-zenhei
+ZUL_UPGRADE_DEPENDENCIES = fontconfig liberation psmisc qt5base qt5tools wqy-zenhei
 
 # Buildroot has no Droid Sans Fallback: Chinese is drawn with the font that it has.
 ZUL_UPGRADE_FONTS = \

@@ -13,7 +13,7 @@ inherit cmake_qt5 systemd externalsrc
 
 EXTERNALSRC = "${ZUL_UPGRADE_SOURCE}"
 
-DEPENDS = "qtbase"
+DEPENDS = "qtbase qttools qttools-native"
 
 # The directory of zul_watchdog, and where the fonts are installed; change them in local.conf or a .bbappend.
 ZUL_PROGRAM_DIR ?= "/opt/zul"
