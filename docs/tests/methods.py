@@ -145,6 +145,43 @@ class Catalogue(Method):
         room.try_for(block, "zul_catalogue check --strict /card")
 
 
+@dataclass
+class NewLanguage(Method):
+    """The commands for a new language, run as they stand by a reader who does not know it: where he would open a window
+    and translate, he takes the words of another language. It is thrown away with the room."""
+
+    room: str
+    language: str
+    words_of: str
+
+    TRANSLATOR = """#!/bin/sh
+# linguist FILE: has every text of FILE translated, in the words of another language.
+set -e
+cd "$(dirname "$1")"
+sed 's/ language="WORDS_OF"/ language="'"$(basename "$1" .ts)"'"/' WORDS_OF.ts >words
+[ "$(grep '<source>' "$(basename "$1")")" = "$(grep '<source>' words)" ]
+mv words "$(basename "$1")"
+"""
+
+    def __post_init__(self) -> None:
+        self.told = f"run by the reader {self.room}, in the words of {self.words_of}"
+
+    def check(self, block: Block) -> None:
+        demand(block.language == "sh", block, "commands are in blocks of sh")
+        demand(len(block.lines) == 5, block, "they are said to be five")
+        begun = f"translations/update {self.language} "
+        demand(begun in block.text, block, f'does not have "{begun}"')
+
+    def run(self, block: Block, house: House) -> None:
+        room = house.reader(self.room)
+        room.do(f"{CLONE}/scripts/install-packages", "build", "simulator")
+        room.write("/usr/local/bin/linguist", self.TRANSLATOR.replace("WORDS_OF", self.words_of), 0o755)
+        told = room.run_block(block, set(), directory=CLONE)
+        demand(f"{self.language}.ts" in told, block, "the build does not take the language up", told)
+        pictures = room.do("find", f"{CLONE}/build/{self.language}", "-name", "*.png").split()
+        demand(pictures, block, "there is no picture to look at")
+
+
 class FrameBufferNotAwaited(Method):
     """With it, the service starts at once where there is no frame buffer; without it, systemd would wait for one."""
 

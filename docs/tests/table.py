@@ -10,6 +10,7 @@ from methods import (
     FrameBufferNotAwaited,
     Mdev,
     Method,
+    NewLanguage,
     StartedByHand,
     UdevRules,
     UsedBy,
@@ -31,6 +32,7 @@ TABLE: dict[tuple[str, str, int], Method] = {
     ("README.md", "Build", 2): Commands("packager", controller_at_hand=True),
     ("README.md", "Two commands", 1): Commands("newcomer", elsewhere={"./test": EVERYDAY}),
     ("CONTRIBUTING.md", "First steps", 1): Commands("newcomer", elsewhere=FIRST_STEPS),
+    ("docs/translating.md", "A new language", 1): NewLanguage("newcomer", "et", "nl"),
     # The README's blocks have installed it already.
     ("docs/installing.md", "Installing", 1): Commands(
         before="apt-get -q purge zul-upgrade",
