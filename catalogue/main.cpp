@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "common/failure.h"
+#include "common/share.h"
 #include "reading/medium.h"
 #include "report/report.h"
 #include "scaffold.h"
@@ -11,7 +12,6 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFile>
-#include <QFileInfo>
 #include <QFontInfo>
 #include <QTemporaryDir>
 #include <QTextCodec>
@@ -23,7 +23,7 @@ namespace
 {
 
 const char usage[] = R"(Usage: zul_catalogue check [--strict] [--json] [--mounted-at DIR] MEDIUM
-       zul_catalogue preview MEDIUM -o DIR [--language FILE.qm]
+       zul_catalogue preview MEDIUM -o DIR [--language FILE] [--mounted-at DIR]
        zul_catalogue new DIR
 
 check    prints what the controller shows and runs with a medium, then what is
@@ -82,8 +82,10 @@ QString wrongUsage(const Options &options)
         return "unknown command: " + command;
     if (options.words.size() != 2 || options.words.at(1).isEmpty())
         return command + " takes one " + (command == "new" ? "DIR" : "MEDIUM");
-    if ((options.strict || options.json || !options.mountedAt.isEmpty()) && command != "check")
-        return "--strict, --json and --mounted-at are for check";
+    if ((options.strict || options.json) && command != "check")
+        return "--strict and --json are for check";
+    if (!options.mountedAt.isEmpty() && command == "new")
+        return "--mounted-at is for check and preview";
     if ((!options.output.isEmpty() || !options.language.isEmpty()) && command != "preview")
         return "-o and --language are for preview";
     return command == "preview" && options.output.isEmpty() ? "preview needs -o DIR" : QString();
@@ -95,22 +97,24 @@ int fail(int exitCode, const QString &message)
     return exitCode;
 }
 
-/// The controller's fonts and resolution, whatever this computer has; no display, no theme of a desktop.
+/// The controller's fonts and settings, whatever this computer has; no display, no theme of a desktop.
 void takeControllersScreen()
 {
-    const QString here = QFileInfo("/proc/self/exe").canonicalPath();
-    const QString fonts = QFileInfo(here + "/../share/zul-catalogue").canonicalFilePath();
+    const QString fonts = shareFolder();
     qunsetenv("FONTCONFIG_SYSROOT");
     if (!fonts.isEmpty()) {
         qputenv("FONTCONFIG_FILE", QFile::encodeName(fonts + "/fonts.conf"));
         qputenv("FONTCONFIG_SYSROOT", QFile::encodeName(fonts + "/root"));
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_FONT_DPI", ZUL_FONT_DPI);
     for (const char *name :
-         {"QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS",
-          "QT_AUTO_SCREEN_SCALE_FACTOR", "QT_ENABLE_HIGHDPI_SCALING", "QT_DEVICE_PIXEL_RATIO"})
+         {"QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS", "QT_AUTO_SCREEN_SCALE_FACTOR",
+          "QT_ENABLE_HIGHDPI_SCALING", "QT_DEVICE_PIXEL_RATIO"})
         qunsetenv(name);
+    for (const QByteArray &setting : QByteArray(ZUL_SCREEN_SETTINGS).split('|')) {
+        const int equals = setting.indexOf('=');
+        qputenv(setting.left(equals).constData(), setting.mid(equals + 1));
+    }
 }
 
 /// The tool's debug lines are not for the author.
@@ -133,10 +137,8 @@ bool wantsColours()
     return isatty(STDOUT_FILENO) && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
 }
 
-int check(const Options &options, Medium &medium)
+int check(const Options &options, const Medium &medium)
 {
-    if (!options.mountedAt.isEmpty())
-        medium.mountDirectory = options.mountedAt;
     const Verdict verdict = readVerdict(medium.catalogue);
     const IniFile file(medium.bytes);
     const Findings findings = findAll(medium, file, verdict, Screen());
@@ -164,6 +166,8 @@ int run(const Options &options)
     Medium medium;
     if (!openMedium(options.words.at(1), &medium, &failure))
         return fail(failure.exitCode, failure.message);
+    if (!options.mountedAt.isEmpty())
+        medium.mountDirectory = options.mountedAt;
     warnOfOtherFonts();
     if (options.words.at(0) == "check")
         return check(options, medium);
@@ -197,6 +201,7 @@ int main(int argc, char *argv[])
     const QTemporaryDir runtimeFolder; // without one, the toolkit would leave one of its own in /tmp
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
+    QApplication::setDesktopSettingsAware(false); // as the tool
     QApplication application(noArguments, argv);
     return run(options);
 }

@@ -12,6 +12,10 @@
 constexpr char mediumFolder[] = "/mnt/upgrade/";           ///< where the controller has the medium
 constexpr char catalogueName[] = "zul_install/system.ini"; ///< on the medium
 
+// In the path of the folder on which a medium is mounted; the first of the two decides.
+constexpr char cardMark[] = "mmc"; ///< an SD card
+constexpr char driveMark[] = "sd"; ///< a USB drive
+
 constexpr int countdownSeconds = 302; ///< after a list was read, in selection mode
 constexpr int settleSeconds = 2;      ///< before each command
 

@@ -215,7 +215,7 @@ void mountSpace(const Subject &subject, Collector &findings)
 void mountKind(const Subject &subject, Collector &findings)
 {
     const QString folder = subject.medium.mountDirectory;
-    if (!folder.isEmpty() && !folder.contains("mmc") && !folder.contains("sd"))
+    if (!folder.isEmpty() && !folder.contains(cardMark) && !folder.contains(driveMark))
         findings.addOther(
             folder,
             "Neither \"mmc\" nor \"sd\" in the folder's name: the operator is asked to unplug a \"storage device\", or "

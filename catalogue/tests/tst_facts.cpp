@@ -69,6 +69,10 @@ void TestFacts::everyPlaceTellsTheSame_data()
     const QSize screen = IsolatedWindow().widget().size();
     const QStringList words{"No", "One", "Two", "Three", "Four", "Five"};
     row("the worker's pause", "src/widget.cpp", "settleSeconds = (\\d+);", QString::number(settleSeconds));
+    row("what a card's folder has in its name", "src/widget.cpp",
+        R"re(mountPath.contains\("(\w+)"\)\)\s+mediaType = SdCard)re", cardMark);
+    row("what a drive's folder has in its name", "src/widget.cpp",
+        R"re(mountPath.contains\("(\w+)"\)\)\s+mediaType = UsbDrive)re", driveMark);
     row("the pause, in the manual", manual, "(\\w+) seconds (?:pass before every|for each) command",
         words.value(settleSeconds));
     row("the countdown, in the manual", manual, "(\\d+) seconds\\s+after", QString::number(countdownSeconds));

@@ -3,12 +3,41 @@
 
 #include "window/isolatedwindow.h"
 
+#include "common/controller.h"
 #include "windowmembers.h"
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QListView>
 #include <QMouseEvent>
+
+namespace
+{
+
+enum MediaType { SdCard = 0, UsbDrive = 1 }; // as the window has them
+
+/// A finger on a place of a widget, and away: the focus goes where a real one takes it, then come the events
+/// that Qt makes of a touch.
+void touch(QWidget *widget, const QPointF &place)
+{
+    for (QWidget *one = widget; one && !one->isWindow(); one = one->parentWidget()) {
+        if (one->focusPolicy() & Qt::ClickFocus) {
+            one->setFocus(Qt::MouseFocusReason);
+            break;
+        }
+    }
+    QMouseEvent press(QEvent::MouseButtonPress, place, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent release(QEvent::MouseButtonRelease, place, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(widget, &press);
+    QApplication::sendEvent(widget, &release);
+}
+
+void touchMiddle(QWidget *widget)
+{
+    touch(widget, widget->rect().center());
+}
+
+} // namespace
 
 IsolatedWindow::IsolatedWindow()
 {
@@ -23,6 +52,20 @@ IsolatedWindow::IsolatedWindow()
 IsolatedWindow::~IsolatedWindow()
 {
     window.reset(); // before what it knows
+}
+
+void IsolatedWindow::show()
+{
+    question->setWindowFlags(question->windowFlags() | Qt::FramelessWindowHint);
+    window->showFullScreen();
+}
+
+void IsolatedWindow::mountAt(const QString &directory)
+{
+    if (directory.contains(cardMark))
+        mediaTypeOf(*window) = SdCard;
+    else if (directory.contains(driveMark))
+        mediaTypeOf(*window) = UsbDrive;
 }
 
 void IsolatedWindow::read(const QString &path)
@@ -69,31 +112,42 @@ void IsolatedWindow::tick()
 
 void IsolatedWindow::tap(int row)
 {
-    auto *list = window->findChild<QListView *>("operationList");
+    auto *list = static_cast<QListView *>(child("operationList"));
     const QModelIndex index = list->model()->index(row, 0);
     list->scrollTo(index);
-    const QPointF place = list->visualRect(index).center();
-    QMouseEvent press(QEvent::MouseButtonPress, place, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-    QMouseEvent release(QEvent::MouseButtonRelease, place, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(list->viewport(), &press);
-    QApplication::sendEvent(list->viewport(), &release);
+    touch(list->viewport(), list->visualRect(index).center());
 }
 
-void IsolatedWindow::confirm(const std::function<void(QMessageBox &question)> &look)
+void IsolatedWindow::confirm(const Look &look)
 {
-    QTimer::singleShot(0, window.get(), [this, look] {
+    tapAndAnswer("confirmPb", QMessageBox::Yes, look);
+}
+
+void IsolatedWindow::startToAbort(const Look &look)
+{
+    tapAndAnswer("cancelPb", QMessageBox::No, look);
+}
+
+void IsolatedWindow::tapAndAnswer(const char *button, QMessageBox::StandardButton answer, const Look &look)
+{
+    QTimer::singleShot(0, window.get(), [this, answer, look] {
         if (!question->isVisible())
             return; // nothing was chosen
         if (look)
             look(*question);
-        question->button(QMessageBox::Yes)->click();
+        touchMiddle(question->button(answer));
     });
-    window->findChild<QAbstractButton *>("confirmPb")->click();
+    touchMiddle(child(button));
 }
 
 void IsolatedWindow::tapDetails()
 {
-    window->findChild<QAbstractButton *>("pushButton")->click();
+    touchMiddle(child("pushButton"));
+}
+
+QWidget *IsolatedWindow::child(const char *name) const
+{
+    return window->findChild<QWidget *>(name);
 }
 
 void IsolatedWindow::runBatch(const Rehearsal &answer)

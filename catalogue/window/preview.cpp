@@ -9,43 +9,67 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLabel>
 #include <QPainter>
 #include <QPixmap>
+#include <QScreen>
 #include <QTranslator>
 
 namespace
 {
 
-/// One preview: a window of the tool, and the pictures taken of it.
+struct Picture {
+    QString name;
+    QPixmap pixmap;
+};
+
+/// A window of the tool from the moment on in which it takes up a medium, and the pictures taken of it.
 class Walk
 {
 public:
-    explicit Walk(const QString &itsFolder)
-        : folder(itsFolder)
+    explicit Walk(const Medium &medium)
+        : screenSize(window.widget().size()) // the form is as big as the controller's screen
     {
-        window.widget().show();
+        window.show();
+        window.mountAt(medium.mountDirectory);
+        window.read(medium.catalogue);
+        if (window.operations())
+            startCountdown();
     }
 
-    bool run(const QString &catalogue)
+    /// From the list, or the start of the batch, to its end.
+    void goThrough()
     {
-        window.read(catalogue);
-        if (const QStandardItemModel *operations = window.operations()) {
-            window.tick();
-            choose(*operations);
-        } else if (window.runList().isEmpty()) {
+        if (window.operations())
+            choose();
+        else if (window.runList().isEmpty())
             take("list");
-        }
         if (!window.runList().isEmpty())
             showBatch();
-        return written && writeSheet();
     }
 
-    QStringList files;
+    void startToAbort()
+    {
+        if (window.operations())
+            window.startToAbort([this](QMessageBox &box) { takeWith("abort", box); });
+    }
+
+    QVector<Picture> pictures;
 
 private:
-    void choose(const QStandardItemModel &operations)
+    /// The tool counts once in its life, so that in a later window of this program it would go on counting.
+    void startCountdown()
+    {
+        window.tick();
+        auto *remaining = window.widget().findChild<QLabel *>("timeout");
+        static const QString atFirst = remaining->text();
+        remaining->setText(atFirst);
+    }
+
+    void choose()
     {
         take("list");
+        const QStandardItemModel &operations = *window.operations();
         QStringList chosen; // a second tap on a name would take it out again
         for (int row = 0; row < qMin(mostChosen, operations.rowCount()); ++row) {
             const QString name = operations.item(row)->text();
@@ -55,16 +79,7 @@ private:
             window.tap(row);
         }
         take("selected");
-        window.confirm([this](QMessageBox &box) { takeWith(box); });
-    }
-
-    void takeWith(QMessageBox &box)
-    {
-        QPixmap picture = window.widget().grab();
-        const QPixmap question = box.grab();
-        QPainter(&picture).drawPixmap((screenSize.width() - question.width()) / 2,
-                                      (screenSize.height() - question.height()) / 2, question);
-        take("question", picture);
+        window.confirm([this](QMessageBox &box) { takeWith("question", box); });
     }
 
     void showBatch()
@@ -86,46 +101,75 @@ private:
 
     void take(const QString &name)
     {
-        QApplication::processEvents();
-        take(name, window.widget().grab());
+        pictures.append({name, screen()});
     }
 
-    void take(const QString &name, const QPixmap &picture)
+    /// The question stands where Qt puts it on the controller's screen. The one that is drawn on here is
+    /// higher; Qt centres a question, and one that is too high for that begins at the top.
+    void takeWith(const QString &name, QMessageBox &box)
     {
-        const QString file =
-            folder + QString("/%1-%2.png").arg(files.size() + 1, 2, 10, QLatin1Char('0')).arg(name);
-        written = picture.save(file) && written;
-        files.append(file);
-        pictures.append(picture);
+        QPixmap picture = screen();
+        const int higher = QGuiApplication::primaryScreen()->geometry().height() - screenSize.height();
+        QPainter(&picture).drawPixmap(box.x(), qMax(0, box.y() - higher / 2), box.grab());
+        pictures.append({name, picture});
     }
 
-    bool writeSheet()
+    QPixmap screen()
     {
-        constexpr int columns = 3;
-        constexpr int gap = 16;
-        const QSize cell = screenSize / 2;
-        const int rows = (pictures.size() + columns - 1) / columns;
-        QPixmap sheet(columns * (cell.width() + gap) + gap, rows * (cell.height() + gap) + gap);
-        sheet.fill(Qt::darkGray);
-        QPainter painter(&sheet);
-        painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        for (int i = 0; i < pictures.size(); ++i) {
-            const QPoint place(gap + i % columns * (cell.width() + gap),
-                               gap + i / columns * (cell.height() + gap));
-            painter.drawPixmap(QRect(place, cell),
-                               pictures.at(i).scaled(cell, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-        }
-        painter.end();
-        files.append(folder + "/contact-sheet.png");
-        return sheet.save(files.last());
+        QApplication::processEvents(); // which window is the active one shows
+        return window.widget().grab(QRect(QPoint(), screenSize));
     }
 
-    const QString folder;
     IsolatedWindow window;
-    const QSize screenSize = window.widget().size(); // the form is as big as the screen
-    QVector<QPixmap> pictures;
-    bool written = true;
+    const QSize screenSize;
 };
+
+/// Every screen that the operator sees.
+QVector<Picture> picturesOf(const Medium &medium)
+{
+    Walk walk(medium);
+    walk.goThrough();
+    Walk abortedOne(medium);
+    abortedOne.startToAbort();
+    return walk.pictures + abortedOne.pictures;
+}
+
+bool save(const QPixmap &picture, const QString &file, QStringList *files)
+{
+    files->append(file);
+    return picture.save(file);
+}
+
+bool writePictures(const QVector<Picture> &pictures, const QString &folder, QStringList *files)
+{
+    bool written = true;
+    int number = 0;
+    for (const Picture &picture : pictures) {
+        const QString file = QString("%1-%2.png").arg(++number, 2, 10, QLatin1Char('0')).arg(picture.name);
+        written = save(picture.pixmap, folder + '/' + file, files) && written;
+    }
+    return written;
+}
+
+bool writeSheet(const QVector<Picture> &pictures, const QString &file, QStringList *files)
+{
+    constexpr int columns = 3;
+    constexpr int gap = 16;
+    const QSize cell = pictures.first().pixmap.size() / 2;
+    const int rows = (pictures.size() + columns - 1) / columns;
+    QPixmap sheet(columns * (cell.width() + gap) + gap, rows * (cell.height() + gap) + gap);
+    sheet.fill(Qt::darkGray);
+    QPainter painter(&sheet);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    for (int i = 0; i < pictures.size(); ++i) {
+        const QPoint place(gap + i % columns * (cell.width() + gap),
+                           gap + i / columns * (cell.height() + gap));
+        painter.drawPixmap(QRect(place, cell), pictures.at(i).pixmap.scaled(cell, Qt::IgnoreAspectRatio,
+                                                                            Qt::SmoothTransformation));
+    }
+    painter.end();
+    return save(sheet, file, files);
+}
 
 /// A translation, installed as long as it lives.
 class Language
@@ -155,10 +199,11 @@ bool previewMedium(const Medium &medium, const QString &folder, const QString &l
         *failure = {ExitNoInput, languageFile + ": not a translation file that can be read"};
         return false;
     }
-    Walk walk(folder);
-    const bool done = QDir().mkpath(folder) && walk.run(medium.catalogue);
-    *files = walk.files;
-    if (!done)
+    const QVector<Picture> pictures = picturesOf(medium);
+    if (!QDir().mkpath(folder) || !writePictures(pictures, folder, files)
+        || !writeSheet(pictures, folder + "/contact-sheet.png", files)) {
         *failure = {ExitNoOutput, folder + ": the pictures cannot be written"};
-    return done;
+        return false;
+    }
+    return true;
 }

@@ -5,7 +5,10 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QLabel>
+#include <QListView>
 #include <QProcess>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -31,6 +34,11 @@ private slots:
     void everyRowCanBeTappedThoughTheWindowIsHidden();
     void confirmingAsksOnceAndRunsWhatWasChosen();
     void confirmingNothingAsksNothing();
+    void aTapGivesTheListItsFocusAndItsCurrentRow();
+    void theQuestionHasNoFrameAsOnTheController();
+    void abortingAsksAndIsAnsweredNo();
+    void theKindOfMediumComesOfItsFolder_data();
+    void theKindOfMediumComesOfItsFolder();
 
 private:
     static QStringList commandsOf(const IsolatedWindow &window);
@@ -154,6 +162,80 @@ void TestIsolatedWindow::confirmingNothingAsksNothing()
     QApplication::processEvents();
     QVERIFY(!asked);
     QVERIFY(window.runList().isEmpty());
+}
+
+void TestIsolatedWindow::aTapGivesTheListItsFocusAndItsCurrentRow()
+{
+    IsolatedWindow window;
+    window.show();
+    window.read(choice);
+    QApplication::processEvents();
+    auto *other = window.widget().findChild<QListView *>("selectedList");
+    other->setFocus();
+    QVERIFY(other->hasFocus());
+    window.tap(2);
+    auto *list = window.widget().findChild<QListView *>("operationList");
+    QVERIFY(list->hasFocus());
+    QCOMPARE(list->currentIndex().row(), 2);
+    QVERIFY(list->selectionModel()->isRowSelected(2, QModelIndex()));
+}
+
+// Qt leaves room for frames, as many pixels as the windows have. Without one it takes 10 and 40.
+void TestIsolatedWindow::theQuestionHasNoFrameAsOnTheController()
+{
+    IsolatedWindow window;
+    window.show();
+    window.read(choice);
+    window.tap(0);
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    window.confirm([&screen](QMessageBox &question) {
+        QCOMPARE(question.pos(), question.geometry().topLeft());
+        const QPoint middle(screen.width() / 2, screen.height() / 2);
+        QCOMPARE(question.pos(), middle - QPoint(question.width() / 2 + 10, question.height() / 2 + 40));
+    });
+    QVERIFY(!window.runList().isEmpty());
+}
+
+void TestIsolatedWindow::abortingAsksAndIsAnsweredNo()
+{
+    IsolatedWindow window;
+    window.read(choice);
+    QString asked;
+    window.startToAbort([&asked](QMessageBox &question) { asked = question.text(); });
+    QVERIFY2(asked.contains("abort"), qPrintable(asked));
+    window.tap(0); // the list is as it was
+    window.confirm();
+    QCOMPARE(commandsOf(window), QStringList("run 0"));
+}
+
+void TestIsolatedWindow::theKindOfMediumComesOfItsFolder_data()
+{
+    QTest::addColumn<QString>("directory");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("a card") << "/media/mmcblk0p1"
+                            << "SD card";
+    QTest::newRow("a drive") << "/media/sda1"
+                             << "USB drive";
+    QTest::newRow("both names") << "/media/sd-mmc"
+                                << "SD card";
+    QTest::newRow("neither") << "/media/card"
+                             << "storage device";
+    QTest::newRow("not known") << ""
+                               << "storage device";
+}
+
+void TestIsolatedWindow::theKindOfMediumComesOfItsFolder()
+{
+    QFETCH(QString, directory);
+    QFETCH(QString, told);
+    IsolatedWindow window;
+    window.mountAt(directory);
+    window.read(choice);
+    window.tap(0);
+    window.confirm();
+    window.runBatch([](const QString &) { return 0; });
+    const QString said = window.widget().findChild<QLabel *>("information")->text();
+    QVERIFY2(said.contains(told), qPrintable(said));
 }
 
 int main(int argc, char *argv[])
