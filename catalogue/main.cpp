@@ -6,6 +6,7 @@
 #include "reading/medium.h"
 #include "report/report.h"
 #include "scaffold.h"
+#include "window/language.h"
 #include "window/preview.h"
 #include "window/screen.h"
 
@@ -23,7 +24,7 @@ namespace
 {
 
 const char usage[] = R"(Usage: zul_catalogue check [--strict] [--json] [--mounted-at DIR] MEDIUM
-       zul_catalogue preview MEDIUM -o DIR [--language FILE] [--mounted-at DIR]
+       zul_catalogue preview MEDIUM -o DIR [--language LANG] [--mounted-at DIR]
        zul_catalogue new DIR
 
 check    prints what the controller shows and runs with a medium, then what is
@@ -35,7 +36,8 @@ new      makes a small, commented medium to start from
   --json             print the report for programs
   --mounted-at DIR   where the controller mounts the medium
   -o, --output DIR   folder for the pictures
-  --language FILE    translation file of the controller
+  --language LANG    the controller's: a code such as zh_CN, a translation
+                     file, or "all" for a sheet of each
   -h, --help         print this
   -v, --version      print the version
 
@@ -60,7 +62,7 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
     QCommandLineParser parser;
     const QCommandLineOption strict("strict"), json("json"), help(QStringList{"h", "help"}),
         version(QStringList{"v", "version"});
-    const QCommandLineOption output(QStringList{"o", "output"}, "", "DIR"), language("language", "", "FILE");
+    const QCommandLineOption output(QStringList{"o", "output"}, "", "DIR"), language("language", "", "LANG");
     const QCommandLineOption mountedAt("mounted-at", "", "DIR");
     parser.addOptions({strict, json, help, version, output, language, mountedAt});
     if (!parser.parse(arguments)) {
@@ -203,5 +205,6 @@ int main(int argc, char *argv[])
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
     QApplication::setDesktopSettingsAware(false); // as the tool
     QApplication application(noArguments, argv);
+    Language::speakEnglish();
     return run(options);
 }

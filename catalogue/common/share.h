@@ -7,7 +7,8 @@
 #include <QFileInfo>
 #include <QString>
 
-/// Where the controller's fonts are, beside the program; empty when they are not.
+/// Where the controller's fonts, style sheet and translations are, beside the program; empty when they are
+/// not.
 inline QString shareFolder()
 {
     const QString program = QFileInfo("/proc/self/exe").canonicalPath();

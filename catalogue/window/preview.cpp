@@ -6,6 +6,7 @@
 #include "common/failure.h"
 #include "reading/medium.h"
 #include "window/isolatedwindow.h"
+#include "window/language.h"
 
 #include <QApplication>
 #include <QDir>
@@ -13,7 +14,6 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QScreen>
-#include <QTranslator>
 
 namespace
 {
@@ -171,39 +171,25 @@ bool writeSheet(const QVector<Picture> &pictures, const QString &file, QStringLi
     return save(sheet, file, files);
 }
 
-/// A translation, installed as long as it lives.
-class Language
-{
-public:
-    bool load(const QString &file)
-    {
-        return translator.load(file) && QApplication::installTranslator(&translator);
-    }
-
-    ~Language()
-    {
-        QApplication::removeTranslator(&translator);
-    }
-
-private:
-    QTranslator translator;
-};
-
 } // namespace
 
-bool previewMedium(const Medium &medium, const QString &folder, const QString &languageFile,
-                   QStringList *files, Failure *failure)
+bool previewMedium(const Medium &medium, const QString &folder, const QString &language, QStringList *files,
+                   Failure *failure)
 {
-    Language language;
-    if (!languageFile.isEmpty() && !language.load(languageFile)) {
-        *failure = {ExitNoInput, languageFile + ": not a translation file that can be read"};
-        return false;
-    }
-    const QVector<Picture> pictures = picturesOf(medium);
-    if (!QDir().mkpath(folder) || !writePictures(pictures, folder, files)
-        || !writeSheet(pictures, folder + "/contact-sheet.png", files)) {
-        *failure = {ExitNoOutput, folder + ": the pictures cannot be written"};
-        return false;
+    const bool every = language == everyLanguage;
+    const QStringList names =
+        every ? Language::codes() : QStringList(language.isEmpty() ? builtInLanguage : language);
+    for (const QString &name : names) {
+        Language spoken;
+        if (!spoken.speak(name, failure))
+            return false;
+        const QVector<Picture> pictures = picturesOf(medium);
+        const QString sheet = folder + (every ? "/contact-sheet-" + name + ".png" : "/contact-sheet.png");
+        if (!QDir().mkpath(folder) || !(every || writePictures(pictures, folder, files))
+            || !writeSheet(pictures, sheet, files)) {
+            *failure = {ExitNoOutput, folder + ": the pictures cannot be written"};
+            return false;
+        }
     }
     return true;
 }
