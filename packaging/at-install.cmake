@@ -20,20 +20,40 @@ function(zul_make_staging_directory variable)
     set(${variable} ${staged} PARENT_SCOPE)
 endfunction()
 
-# zul_install_text(FILE DIRECTORY NAME): FILE, of packaging/, with the directories as they are.
+# zul_install_text(FILE DIRECTORY NAME [PERMISSION...]): FILE, of packaging/, with the directories as they are.
 function(zul_install_text file directory name)
-    foreach(variable PROGRAM SYSCONF SHARE CACHE DOC)
+    foreach(variable PROGRAM SYSCONF SHARE CACHE DOC LIBEXEC)
         zul_absolute(ZUL_${variable}_DIR "${ZUL_${variable}_DIR}")
     endforeach()
     zul_absolute(directory "${directory}")
     file(READ ${ZUL_SOURCE_DIR}/packaging/${file} text)
-    # The settings are no template, because the tests and the simulated controller read them as they are.
+    # The settings and the script are no templates, because the tests and the simulated controller have them as they are.
+    string(REPLACE /opt/zul/ ${ZUL_PROGRAM_DIR}/ text "${text}")
     string(REPLACE /usr/share/doc/zul-upgrade ${ZUL_DOC_DIR} text "${text}")
     string(REPLACE /usr/share/zul-upgrade ${ZUL_SHARE_DIR} text "${text}")
     string(CONFIGURE "${text}" text @ONLY)
     zul_make_staging_directory(staged)
     file(WRITE ${staged}/${name} "${text}")
-    file(INSTALL ${staged}/${name} DESTINATION ${directory} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+    file(INSTALL ${staged}/${name} DESTINATION ${directory} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ ${ARGN})
+    file(REMOVE_RECURSE ${staged})
+endfunction()
+
+# zul_install_program(FILE DIRECTORY NAME): the same for what is to be run.
+function(zul_install_program file directory name)
+    zul_install_text(${file} ${directory} ${name} OWNER_EXECUTE GROUP_EXECUTE WORLD_EXECUTE)
+endfunction()
+
+# zul_install_link(TARGET DIRECTORY NAME): a link, unless a file of the owner's is in its place.
+function(zul_install_link target directory name)
+    zul_absolute(directory "${directory}")
+    set(link $ENV{DESTDIR}${directory}/${name})
+    if(EXISTS ${link} AND NOT IS_SYMLINK ${link})
+        message(STATUS "Left as it is: ${link}")
+        return()
+    endif()
+    zul_make_staging_directory(staged)
+    file(CREATE_LINK ${target} ${staged}/${name} SYMBOLIC)
+    file(INSTALL ${staged}/${name} DESTINATION ${directory})
     file(REMOVE_RECURSE ${staged})
 endfunction()
 

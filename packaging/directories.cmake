@@ -30,6 +30,7 @@ option(ZUL_STRIP "Strip the programs as they are installed; off for whoever keep
 set(ZUL_SHARE_DIR ${CMAKE_INSTALL_DATAROOTDIR}/zul-upgrade)
 set(ZUL_CACHE_DIR ${CMAKE_INSTALL_LOCALSTATEDIR}/cache/zul-upgrade)
 set(ZUL_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/zul-upgrade)
+set(ZUL_LIBEXEC_DIR ${CMAKE_INSTALL_LIBEXECDIR}/zul-upgrade)
 
 # The tool and what surrounds it; zul_catalogue is another component, and left out where none is named.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tool)
@@ -55,6 +56,7 @@ set(ZUL_SHARE_DIR [==[${ZUL_SHARE_DIR}]==])
 set(ZUL_CACHE_DIR [==[${ZUL_CACHE_DIR}]==])
 set(ZUL_FONTS [==[${ZUL_FONTS}]==])
 set(ZUL_DOC_DIR [==[${ZUL_DOC_DIR}]==])
+set(ZUL_LIBEXEC_DIR [==[${ZUL_LIBEXEC_DIR}]==])
 set(PROJECT_VERSION [==[${PROJECT_VERSION}]==])
 include([==[${PROJECT_SOURCE_DIR}/packaging/at-install.cmake]==])
 ${command}([==[${arguments}]==])"
