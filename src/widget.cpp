@@ -716,14 +716,17 @@ void Widget::buildTableHead()
     tableModel->clear();
     tableModel->setColumnCount(showDetails ? 4 : 3);
     if (showDetails)
-        //: Status table, heading of the fourth column: the command of an operation, shown with the details.
-        //: 254 px at 16 pt.
+        //: Status table, heading of the fourth column: the command of an operation. The form hides the
+        //: headings. 254 px at 16 pt.
         tableModel->setHeaderData(3, Qt::Horizontal, tr("Operation"));
-    //: Status table, heading of the first column: the name of an operation. 194 px at 16 pt.
+    //: Status table, heading of the first column: the name of an operation. The form hides the headings.
+    //: 194 px at 16 pt.
     tableModel->setHeaderData(0, Qt::Horizontal, tr("Name"));
-    //: Status table, heading of the second column: the state of an operation. 144 px at 16 pt.
+    //: Status table, heading of the second column: the state of an operation. The form hides the headings.
+    //: 144 px at 16 pt.
     tableModel->setHeaderData(1, Qt::Horizontal, tr("Status"));
-    //: Status table, heading of the third column: "Succeed" or "Failed". 144 px at 16 pt.
+    //: Status table, heading of the third column: "Succeed" or "Failed". The form hides the headings.
+    //: 144 px at 16 pt.
     tableModel->setHeaderData(2, Qt::Horizontal, tr("Succeed?"));
 
     ui->tableView->setModel(tableModel);

@@ -152,22 +152,22 @@ Also the first line of a question, with &quot;will be executed.&quot; as the sec
     </message>
     <message>
         <source>Operation</source>
-        <extracomment>Status table, heading of the fourth column: the command of an operation, shown with the details. 254 px at 16 pt.</extracomment>
+        <extracomment>Status table, heading of the fourth column: the command of an operation. The form hides the headings. 254 px at 16 pt.</extracomment>
         <translation>操作</translation>
     </message>
     <message>
         <source>Name</source>
-        <extracomment>Status table, heading of the first column: the name of an operation. 194 px at 16 pt.</extracomment>
+        <extracomment>Status table, heading of the first column: the name of an operation. The form hides the headings. 194 px at 16 pt.</extracomment>
         <translation>名稱</translation>
     </message>
     <message>
         <source>Status</source>
-        <extracomment>Status table, heading of the second column: the state of an operation. 144 px at 16 pt.</extracomment>
+        <extracomment>Status table, heading of the second column: the state of an operation. The form hides the headings. 144 px at 16 pt.</extracomment>
         <translation>狀態</translation>
     </message>
     <message>
         <source>Succeed?</source>
-        <extracomment>Status table, heading of the third column: &quot;Succeed&quot; or &quot;Failed&quot;. 144 px at 16 pt.</extracomment>
+        <extracomment>Status table, heading of the third column: &quot;Succeed&quot; or &quot;Failed&quot;. The form hides the headings. 144 px at 16 pt.</extracomment>
         <translation>是否成功</translation>
     </message>
 </context>
