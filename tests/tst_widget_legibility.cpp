@@ -89,6 +89,7 @@ class TestWidgetLegibility : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void fontAndResolutionAreTheInstalledOnes();
     void labelHoldsItsText_data();
     void labelHoldsItsText();
@@ -108,11 +109,16 @@ private slots:
     void everyCharacterHasAGlyph();
 };
 
+void TestWidgetLegibility::initTestCase()
+{
+    qApp->setStyleSheet("file:///" ZUL_ENGLISH_SHEET);
+}
+
 void TestWidgetLegibility::fontAndResolutionAreTheInstalledOnes()
 {
     QCOMPARE(QFontInfo(QApplication::font()).family(), QString("Liberation Sans"));
     QCOMPARE(QFontInfo(QFont("Arial")).family(), QString("Liberation Sans"));
-    QCOMPARE(qRound(QGuiApplication::primaryScreen()->logicalDotsPerInch()), 64);
+    QCOMPARE(qRound(QGuiApplication::primaryScreen()->logicalDotsPerInch()), 83);
 }
 
 void TestWidgetLegibility::labelHoldsItsText_data()

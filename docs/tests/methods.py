@@ -140,7 +140,8 @@ class Catalogue(Method):
         room.write("/card/zul_install/system.ini", block.text)
         for file in self.files:
             room.write(f"/card/{file}", "")
-        room.do("apt-get", "-q", "install", "fonts-liberation", "fonts-droid-fallback")  # it measures with them
+        fonts = ("fonts-liberation", "fonts-liberation2", "fonts-wqy-microhei")  # it measures with them
+        room.do("apt-get", "-q", "install", *fonts)
         room.do("cmake", "--install", f"{CLONE}/{self.build}", "--component", "catalogue")
         room.try_for(block, "zul_catalogue check --strict /card")
 

@@ -20,6 +20,7 @@ prepare_controller() {
     : >"$state/mounts"
     install_programs "$programs"
     "$simulator/../packaging/fonts/install-fonts" "$tool_share" "$tool_share/cache"
+    install -m 644 "$simulator/../packaging/english.qss" "$tool_share"
     install_stand_ins
 }
 

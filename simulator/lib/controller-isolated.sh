@@ -25,6 +25,7 @@ prepare_controller() {
     : >"$state/stand-ins.log"
     install_programs "$state/programs"
     "$simulator/../packaging/fonts/install-fonts" "$tool_share" /var/cache/zul-upgrade "$state/share"
+    install -m 644 "$simulator/../packaging/english.qss" "$state/share$tool_share"
     # Shared, so that a medium that is mounted here appears on the controller, and goes from there when it is unmounted.
     mount -t tmpfs -o mode=755 media "$state/media"
     mount --make-shared "$state/media"

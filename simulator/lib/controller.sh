@@ -93,9 +93,12 @@ start_program() {
 
 run_program() {
     local status=0
-    local -a command settings=()
-    if [[ $1 == zul_upgrade ]]; then settings=("${tool_settings[@]}"); fi
-    controller_command env "${settings[@]}" "$programs/$1"
+    local -a command settings=() arguments=()
+    if [[ $1 == zul_upgrade ]]; then
+        settings=("${tool_settings[@]}")
+        arguments=(-stylesheet "$tool_share/english.qss") # as its service starts it
+    fi
+    controller_command env "${settings[@]}" "$programs/$1" "${arguments[@]}"
     "${command[@]}" </dev/null > >(stamp "$2") 2> >(stamp "$3") &
     wait $! || status=$?
     if [[ -e $state/powered ]]; then event simulator "$1 ended with exit code $status"; fi

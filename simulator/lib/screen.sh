@@ -115,7 +115,7 @@ message_width() {
 # or other. Prints nothing where none is shown.
 message_kind() {
     local width kind
-    local -A widths=([sd]=523 [usb]=545 [other]=595)
+    local -A widths=([sd]=558 [usb]=581 [other]=634)
     width=$(message_width)
     for kind in "${!widths[@]}"; do
         if ((width >= widths[$kind] - 8 && width <= widths[$kind] + 8)); then echo "$kind"; fi
