@@ -715,9 +715,9 @@ void Widget::buildTableHead()
 {
     tableModel->clear();
     tableModel->setColumnCount(showDetails ? 4 : 3);
+    //: Status table, heading of the fourth column: the command of an operation. The form hides the headings.
+    //: 254 px at 16 pt.
     if (showDetails)
-        //: Status table, heading of the fourth column: the command of an operation. The form hides the
-        //: headings. 254 px at 16 pt.
         tableModel->setHeaderData(3, Qt::Horizontal, tr("Operation"));
     //: Status table, heading of the first column: the name of an operation. The form hides the headings.
     //: 194 px at 16 pt.
