@@ -40,6 +40,15 @@ nothing_else_was_run() {
     ! grep -qvE '^(held|TSTAPP) (begins|ends)$' "$state/tmp/notes" 2>/dev/null
 }
 
+# A batch that was over when the fault came had run whole.
+nothing_further_is_run() {
+    if [[ $moment == message ]]; then
+        check "what was confirmed has run, each once" only_this_was_run
+    else
+        check "nothing further is run" nothing_else_was_run
+    fi
+}
+
 # let_it_end - what was at work when the fault came is not disturbed by it.
 let_it_end() {
     local name
@@ -182,11 +191,7 @@ word_ends() {
     check "a question that was open is gone" window_hidden Attention
     let_it_end
     let_pass 2
-    if [[ $moment == message ]]; then
-        check "what was confirmed has run, each once" only_this_was_run
-    else
-        check "nothing further is run" nothing_else_was_run
-    fi
+    nothing_further_is_run
 }
 
 word_anew() {
@@ -195,11 +200,7 @@ word_anew() {
     must "the list is shown" within 10 list_page_shown
     let_it_end
     let_pass 2
-    if [[ $moment == message ]]; then
-        check "what was confirmed has run, each once" only_this_was_run
-    else
-        check "nothing further is run" nothing_else_was_run
-    fi
+    nothing_further_is_run
     tap confirm
     must "nothing is chosen" wait_for_log ' tool +no item selected$' 10
     if [[ -n ${second:-} ]]; then over_second-medium; fi
@@ -259,11 +260,7 @@ word_waits() {
 word_stands() {
     stands_still
     let_pass 8
-    check "nothing further is run" nothing_else_was_run_meanwhile
-}
-
-nothing_else_was_run_meanwhile() {
-    if [[ $moment == message ]]; then only_this_was_run; else nothing_else_was_run; fi
+    nothing_further_is_run
 }
 
 stands_still() {
@@ -296,11 +293,7 @@ word_dies() {
     let_it_end
     if [[ $moment == countdown ]]; then pace q; fi
     let_pass 2
-    if [[ $moment == message ]]; then
-        check "what was confirmed has run, each once" only_this_was_run
-    else
-        check "nothing further is run" nothing_else_was_run
-    fi
+    nothing_further_is_run
     check "nothing is restarted" fails logged ' stand-in '
     if [[ $moment == idle ]]; then return; fi
     check "its link stays" something_at_upgrade
@@ -313,7 +306,12 @@ word_no-reboot() {
     ends_with 0
     check "nothing is restarted" fails logged ' stand-in '
     check "nothing ran" nothing_else_was_run
-    check "the application programs stay away" no_application_runs
+    check "the application programs stay away, unless the medium counted as gone" stay_away_unless_gone
+}
+
+# A look at df that was refused before the last tick has ended the upgrade: the programs are back with the watchdog's word.
+stay_away_unless_gone() {
+    no_application_runs || logged ' watchdog +received syscmd_apprestart$'
 }
 
 # --- When the fault is over -------------------------------------------------------------------------------------------
