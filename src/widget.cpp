@@ -543,10 +543,10 @@ void Widget::on_confirmPb_clicked()
                                //: they make one sentence, and have to agree in gender and number.
                                tr("Selected operations"),
                                //: The second line of a question; the first one is "Selected operations".
-                               //: They make one sentence. About 700 px at 18 pt, bold.
+                               //: They make one sentence. 350 px at 18 pt, bold.
                                tr("will be executed."),
                                //: Below "Selected operations will be executed."; answered with Yes or No.
-                               //: About 700 px at 18 pt, bold.
+                               //: 350 px at 18 pt, bold.
                                tr("Are you sure to continue?"))))
         return;
 
@@ -586,9 +586,9 @@ void Widget::on_cancelPb_clicked()
     if (isAnsweredYes(QString("\n %1 \n\n %2 \n\n")
                           .arg(
                               //: The first line of a question, asked after a tap on Cancel; answered with Yes
-                              //: or No. About 700 px at 18 pt, bold.
+                              //: or No. 350 px at 18 pt, bold.
                               tr("Are you sure to abort?"),
-                              //: Below "Are you sure to abort?": what Yes does. About 700 px at 18 pt, bold.
+                              //: Below "Are you sure to abort?": what Yes does. 350 px at 18 pt, bold.
                               tr("System will reboot."))))
         quitAndReboot();
 }

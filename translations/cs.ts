@@ -42,12 +42,12 @@ Also the first line of a question, with &quot;will be executed.&quot; as the sec
     </message>
     <message>
         <source>Confirm</source>
-        <extracomment>The button below the lists that asks whether the selected operations are to be run. 121 px at 22 px; a longer text makes it wider, up to about 170 px.</extracomment>
+        <extracomment>The button below the lists that asks whether the selected operations are to be run. 121 px at 22 px: 110 px and some space beside them, as a longer text has none.</extracomment>
         <translation>Potvrdit</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <extracomment>The button below the lists that asks whether to reboot without running anything. 121 px at 22 px; a longer text makes it wider, up to about 170 px.</extracomment>
+        <extracomment>The button below the lists that asks whether to reboot without running anything. 121 px at 22 px: 110 px and some space beside them, as a longer text has none.</extracomment>
         <translation>Zrušit</translation>
     </message>
     <message>
@@ -62,7 +62,7 @@ Also the first line of a question, with &quot;will be executed.&quot; as the sec
     </message>
     <message>
         <source>Details</source>
-        <extracomment>The round button beside the status table that shows its fourth column, the commands. 121 px at 22 px, and it does not grow: leave a few of them on both sides.</extracomment>
+        <extracomment>The round button beside the status table that shows its fourth column, the commands. 121 px at 22 px: 105 px and some space beside them.</extracomment>
         <translation>Detaily</translation>
     </message>
     <message>
@@ -77,12 +77,12 @@ Also the first line of a question, with &quot;will be executed.&quot; as the sec
     </message>
     <message>
         <source>will be executed.</source>
-        <extracomment>The second line of a question; the first one is &quot;Selected operations&quot;. They make one sentence. About 700 px at 18 pt, bold.</extracomment>
+        <extracomment>The second line of a question; the first one is &quot;Selected operations&quot;. They make one sentence. 350 px at 18 pt, bold.</extracomment>
         <translation>budou provedeny.</translation>
     </message>
     <message>
         <source>Are you sure to continue?</source>
-        <extracomment>Below &quot;Selected operations will be executed.&quot;; answered with Yes or No. About 700 px at 18 pt, bold.</extracomment>
+        <extracomment>Below &quot;Selected operations will be executed.&quot;; answered with Yes or No. 350 px at 18 pt, bold.</extracomment>
         <translation>Opravdu chcete pokračovat?</translation>
     </message>
     <message>
@@ -97,12 +97,12 @@ Also the first line of a question, with &quot;will be executed.&quot; as the sec
     </message>
     <message>
         <source>Are you sure to abort?</source>
-        <extracomment>The first line of a question, asked after a tap on Cancel; answered with Yes or No. About 700 px at 18 pt, bold.</extracomment>
+        <extracomment>The first line of a question, asked after a tap on Cancel; answered with Yes or No. 350 px at 18 pt, bold.</extracomment>
         <translation>Opravdu chcete skončit?</translation>
     </message>
     <message>
         <source>System will reboot.</source>
-        <extracomment>Below &quot;Are you sure to abort?&quot;: what Yes does. About 700 px at 18 pt, bold.</extracomment>
+        <extracomment>Below &quot;Are you sure to abort?&quot;: what Yes does. 350 px at 18 pt, bold.</extracomment>
         <translation>Systém bude restartován.</translation>
     </message>
     <message>
