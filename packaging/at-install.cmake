@@ -27,14 +27,15 @@ function(zul_install_text file directory name)
     endforeach()
     zul_absolute(directory "${directory}")
     file(READ ${ZUL_SOURCE_DIR}/packaging/${file} text)
-    # The settings and the script are no templates, because the tests and the simulated controller have them as they are.
+    # The settings and the script are no templates, because tests and the simulated controller have them as they are.
     string(REPLACE /opt/zul/ ${ZUL_PROGRAM_DIR}/ text "${text}")
     string(REPLACE /usr/share/doc/zul-upgrade ${ZUL_DOC_DIR} text "${text}")
     string(REPLACE /usr/share/zul-upgrade ${ZUL_SHARE_DIR} text "${text}")
     string(CONFIGURE "${text}" text @ONLY)
     zul_make_staging_directory(staged)
     file(WRITE ${staged}/${name} "${text}")
-    file(INSTALL ${staged}/${name} DESTINATION ${directory} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ ${ARGN})
+    file(INSTALL ${staged}/${name} DESTINATION ${directory}
+        PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ ${ARGN})
     file(REMOVE_RECURSE ${staged})
 endfunction()
 

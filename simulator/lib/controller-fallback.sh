@@ -15,12 +15,15 @@ prepare_controller() {
     controller_tmp=$state/tmp
     looks=$state/tmp/looks
     tool_share=$state/share
+    tool_font_cache=$state/share/cache
+    tool_libexec=$state/libexec
+    tool_defaults=$state/default/zul_upgrade
+    tool_run=$state/tmp
     mkdir -m 700 "$controller_tmp/runtime"
     : >"$state/stand-ins.log"
     : >"$state/mounts"
     install_programs "$programs"
-    "$simulator/../packaging/fonts/install-fonts" "$tool_share" "$tool_share/cache"
-    install -m 644 "$simulator/../packaging/english.qss" "$tool_share"
+    install_package ""
     install_stand_ins
 }
 
@@ -79,6 +82,10 @@ unmount_medium() {
 
 medium_directory() {
     echo "$state/media/${1#/dev/}"
+}
+
+controllers_file() {
+    echo "$1"
 }
 
 upgrade_link() {

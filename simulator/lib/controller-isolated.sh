@@ -11,6 +11,10 @@
 programs=/opt/zul
 controller_tmp=/tmp
 tool_share=/usr/share/zul-upgrade
+tool_font_cache=/var/cache/zul-upgrade
+tool_libexec=/usr/libexec/zul-upgrade
+tool_defaults=/etc/default/zul_upgrade
+tool_run=/run
 
 # What a controller's programs may not do, because it would not stay inside.
 readonly denied_capabilities="-sys_boot,-sys_admin,-sys_module,-sys_rawio,-mknod,-sys_time,-sys_ptrace,-net_admin,-sys_chroot,-syslog,-dac_read_search"
@@ -24,8 +28,7 @@ prepare_controller() {
     chmod 1777 "$state/tmp" "$state/tmp/.X11-unix"
     : >"$state/stand-ins.log"
     install_programs "$state/programs"
-    "$simulator/../packaging/fonts/install-fonts" "$tool_share" /var/cache/zul-upgrade "$state/share"
-    install -m 644 "$simulator/../packaging/english.qss" "$state/share$tool_share"
+    install_package "$state/share"
     # Shared, so that a medium that is mounted here appears on the controller, and goes from there when it is unmounted.
     mount -t tmpfs -o mode=755 media "$state/media"
     mount --make-shared "$state/media"
@@ -94,7 +97,12 @@ medium_directory() {
     echo "/media/${1#/dev/}"
 }
 
+# controllers_file PATH - prints where a file of the controller is.
+controllers_file() {
+    echo "/proc/$(<"$state/init.pid")/root$1"
+}
+
 # What /mnt/upgrade points at; fails when it is not there.
 upgrade_link() {
-    readlink "/proc/$(<"$state/init.pid")/root/mnt/upgrade"
+    readlink "$(controllers_file /mnt/upgrade)"
 }

@@ -28,6 +28,8 @@ restart_delay=10
 watchdog_settings=()
 # Settings in the environment of the tool alone.
 tool_settings=()
+# The language that the controller is set to at first, as in its settings.
+language=${ZUL_CONTROLLERS_LANGUAGE:-}
 # More files for the directory of the controller's programs.
 more_programs=()
 # start_controller starts these; a scenario may take one out.
@@ -39,12 +41,28 @@ install_programs() {
     install -m 755 "$build/zul_upgrade" "$build/simulator/zul_watchdog" "$build/simulator/ts_calibrate" "$directory"
     for name in $application_programs; do install -m 755 "$build/simulator/zul_application" "$directory/$name"; done
     install -m 755 "$simulator"/programs/{zul_version,hold,note} "${more_programs[@]}" "$directory"
+    ln -s "$tool_run/zul_upgrade/en.qm" "$directory/en.qm"
 }
 
-# shipped_environment - the settings that the package brings, without those of the frame buffer.
-shipped_environment() {
-    sed -n -e '/^QT_QPA_/d' -e "s|/usr/share/zul-upgrade|$tool_share|" -e '/^[A-Z_]*=/p' \
-        "$simulator/../packaging/zul_upgrade.default"
+# install_package DIRECTORY - what the tool's package brings besides the tool, as it does: the fonts, the languages, what
+# chooses one, and the settings. DIRECTORY is put before all but what the fonts name.
+install_package() {
+    local directory=$1
+    "$simulator/../packaging/fonts/install-fonts" "$tool_share" "$tool_font_cache" "$directory"
+    install -m 644 "$simulator/../packaging/english.qss" "$directory$tool_share"
+    cp -R "$build/share/zul-upgrade/translations" "$directory$tool_share"
+    mkdir -p "$directory$tool_libexec" "$directory${tool_defaults%/*}"
+    # shellcheck disable=SC2154 # programs: controller-isolated.sh, controller-fallback.sh
+    sed -e "s|/usr/share/zul-upgrade|$tool_share|; s|/opt/zul/|$programs/|" "$simulator/../packaging/choose-language" \
+        >"$directory$tool_libexec/choose-language"
+    chmod 755 "$directory$tool_libexec/choose-language"
+    sed -e "s|/usr/share/zul-upgrade|$tool_share|" -e "s|^ZUL_LANGUAGE=.*|ZUL_LANGUAGE=$language|" \
+        "$simulator/../packaging/zul_upgrade.default" >"$directory$tool_defaults"
+}
+
+# settings_in FILE - those of /etc/default/zul_upgrade, without those of the frame buffer.
+settings_in() {
+    sed -n -e '/^QT_QPA_/d' -e '/^[A-Z_]*=/p' "$1"
 }
 
 # start_controller - everything up to the tool waiting for a medium.
@@ -52,7 +70,7 @@ start_controller() {
     require_programs
     prepare_controller
     start_transcript "$state"
-    mapfile -t tool_environment < <(shipped_environment)
+    mapfile -t tool_environment < <(settings_in "$simulator/../packaging/zul_upgrade.default" | sed "s|/usr/share/zul-upgrade|$tool_share|")
     tool_environment+=("XDG_RUNTIME_DIR=$controller_tmp/runtime")
     start_screen
     controller_environment_is
@@ -93,15 +111,32 @@ start_program() {
 
 run_program() {
     local status=0
-    local -a command settings=() arguments=()
-    if [[ $1 == zul_upgrade ]]; then
-        settings=("${tool_settings[@]}")
-        arguments=(-stylesheet "$tool_share/english.qss") # as its service starts it
-    fi
-    controller_command env "${settings[@]}" "$programs/$1" "${arguments[@]}"
+    local -a command settings=() words=("$programs/$1")
+    if [[ $1 == zul_upgrade ]]; then start_like_the_service "$3"; fi
+    controller_command env "${settings[@]}" "${words[@]}"
     "${command[@]}" </dev/null > >(stamp "$2") 2> >(stamp "$3") &
     wait $! || status=$?
     if [[ -e $state/powered ]]; then event simulator "$1 ended with exit code $status"; fi
+}
+
+# start_like_the_service SOURCE - does what the service does before the tool's start; sets settings and words to those
+# with which it starts the tool.
+start_like_the_service() {
+    local -a command
+    mapfile -t settings < <(settings_in "$(controllers_file "$tool_defaults")")
+    settings+=("${tool_settings[@]}")
+    words_of_the_service ExecStartPre
+    controller_command env "${settings[@]}" RUNTIME_DIRECTORY="$tool_run/zul_upgrade" "${words[@]}"
+    "${command[@]}" </dev/null > >(stamp "$1") 2>&1 || true # as little as the service minds
+    words_of_the_service ExecStart
+}
+
+# words_of_the_service DIRECTIVE - sets words to the program and the arguments that the service has there.
+words_of_the_service() {
+    read -ra words < <(sed -nE "s/^$1=-?//p" "$simulator/../packaging/zul_upgrade.service.in")
+    words=("${words[@]//@ZUL_PROGRAM_DIR@/$programs}")
+    words=("${words[@]//@ZUL_LIBEXEC_DIR@/$tool_libexec}")
+    words=("${words[@]//%t/$tool_run}")
 }
 
 # Puts every call of a stand-in into the transcript, and restarts the controller after "reboot".
