@@ -128,7 +128,7 @@ Also the first line of a question, with &quot;will be executed.&quot; as the sec
     <message>
         <source>Not executed</source>
         <extracomment>Status table, second column: the state of an operation, with which it agrees. 144 px at 16 pt.</extracomment>
-        <translation>Belum dijalankan</translation>
+        <translation>Belum dimulai</translation>
     </message>
     <message>
         <source>Executing</source>
