@@ -47,6 +47,7 @@ SURROUNDINGS = {
 FORM = "a program that only builds the form and the question"
 FORM_AND_BARS = "the same, with the scroll bars' sheets"
 NOTHING = "an empty Qt program"
+ENGLISH = "the same in English"
 BEFORE = "an earlier state of the tool"
 GROWTH = "the same growth of the baseline"
 
@@ -117,6 +118,8 @@ def instruction_rows(before: bool) -> Iterator[Row]:
         yield Row("instructions", key, text, "do nothing", NOTHING)
         if before:
             yield Row("instructions", key, text, "before", BEFORE, goal=0.9 if shipped else None)
+    key = ("start", "instructions, Chinese")
+    yield Row("instructions", key, "as shipped, in Chinese", "English", ENGLISH, goal=1.05)
 
 
 def start_rows(before: bool) -> Iterator[Row]:
@@ -132,6 +135,8 @@ def start_rows(before: bool) -> Iterator[Row]:
         yield Row("start", key, f"{what} memory, MB, as shipped", "do nothing", NOTHING)
         if before:
             yield Row("start", key, f"{what} memory, MB, as shipped", "before", BEFORE)
+        key = ("start", f"{what}, Chinese")
+        yield Row("start", key, f"{what} memory, MB, as shipped, in Chinese", "English", ENGLISH, goal=1.02)
 
 
 def life_rows() -> Iterator[Row]:

@@ -5,15 +5,16 @@
 
 Usage: simulator/sandbox bench/groups/start.py instructions|clock BUILD REPETITIONS [BEFORE]
 
-Each in three surroundings: without a screen and in the environment that ships, which can be counted again to the
-last thousand; on an X server with the icon themes of this computer, because Qt then looks for them as on a
-controller's frame buffer, in the environment that ships; and there in the system's own. BEFORE is the checkout of an
-earlier state with its release build. Prints lines "group<TAB>row<TAB>subject<TAB>value".
+Each in three surroundings: without a screen and as the service starts it, which can be counted again to the last
+thousand; on an X server with the icon themes of this computer, because Qt then looks for them as on a controller's
+frame buffer, as the service starts it; and there in the system's own. Without a screen the tool is started in Chinese, too.
+BEFORE is the checkout of an earlier state with its release build. Prints lines "group<TAB>row<TAB>subject<TAB>value".
 """
 
 import contextlib
 import os
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -35,6 +36,19 @@ def shipped_environment(root: Path, build: Path) -> Environment:
     if not Path(environment["FONTCONFIG_FILE"]).exists():  # earlier states had no fonts of their own in the build
         environment["FONTCONFIG_FILE"] = str(root / "packaging/fonts/fonts.conf")
     return environment
+
+
+def shipped_arguments(build: Path) -> list[str]:
+    """What the service gives to the tool for English, and whatever is compared with it has as well."""
+    sheet = build / "share/zul-upgrade/english.qss"
+    return ["-stylesheet", str(sheet)] if sheet.exists() else []  # earlier states had none
+
+
+def in_chinese(build: Path, directory: str) -> list[str]:
+    """The tool beside a translation, as on a controller on which one is chosen."""
+    shutil.copy(build / "zul_upgrade", directory)
+    os.symlink(build / "share/zul-upgrade/translations/zh_CN.qm", f"{directory}/en.qm")
+    return [f"{directory}/zul_upgrade", "-stylesheet", "/dev/null"]
 
 
 @contextlib.contextmanager
@@ -97,32 +111,38 @@ def clock_and_memory(command: list[str], environment: Environment, preload: str,
 def main() -> None:
     kind, build, repetitions = sys.argv[1], Path(sys.argv[2]), int(sys.argv[3])
     preload = str(build / "bench/libat_event_loop.so")
-    shipped = shipped_environment(ROOT, build)
-    subjects: list[tuple[str, list[str], Environment]] = [
-        ("tool", [f"{build}/zul_upgrade"], shipped),
-        ("form only", [f"{build}/bench/form_only"], shipped),
-        ("form and bars", [f"{build}/bench/form_only", "bars"], shipped),
-        ("do nothing", [f"{build}/bench/do_nothing"], shipped),
+    shipped, arguments = shipped_environment(ROOT, build), shipped_arguments(build)
+    subjects: list[tuple[str, list[str], list[str], Environment]] = [
+        ("tool", [f"{build}/zul_upgrade"], arguments, shipped),
+        ("form only", [f"{build}/bench/form_only"], arguments, shipped),
+        ("form and bars", [f"{build}/bench/form_only", "bars"], arguments, shipped),
+        ("do nothing", [f"{build}/bench/do_nothing"], [], shipped),
     ]
     if len(sys.argv) > 4:
         before = Path(sys.argv[4])
         earlier = before / "build/release"
-        subjects.append(("before", [f"{earlier}/zul_upgrade"], shipped_environment(before, earlier)))
+        its_arguments = shipped_arguments(earlier)
+        subjects.append(("before", [f"{earlier}/zul_upgrade"], its_arguments, shipped_environment(before, earlier)))
     measure = instructions if kind == "instructions" else clock_and_memory
     with tempfile.TemporaryDirectory() as directory, x_server() as display:
         scratch = Path(directory)
         on_screen = {**PLAIN, "XDG_RUNTIME_DIR": directory, "QT_QPA_PLATFORM": "xcb", "DISPLAY": display}
         off_screen = {**PLAIN, "XDG_RUNTIME_DIR": directory, "QT_QPA_PLATFORM": "offscreen"}
         # In turns, so that what else the computer does falls on all of them.
+        chinese = in_chinese(build, directory)
+
+        def figures(row: str, subject: str, command: list[str], surroundings: Environment) -> None:
+            for what, value in measure(command, surroundings, preload, scratch).items():
+                print("start", f"{what}, {row}", subject, value, sep="\t")
+                if (row, subject) == ("shipped", "tool"):
+                    print("start", f"{what}, Chinese", "English", value, sep="\t")
+
         for _ in range(repetitions):
-            for subject, command, environment in subjects:
-                for row, surroundings in {
-                    "shipped": {**off_screen, **environment},
-                    "shipped, icons": {**on_screen, **environment},
-                    "system": on_screen,
-                }.items():
-                    for what, value in measure(command, surroundings, preload, scratch).items():
-                        print("start", f"{what}, {row}", subject, value, sep="\t")
+            for subject, command, its_own, environment in subjects:
+                figures("shipped", subject, command + its_own, {**off_screen, **environment})
+                figures("shipped, icons", subject, command + its_own, {**on_screen, **environment})
+                figures("system", subject, command, on_screen)
+            figures("Chinese", "tool", chinese, {**off_screen, **shipped})
 
 
 main()
