@@ -58,7 +58,7 @@ Also the first line of a question, with &quot;will be executed.&quot; as the sec
     <message>
         <source>Remaining: </source>
         <extracomment>Followed at once by the time until the controller reboots, such as 04:59; so it ends as a text and a number are parted in your language, mostly with a blank. 100 px at 12 pt, the blank included.</extracomment>
-        <translation>Tilbage: </translation>
+        <translation>Tid tilbage: </translation>
     </message>
     <message>
         <source>Details</source>

@@ -88,12 +88,12 @@ Also the first line of a question, with &quot;will be executed.&quot; as the sec
     <message>
         <source>Save data</source>
         <extracomment>The name of an operation, as an operator would call it: in the status table&apos;s first column, 194 px at 16 pt, and behind &quot;Executing：&quot;, together 661 px at 28 pt.</extracomment>
-        <translation>Zapisz dane</translation>
+        <translation>Zapis danych</translation>
     </message>
     <message>
         <source>Reboot system</source>
         <extracomment>The name of an operation, as an operator would call it: in the status table&apos;s first column, 194 px at 16 pt, and behind &quot;Executing：&quot;, together 661 px at 28 pt.</extracomment>
-        <translation>Uruchom ponownie</translation>
+        <translation>Restart systemu</translation>
     </message>
     <message>
         <source>Are you sure to abort?</source>
