@@ -28,8 +28,8 @@ ENDGAME=true
 ; key="Name on the screen@program and its arguments"
 ; No shell reads a command: for more than one program, write a script.
 ; The medium is found under %1.
-update="Update@sh %1/%2/update.sh"
-log="Copy log@cp -f /var/log/messages %1"
+update="Update@sh %1/update.sh"
+log="Copy log@cp /var/log/syslog %1"
 )";
 
 const char scriptText[] = R"(#!/bin/sh
@@ -43,11 +43,11 @@ echo "update ran" >>"$medium/update.log"
 sync # until then, a power cut or a pulled medium takes it back
 )";
 
-/// Writes the text, with the controller's paths in it: %1 for the medium, %2 for its folder.
+/// Writes the text, with the controller's path of the medium for %1.
 bool write(const QString &path, const char *text)
 {
     const QString medium = QDir::cleanPath(mediumFolder);
-    const QByteArray bytes = QString(text).replace("%1", medium).replace("%2", installFolder()).toUtf8();
+    const QByteArray bytes = QString(text).replace("%1", medium).toUtf8();
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
 }
@@ -58,7 +58,7 @@ bool makeMedium(const QString &folder, QStringList *files, Failure *failure)
 {
     const QString inside = QDir::cleanPath(folder) + '/' + installFolder();
     const QString catalogue = QDir::cleanPath(folder) + '/' + catalogueName;
-    const QString script = inside + "/update.sh";
+    const QString script = QDir::cleanPath(folder) + "/update.sh";
     for (const QString &file : {catalogue, script}) {
         if (QFileInfo::exists(file)) {
             *failure = {ExitNoOutput, file + ": exists already"};

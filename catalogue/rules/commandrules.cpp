@@ -36,7 +36,7 @@ QString asScript(const Subject &subject, const CommandEntry &command)
 {
     static const QRegularExpression noLetters("[^\\w.-]");
     QString name = QString(command.entry->key).replace(noLetters, "_");
-    const auto call = [&name] { return QString("sh %1%2/%3.sh").arg(mediumFolder, installFolder(), name); };
+    const auto call = [&name] { return QString("sh %1%2.sh").arg(mediumFolder, name); };
     while (name.size() > 1 && !subject.screen.fitsDetails(call()))
         name.chop(1);
     return call();

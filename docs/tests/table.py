@@ -28,7 +28,7 @@ FIRST_STEPS = {
 # (document, heading, which block below it): how. They are run in this order.
 TABLE: dict[tuple[str, str, int], Method] = {
     ("README.md", "Build", 1): Commands("builder"),
-    ("README.md", "The catalogue", 1): Catalogue("builder", "build/ship", ("zul_install/update.sh",)),
+    ("README.md", "The catalogue", 1): Catalogue("builder", "build/ship", ("update.sh",)),
     ("README.md", "Build", 2): Commands("packager", controller_at_hand=True),
     ("README.md", "Two commands", 1): Commands("newcomer", elsewhere={"./test": EVERYDAY}),
     ("CONTRIBUTING.md", "First steps", 1): Commands("newcomer", elsewhere=FIRST_STEPS),

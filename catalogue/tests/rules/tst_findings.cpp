@@ -117,14 +117,14 @@ void TestFindings::put(const QString &path, const QByteArray &content)
         qFatal("no place for %s", qPrintable(path));
 }
 
-/// A medium with this catalogue and, unless it is empty, this script beside it: /mnt/upgrade/script.
+/// A medium with this catalogue and, unless it is empty, this script beside it: /mnt/upgrade/run.
 Findings TestFindings::checkText(const QByteArray &catalogue, const QByteArray &script)
 {
     const QString folder = work.filePath(QString::number(++copies));
     QDir().mkpath(folder + "/zul_install");
     put(folder + "/zul_install/system.ini", catalogue);
     if (!script.isEmpty())
-        put(folder + "/script", script);
+        put(folder + "/run", script);
     return check(folder);
 }
 
@@ -315,8 +315,7 @@ void TestFindings::theRightLineIsRightForWhateverIsWritten_data()
     row("a key with an at sign", "[system]\nCMD_List=\"a@b\"\n[CMD]\n", "a@b=\"B\"\n", "no-at", 6,
         "a@b=\"a b@B\"\n");
     row("a script after a key that is no word", "[system]\nCMD_List=\"a %/b\"\n[CMD]\n",
-        "a%20%25\\b=\"B@c@d\"\n", "several-at", 15,
-        "a%20%25\\b=\"B@sh /mnt/upgrade/zul_install/a___b.sh\"\n");
+        "a%20%25\\b=\"B@c@d\"\n", "several-at", 15, "a%20%25\\b=\"B@sh /mnt/upgrade/a___b.sh\"\n");
     row("a name with blanks at the front", "[system]\nCMD_List=\"b\"\n[CMD]\n",
         "b=\"" + QByteArray(200, ' ') + "B@y\"\n", "name-too-long-list", 4, "b=\"NAME@y\"\n");
 }
@@ -381,7 +380,8 @@ void TestFindings::everyRuleKnowsTheSameShells()
 {
     QFETCH(QString, shell);
     // What a script has for the shell is no mistake.
-    QCOMPARE(idsOf(checkCommand(shell + " -c \"a | b > $c && d *; ~/e\"")), QStringList());
+    for (const char *script : {"a | b > $c", "a && d *", "a; ~/e"})
+        QCOMPARE(idsOf(checkCommand(shell + " -c \"" + script + '"')), QStringList());
     // It stays the shell that it is when its script is put right.
     const Findings quoted = checkCommand(shell + " -c 'a | b'");
     QCOMPARE(idsOf(quoted), QStringList("shell-quote"));
@@ -390,16 +390,14 @@ void TestFindings::everyRuleKnowsTheSameShells()
     QCOMPARE(idsOf(split), QStringList("shell-script-split"));
     QCOMPARE(split.list.first().right, iniLine("a", "A@" + shell + " -c \"ls /opt\""));
     // The script in a file needs no right to execute, has to be there, and its line ends matter.
-    QCOMPARE(idsOf(checkCommand(shell + " /mnt/upgrade/script", "true\n")), QStringList());
-    QCOMPARE(idsOf(checkCommand(shell + " /mnt/upgrade/script")), QStringList("missing-program"));
-    QCOMPARE(idsOf(checkCommand(shell + " /mnt/upgrade/script", "true\r\n")),
-             QStringList("script-line-ends"));
+    QCOMPARE(idsOf(checkCommand(shell + " /mnt/upgrade/run", "true\n")), QStringList());
+    QCOMPARE(idsOf(checkCommand(shell + " /mnt/upgrade/run")), QStringList("missing-program"));
+    QCOMPARE(idsOf(checkCommand(shell + " /mnt/upgrade/run", "true\r\n")), QStringList("script-line-ends"));
     // A script that asks for it is given to it.
     const QByteArray firstLine = (shell.startsWith('/') ? "#!" + shell : "#!/bin/" + shell).toUtf8();
-    const Findings bare = checkCommand("/mnt/upgrade/script -f", firstLine + "\n");
+    const Findings bare = checkCommand("/mnt/upgrade/run -f", firstLine + "\n");
     QCOMPARE(idsOf(bare), QStringList("fat-not-executable"));
-    QCOMPARE(bare.list.first().right,
-             iniLine("a", "A@" + shell.section('/', -1) + " /mnt/upgrade/script -f"));
+    QCOMPARE(bare.list.first().right, iniLine("a", "A@" + shell.section('/', -1) + " /mnt/upgrade/run -f"));
 }
 
 void TestFindings::noRuleTakesAnotherProgramForAShell()
@@ -408,7 +406,7 @@ void TestFindings::noRuleTakesAnotherProgramForAShell()
     QCOMPARE(idsOf(checkCommand("push -c ls /opt")), QStringList());
     const Findings quoted = checkCommand("push -c 'a b'");
     QCOMPARE(quoted.list.first().right, iniLine("a", "A@sh -c \"push -c 'a b'\""));
-    QCOMPARE(idsOf(checkCommand("push /mnt/upgrade/script")), QStringList());
+    QCOMPARE(idsOf(checkCommand("push /mnt/upgrade/run")), QStringList());
 }
 
 void TestFindings::everyFixtureIsThatOfAFinding()

@@ -1,0 +1,6 @@
+#!/bin/sh
+# Clears the controller's logs.
+set -eu
+
+rm -rf /opt/zul/logs
+sync
