@@ -32,6 +32,11 @@ class Upgrade:
     medium: str
     prepare: str = "true"
     meanwhile: Callable[[Controller], None] = nothing
+    at_most: int | None = None  # operations; without it, all
+
+
+# Every operation does the same with another language, and most of them stand below what the list shows.
+LANGUAGES = 3
 
 
 def shipped(calibrate: Callable[[Controller], None]) -> list[Upgrade]:
@@ -47,6 +52,7 @@ def shipped(calibrate: Callable[[Controller], None]) -> list[Upgrade]:
             os.path.join(EXAMPLES, name),
             prepare.get(name, "true"),
             calibrate if name == "calibrate-screen" else nothing,
+            LANGUAGES if name == "choose-language" else None,
         )
         for name in names
     ]
@@ -62,7 +68,7 @@ def faulty(c: Controller, name: str) -> Upgrade:
 
 
 def record(recorder: Recorder, upgrade: Upgrade, busy: bool = False, card: bool = False) -> list[Recording]:
-    return recorder.record(upgrade.medium, upgrade.prepare, busy, card, upgrade.meanwhile)
+    return recorder.record(upgrade.medium, upgrade.prepare, busy, card, upgrade.meanwhile, upgrade.at_most)
 
 
 def tell(c: Controller, recording: Recording, result: Result, seed: int) -> None:

@@ -19,7 +19,7 @@ from replay import Recording
 
 PARTITION = 2048  # first sector of a medium's file system, as lib/media.py makes it
 MARKS_ON_A_MEDIUM = 1024  # in the gap before that
-WATCHED = ["/opt/zul"]
+WATCHED = ["/opt/zul", "/etc/default"]
 
 # What lib/observer.sh prints of the files in the directories "$@".
 LIST_FILES = """find "$@" -type f -printf '%s %m %p\\n'; echo; find "$@" -type f -exec sha256sum {} +"""
@@ -42,12 +42,13 @@ class Late(Exception):
 class Catalogue:
     """What a recording has to know of a medium's catalogue."""
 
-    def __init__(self, folder: str) -> None:
+    def __init__(self, folder: str, at_most: int | None = None) -> None:
+        """at_most: so many operations are run, from the first on."""
         with open(os.path.join(folder, "zul_install", "system.ini"), encoding="utf-8") as file:
             text = file.read()
         [(mode, items)] = re.findall(r'^CMD_(List|Type)="?([^"\n]*)"?$', text, re.MULTILINE)
         self.offers_a_choice = mode == "List"
-        self.operations = len(items.split(","))
+        self.operations = len(items.split(",")[:at_most])
         self.reboots = self.offers_a_choice and not re.search(r"^ENDGAME=(false|0)$", text, re.MULTILINE)
         # "Save data" is reported too; "reboot" is not.
         self.reports = self.operations + (1 if self.reboots else 0)
@@ -74,22 +75,30 @@ class Recorder:
         busy: bool = False,
         card: bool = False,
         meanwhile: Callable[[Controller], None] = lambda c: None,
+        at_most: int | None = None,
     ) -> list[Recording]:
-        """One batch of everything that a folder offers as a medium. Returns what was written to the disk and to it."""
+        """One batch of what a folder offers as a medium: everything, or at most so many operations. Returns what was
+        written to the disk and to it."""
         for _ in range(ATTEMPTS - 1):
             try:
-                return self._record(medium, prepare, busy, card, meanwhile)
+                return self._record(medium, prepare, busy, card, meanwhile, at_most)
             except Late as late:
                 self.c.say(f"once more: {late}")
                 self._stop_observing()
                 self.c.put_to_rest()
-        return self._record(medium, prepare, busy, card, meanwhile)
+        return self._record(medium, prepare, busy, card, meanwhile, at_most)
 
     def _record(
-        self, medium: str, prepare: str, busy: bool, card: bool, meanwhile: Callable[[Controller], None]
+        self,
+        medium: str,
+        prepare: str,
+        busy: bool,
+        card: bool,
+        meanwhile: Callable[[Controller], None],
+        at_most: int | None,
     ) -> list[Recording]:
         name = os.path.basename(medium) + (" on a busy controller" if busy else "")
-        catalogue = Catalogue(medium)
+        catalogue = Catalogue(medium, at_most)
         self.count += 1
         image = os.path.join(self.c.folder, f"recorded-{self.count}.img")
         make_medium(medium, image)
@@ -155,11 +164,7 @@ class Recorder:
         marks = [
             (number, position) for number, position in Log(self.log).marks(self.mark_sector) if position >= self.begin
         ]
-        listings = [parse_listing(text, True) for text in texts]
-        files = [
-            {path: version for path, version in listing.items() if path.startswith("/opt/")} for listing in listings
-        ]
-        reports = reports_at(marks, files)
+        reports = reports_at(marks, [watched(parse_listing(text, True)) for text in texts])
         return Recording(name, self.base, self.log, "ext4", 0, WATCHED, reports[0].position, self.end, reports)
 
     def _of_the_medium(self, name: str, texts: list[str], base: str, log: str, card: bool) -> Recording:
@@ -174,6 +179,12 @@ class Recorder:
         name = f"{name}, the {'card' if card else 'drive'}"
         # A card has no cache that the system knows of.
         return Recording(name, base, log, "fat", PARTITION, ["/"], 0, len(entries.entries), reports, has_cache=not card)
+
+
+def watched(listing: dict[str, Version]) -> dict[str, Version]:
+    """The controller's files of a listing, which has the medium's as well."""
+    directories = tuple(f"{directory}/" for directory in WATCHED)
+    return {path: version for path, version in listing.items() if path.startswith(directories)}
 
 
 def reports_at(marks: list[tuple[int, int]], files: list[dict[str, Version]]) -> list[Report]:
