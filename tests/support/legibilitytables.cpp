@@ -136,7 +136,8 @@ QString capitalHeights(const QVector<Screen> &screens, int otherDotsPerInch)
     for (auto row = fields.begin(); row != fields.end(); ++row)
         rows.append(QStringList(row.value().join(", ")) + row.key());
     return table(
-        {"text", "size in the form", "capital", QString("at %1 dots per inch").arg(otherDotsPerInch)}, rows);
+        {"text", "size in the form", "capital", QString("at a resolution of %1").arg(otherDotsPerInch)},
+        rows);
 }
 
 QString recommendedHeights(const QVector<int> &distancesMm)
