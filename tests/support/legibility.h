@@ -32,8 +32,8 @@ QStringList cutTexts(const QVector<ShownText> &texts);
 QStringList missingGlyphs(const QVector<ShownText> &texts);
 /// Texts of one screen whose pixels come into one another's way.
 QStringList overlappingTexts(const QVector<ShownText> &texts);
-/// Texts with less contrast than this to what lies beneath them.
-QStringList faintTexts(const QVector<ShownText> &texts, double least);
+/// Texts that stand out less than WCAG 2 asks for texts of any size, but for those whose colours are fixed.
+QStringList faintTexts(const QVector<ShownText> &texts);
 /// Mnemonics that are missing or ambiguous in a question, or that stand anywhere else.
 QStringList mnemonicFaults(const QWidget &window);
 /// A window, or any of its widgets, that is not wholly on the screen.
@@ -42,7 +42,8 @@ QStringList beyondTheScreen(const QWidget &window);
 /// The characters of the text that no font of the tool has, when it is drawn in this font.
 QString missingCharacters(const QString &text, const QFont &font);
 
-/// The least contrast that WCAG 2 asks for texts of any size.
-constexpr double neededContrast = 4.5;
+/// Whether the text's colours are not ours to choose: those of the form's buttons, white on two blues, are
+/// the form's, and those of a row that was tapped are the style's.
+bool hasFixedColours(const ShownText &shown);
 
 #endif
