@@ -220,11 +220,12 @@ class UdevRules(Method):
 
 class StartedByHand(Method):
     """The lines of an init script. A tool that ends with 1 is started again, one that ends with 0 is not; it has the
-    settings and a directory of its own, and what it says is logged."""
+    settings, their language and a directory of its own, and what it says is logged."""
 
     told = "run on the controller, with a tool that ends"
     TOOL = """#!/bin/sh
-echo "start" >>/starts
+echo "start $*" >>/starts
+readlink -f "${0%/*}/en.qm" >>/starts
 echo "said by the tool"
 stat -c 'directory %a' "$XDG_RUNTIME_DIR" >>/starts
 env | grep '^QT_FONT_DPI=' >>/starts
@@ -234,8 +235,14 @@ env | grep '^QT_FONT_DPI=' >>/starts
 sed "s/^/$2: /" >>/log
 """
 
+    EXPECTED = """start -stylesheet /run/zul_upgrade/screen.qss
+/usr/share/zul-upgrade/translations/de.qm
+directory 700
+"""
+
     def run(self, block: Block, house: House) -> None:
         room = house.controller()
+        room.do("sed", "-i", "s/^ZUL_LANGUAGE=.*/ZUL_LANGUAGE=de/", "/etc/default/zul_upgrade")
         room.do("mv", "/opt/zul/zul_upgrade", "/opt/zul/kept")
         room.write("/opt/zul/zul_upgrade", self.TOOL, 0o755)
         room.write("/usr/local/bin/logger", self.LOGGER, 0o755)
@@ -243,7 +250,7 @@ sed "s/^/$2: /" >>/log
         room.do("mv", "/opt/zul/kept", "/opt/zul/zul_upgrade")
         dpi = room.do("grep", "^QT_FONT_DPI=", "/etc/default/zul_upgrade")
         starts, log = room.do("cat", "/starts"), room.do("cat", "/log")
-        demand(starts == f"start\ndirectory 700\n{dpi}" * 2, block, "the tool is not started as it should be", starts)
+        demand(starts == f"{self.EXPECTED}{dpi}" * 2, block, "the tool is not started as it should be", starts)
         demand(log == "zul_upgrade: said by the tool\n" * 2, block, "what the tool says is not logged", log)
 
 

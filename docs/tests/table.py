@@ -40,7 +40,7 @@ TABLE: dict[tuple[str, str, int], Method] = {
     ),
     ("docs/installing.md", "Faults of the system", 1): UsedBy("simulator/faults/faults.sh", part=r"^exec .+"),
     ("docs/installing.md", "The service", 1): FrameBufferNotAwaited(),
-    ("docs/installing.md", "Screen and fonts", 1): UsedBy("board/lib/machine.py", part=r"(?<= )\S+"),
+    ("docs/installing.md", "Screen", 1): UsedBy("board/lib/machine.py", part=r"(?<= )\S+"),
     ("docs/installing.md", "Touch", 1): UdevRules("/etc/udev/rules.d/99-touch.rules"),
     ("docs/installing.md", "Touch", 2): UsedBy("board/lib/scenarios.py", part=r"^\w+="),
     ("docs/installing.md", "Mounting media by themselves", 1): UsedBy(
