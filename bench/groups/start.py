@@ -7,8 +7,9 @@ Usage: simulator/sandbox bench/groups/start.py instructions|clock BUILD REPETITI
 
 Each in three surroundings: without a screen and as the service starts it, which can be counted again to the last
 thousand; on an X server with the icon themes of this computer, because Qt then looks for them as on a controller's
-frame buffer, as the service starts it; and there in the system's own. Without a screen the tool is started in Chinese, too.
-BEFORE is the checkout of an earlier state with its release build. Prints lines "group<TAB>row<TAB>subject<TAB>value".
+frame buffer, as the service starts it; and there in the system's own. Without a screen the tool is started in
+Chinese, too. BEFORE is the checkout of an earlier state with its release build. Prints lines
+"group<TAB>row<TAB>subject<TAB>value".
 """
 
 import contextlib
