@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The zul_upgrade authors
 # SPDX-License-Identifier: MIT
 #
-# What surrounds the installed tool, for the tests and for zul_catalogue: its fonts, its sheet and its settings.
+# What surrounds the installed tool, for the tests and for zul_catalogue: its fonts, its sheets and its settings.
 # Included before whatever is tested.
 
 # zul_install_fonts(DIRECTORY CACHE [DESTDIR]): see packaging/fonts/install-fonts.
@@ -11,14 +11,15 @@ function(zul_install_fonts)
         message(FATAL_ERROR "the fonts cannot be put into ${ARGN}")
     endif()
 endfunction()
-foreach(file english.qss fonts/install-fonts fonts/fonts.conf.in zul_upgrade.default)
+foreach(file english.qss translated.qss fonts/install-fonts fonts/fonts.conf.in zul_upgrade.default)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/packaging/${file})
 endforeach()
 
 # The settings that the package brings, without those of the frame buffer, with the fonts that the build makes.
 set(ZUL_SHARE ${CMAKE_BINARY_DIR}/share/zul-upgrade)
 zul_install_fonts(${ZUL_SHARE} ${ZUL_SHARE}/cache)
-file(COPY ${PROJECT_SOURCE_DIR}/packaging/english.qss DESTINATION ${ZUL_SHARE})
+file(COPY ${PROJECT_SOURCE_DIR}/packaging/english.qss ${PROJECT_SOURCE_DIR}/packaging/translated.qss
+    DESTINATION ${ZUL_SHARE})
 file(STRINGS ${PROJECT_SOURCE_DIR}/packaging/zul_upgrade.default ZUL_TOOL_ENVIRONMENT REGEX "^[A-Z_]+=")
 list(FILTER ZUL_TOOL_ENVIRONMENT EXCLUDE REGEX "^QT_QPA_")
 string(REPLACE /usr/share/zul-upgrade ${ZUL_SHARE} ZUL_TOOL_ENVIRONMENT "${ZUL_TOOL_ENVIRONMENT}")

@@ -49,7 +49,7 @@ def in_chinese(build: Path, directory: str) -> list[str]:
     """The tool beside a translation, as on a controller on which one is chosen."""
     shutil.copy(build / "zul_upgrade", directory)
     os.symlink(build / "share/zul-upgrade/translations/zh_CN.qm", f"{directory}/en.qm")
-    return [f"{directory}/zul_upgrade", "-stylesheet", "/dev/null"]
+    return [f"{directory}/zul_upgrade", "-stylesheet", str(build / "share/zul-upgrade/translated.qss")]
 
 
 @contextlib.contextmanager

@@ -56,7 +56,7 @@ bool Language::speak(const QString &name, Failure *failure)
         return false;
     }
     QApplication::installTranslator(&translator);
-    setScreenSheet("/dev/null"); // translated texts take the wide letters
+    setScreenSheet(shareFolder() + "/translated.qss");
     return true;
 }
 

@@ -49,7 +49,7 @@ install_programs() {
 install_package() {
     local directory=$1
     "$simulator/../packaging/fonts/install-fonts" "$tool_share" "$tool_font_cache" "$directory"
-    install -m 644 "$simulator/../packaging/english.qss" "$directory$tool_share"
+    install -m 644 "$simulator"/../packaging/{english,translated}.qss "$directory$tool_share"
     cp -R "$build/share/zul-upgrade/translations" "$directory$tool_share"
     mkdir -p "$directory$tool_libexec" "$directory${tool_defaults%/*}"
     # shellcheck disable=SC2154 # programs: controller-isolated.sh, controller-fallback.sh

@@ -11,12 +11,12 @@ namespace
 
 const QString builtIn = "en";
 
-QString englishSheet()
+void setSheet(const QString &name)
 {
-    QFile file(ZUL_SHARE "/english.qss");
+    QFile file(ZUL_SHARE "/" + name);
     if (!file.open(QIODevice::ReadOnly))
         qFatal("cannot read %s", qPrintable(file.fileName()));
-    return QString::fromUtf8(file.readAll());
+    qApp->setStyleSheet(QString::fromUtf8(file.readAll()));
 }
 
 } // namespace
@@ -29,12 +29,13 @@ QStringList shippedLanguages()
 InLanguage::InLanguage(const QString &code)
 {
     if (code == builtIn) {
-        qApp->setStyleSheet(englishSheet());
+        setSheet("english.qss");
         return;
     }
     if (!translator.load(code + ".qm", ZUL_SHARE "/translations"))
         qFatal("there is no translation for %s", qPrintable(code));
     QCoreApplication::installTranslator(&translator);
+    setSheet("translated.qss");
 }
 
 InLanguage::~InLanguage()

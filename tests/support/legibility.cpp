@@ -175,7 +175,7 @@ QStringList faintTexts(const QVector<ShownText> &texts)
 bool hasFixedColours(const ShownText &shown)
 {
     static const QStringList buttons{"button Confirm", "button Cancel", "button Details"};
-    return shown.isChosen || buttons.contains(shown.field);
+    return buttons.contains(shown.field);
 }
 
 QStringList mnemonicFaults(const QWidget &window)

@@ -42,8 +42,7 @@ QStringList beyondTheScreen(const QWidget &window);
 /// The characters of the text that no font of the tool has, when it is drawn in this font.
 QString missingCharacters(const QString &text, const QFont &font);
 
-/// Whether the text's colours are not ours to choose: those of the form's buttons, white on two blues, are
-/// the form's, and those of a row that was tapped are the style's.
+/// Whether the text's colours are not ours to choose: those of the form's buttons, white on two blues.
 bool hasFixedColours(const ShownText &shown);
 
 #endif

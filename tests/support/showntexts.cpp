@@ -221,7 +221,6 @@ ShownText cellText(const QAbstractItemView &view, const QModelIndex &index)
     const QString field = isTable ? columnNames.value(index.column()) : fieldOf(view);
     const QRect place = view.visualRect(index).intersected(view.viewport()->rect());
     ShownText shown = textOf(field, index.data().toString(), view.font(), place.size(), Qt::AlignCenter);
-    shown.isChosen = view.selectionModel() && view.selectionModel()->isSelected(index);
     // With the space that the delegate leaves at its sides; what is beyond is shortened or wrapped.
     shown.needed.setWidth(view.sizeHintForIndex(index).width());
     return shown;

@@ -27,7 +27,6 @@ struct ShownText {
     QSize wholeInk;  ///< what its pixels take where nothing cuts or shortens it
     double contrast; ///< of its full colour to the nearest colour beneath it, 1 to 21; 0 without any ink
     bool isHidden = false; ///< is measured by its font only
-    bool isChosen = false; ///< in a row or a cell that was tapped
 };
 
 /// What a widget is called, for a translator to know it.
