@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QFileInfo>
 
 namespace
 {
@@ -29,7 +30,7 @@ QStringList Language::codes()
 {
     QStringList codes{builtInLanguage};
     for (const QString &file : translations().entryList({"*.qm"}, QDir::Files))
-        codes.append(file.chopped(3));
+        codes.append(QFileInfo(file).completeBaseName());
     codes.sort();
     return codes;
 }
