@@ -16,7 +16,8 @@ ZUL_UPGRADE_LICENSE = MIT
 ZUL_UPGRADE_LICENSE_FILES = LICENSE
 ZUL_UPGRADE_DEPENDENCIES = fontconfig liberation psmisc qt5base qt5tools wqy-zenhei
 
-# Buildroot has no Droid Sans Fallback: Chinese is drawn with the font that it has.
+# Buildroot has no WenQuanYi Micro Hei: Chinese, Japanese and Korean are drawn with the sister font that it has. It has no
+# Liberation Sans Narrow either; what that means for English says docs/installing.md, "Fonts".
 ZUL_UPGRADE_FONTS = \
 	/usr/share/fonts/liberation/LiberationSans-Regular.ttf \
 	/usr/share/fonts/liberation/LiberationSans-Bold.ttf \

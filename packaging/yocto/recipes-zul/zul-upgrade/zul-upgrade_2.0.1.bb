@@ -15,9 +15,11 @@ EXTERNALSRC = "${ZUL_UPGRADE_SOURCE}"
 
 DEPENDS = "qtbase qttools qttools-native"
 
-# The directory of zul_watchdog, and where the fonts are installed; change them in local.conf or a .bbappend.
+# The directory of zul_watchdog, and where the fonts are installed; change them in local.conf or a .bbappend. There is
+# neither WenQuanYi Micro Hei, but its sister font, nor Liberation Sans Narrow: docs/installing.md, "Fonts", says what
+# the second means for English.
 ZUL_PROGRAM_DIR ?= "/opt/zul"
-ZUL_FONTS ?= "${datadir}/fonts/ttf/LiberationSans-Regular.ttf;${datadir}/fonts/ttf/LiberationSans-Bold.ttf;${datadir}/fonts/truetype/DroidSansFallbackFull.ttf"
+ZUL_FONTS ?= "${datadir}/fonts/ttf/LiberationSans-Regular.ttf;${datadir}/fonts/ttf/LiberationSans-Bold.ttf;${datadir}/fonts/truetype/wqy-zenhei.ttc"
 
 ZUL_UNIT_DIR = "${@bb.utils.contains('DISTRO_FEATURES', 'systemd', d.getVar('systemd_system_unitdir'), '', d)}"
 
@@ -36,4 +38,4 @@ SYSTEMD_SERVICE:${PN} = "zul_upgrade.service"
 FILES:${PN} += "${ZUL_PROGRAM_DIR} ${datadir}/zul-upgrade"
 CONFFILES:${PN} = "${sysconfdir}/default/zul_upgrade"
 
-RDEPENDS:${PN} = "fontconfig liberation-fonts psmisc qtbase-plugins ttf-droid-sans-fallback"
+RDEPENDS:${PN} = "fontconfig liberation-fonts psmisc qtbase-plugins ttf-wqy-zenhei"
