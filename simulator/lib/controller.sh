@@ -29,7 +29,7 @@ watchdog_settings=()
 # Settings in the environment of the tool alone.
 tool_settings=()
 # The language that the controller is set to at first, as in its settings.
-language=${ZUL_CONTROLLERS_LANGUAGE:-}
+language=""
 # More files for the directory of the controller's programs.
 more_programs=()
 # start_controller starts these; a scenario may take one out.
