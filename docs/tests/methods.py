@@ -177,10 +177,12 @@ mv words "$(basename "$1")"
         room = house.reader(self.room)
         room.do(f"{CLONE}/scripts/install-packages", "build", "simulator")
         room.write("/usr/local/bin/linguist", self.TRANSLATOR.replace("WORDS_OF", self.words_of), 0o755)
-        told = room.run_block(block, set(), directory=CLONE)
-        demand(f"{self.language}.ts" in told, block, "the build does not take the language up", told)
-        pictures = room.do("find", f"{CLONE}/build/{self.language}", "-name", "*.png").split()
-        demand(pictures, block, "there is no picture to look at")
+        room.run_block(block, set(), directory=CLONE)
+        made = room.do("find", f"{CLONE}/build").split()
+        translation = f"/share/zul-upgrade/translations/{self.language}.qm"
+        demand(any(file.endswith(translation) for file in made), block, "the build does not take the language up")
+        pictures = f"{CLONE}/build/{self.language}/"
+        demand(any(file.startswith(pictures) for file in made), block, "there is no picture to look at")
 
 
 class FrameBufferNotAwaited(Method):
