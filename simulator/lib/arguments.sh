@@ -28,6 +28,17 @@ medium() {
     echo "$found"
 }
 
+# language OPTION VALUE - the same code, where the tool is translated into it.
+language() {
+    local list
+    list=$(dirname "${BASH_SOURCE[0]}")/../../translations/languages
+    if [[ $2 != en ]] && ! grep -qxF -- "$2" <(grep '^[a-z]' "$list"); then
+        echo "${0##*/}: $1: no such language: $2; there are: en $(grep '^[a-z]' "$list" | paste -sd ' ')" >&2
+        exit 64
+    fi
+    echo "$2"
+}
+
 unknown_option() {
     echo "${0##*/}: unknown option $1; --help lists them" >&2
     exit 64

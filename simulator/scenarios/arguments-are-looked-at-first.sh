@@ -22,6 +22,9 @@ check "a medium that there is not" refused "no such folder: /nowhere" "$demo" --
 check "a medium without a name" refused "--medium needs a folder" "$demo" --medium
 check "a medium without a catalogue" refused "no zul_install/system.ini in /mnt/empty" "$demo" --medium /mnt/empty
 check "options that do not go together" refused "is for the show" "$demo" --interactive --direct
+check "either way" refused "is for --interactive" "$demo" --language de
+check "a language that there is not" refused "no such language: xx; there are: en cs" "$demo" --interactive --language xx
+check "a language without a name" refused "no such language: ;" "$simulator/run" --language
 for entry in show run; do
     check "$entry: an option that there is not" refused "unknown option --bogus" "$simulator/$entry" --bogus
     check "$entry: a medium that there is not" refused "no such folder: /nowhere" "$simulator/$entry" --medium /nowhere
