@@ -16,6 +16,7 @@ class TestPublishedMeasures : public QObject
     Q_OBJECT
 
 private slots:
+    void capitalsAreHighEnough();
     void touchTargetsAreForFingers();
     void guideSaysWhatIsMeasured_data();
     void guideSaysWhatIsMeasured();
@@ -64,6 +65,21 @@ QString tableOfTheGuide(const char *name)
 }
 
 } // namespace
+
+/// For who stands 400 mm away, at least as ISO 9241-303 has it.
+void TestPublishedMeasures::capitalsAreHighEnough()
+{
+    const double needed = heightSeenMm(16, 400);
+    for (const Screen &screen : screensIn("de")) {
+        for (const ShownText &shown : screen.texts) {
+            const double given = capitalHeightMm(shown.font);
+            QVERIFY2(given >= needed, qPrintable(QString("%1 needs capitals of %2 mm, has %3 mm")
+                                                     .arg(shown.field)
+                                                     .arg(needed)
+                                                     .arg(given)));
+        }
+    }
+}
 
 void TestPublishedMeasures::touchTargetsAreForFingers()
 {

@@ -17,7 +17,6 @@
 #include <QXmlStreamReader>
 
 #include <algorithm>
-#include <functional>
 
 /// Whether the operator can read everything, in every language, with the fonts, the resolution and the style
 /// that the tool is installed with: the form's sizes are fixed, the texts are not.
@@ -100,17 +99,6 @@ QString charactersOf(const char *standard)
     return text;
 }
 
-QStringList faultsIn(const QString &language, const std::function<QStringList(const Screen &)> &find)
-{
-    QStringList faults;
-    for (const Screen &screen : screensIn(language)) {
-        for (const QString &fault : find(screen))
-            faults.append(QString("%1, %2: %3").arg(language, screen.name, fault));
-    }
-    faults.removeDuplicates();
-    return faults;
-}
-
 /// All of them, because the test itself tells no more than a thousand characters.
 void tell(const QStringList &faults)
 {
@@ -122,7 +110,8 @@ void tell(const QStringList &faults)
 
 #define VERIFY_NO_FAULTS(find)                                                                               \
     QFETCH(const QString, language);                                                                         \
-    const QStringList faults = faultsIn(language, [](const Screen &screen) { return find; });                \
+    const QStringList faults =                                                                               \
+        faultsIn(language, screensIn(language), [](const Screen &screen) { return find; });                  \
     tell(faults);                                                                                            \
     QVERIFY2(faults.isEmpty(), qPrintable(faults.value(0)))
 

@@ -103,6 +103,18 @@ const QVector<Screen> &screensIn(const QString &language)
     return known[language];
 }
 
+QStringList faultsIn(const QString &language, const QVector<Screen> &screens,
+                     const std::function<QStringList(const Screen &)> &find)
+{
+    QStringList faults;
+    for (const Screen &screen : screens) {
+        for (const QString &fault : find(screen))
+            faults.append(QString("%1, %2: %3").arg(language, screen.name, fault));
+    }
+    faults.removeDuplicates();
+    return faults;
+}
+
 QStringList cutTexts(const QVector<ShownText> &texts)
 {
     QStringList faults;

@@ -8,6 +8,8 @@
 
 #include <QStringList>
 
+#include <functional>
+
 class QWidget;
 
 /// What one screen shows, or the field of it that has changed.
@@ -22,6 +24,10 @@ struct Screen {
 QVector<Screen> everyScreen();
 /// The same in one of the shipped languages, looked at once in a process.
 const QVector<Screen> &screensIn(const QString &language);
+
+/// What a function finds on each of the screens, once each, with the language and the screen before it.
+QStringList faultsIn(const QString &language, const QVector<Screen> &screens,
+                     const std::function<QStringList(const Screen &)> &find);
 
 /// What keeps an operator from reading. Each function gives one line a fault, with the field, the text, what
 /// it needs and what it is given; nothing when all is well.

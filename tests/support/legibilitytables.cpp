@@ -71,10 +71,14 @@ void addTo(QVector<Filling> &fillings, const ShownText &shown, const QString &la
 
 // --- Heights --------------------------------------------------------------------------------------------
 
+int capitalPixels(const QFont &font)
+{
+    return neededSize("H", font).height();
+}
+
 QString heightOf(const QFont &font)
 {
-    const int pixels = neededSize("H", font).height();
-    return QString("%1 px, %2 mm").arg(pixels).arg(number(millimetresOf(pixels), 1));
+    return QString("%1 px, %2 mm").arg(capitalPixels(font)).arg(number(capitalHeightMm(font), 1));
 }
 
 /// The font as the toolkit would have it at another resolution; a size in pixels stays what it is.
@@ -89,12 +93,6 @@ QString sizeOf(const QFont &font)
 {
     return font.pointSizeF() > 0 ? QString("%1 pt").arg(font.pointSizeF())
                                  : QString("%1 px").arg(font.pixelSize());
-}
-
-/// The height that is seen under an angle, in minutes of arc, from a distance.
-double heightSeen(double minutes, int distanceMm)
-{
-    return 2 * distanceMm * std::tan(qDegreesToRadians(minutes / 60) / 2);
 }
 
 } // namespace
@@ -140,13 +138,23 @@ QString capitalHeights(const QVector<Screen> &screens, int otherDotsPerInch)
         rows);
 }
 
+double capitalHeightMm(const QFont &font)
+{
+    return millimetresOf(capitalPixels(font));
+}
+
+double heightSeenMm(double minutes, int distanceMm)
+{
+    return 2 * distanceMm * std::tan(qDegreesToRadians(minutes / 60) / 2);
+}
+
 QString recommendedHeights(const QVector<int> &distancesMm)
 {
     QVector<QStringList> rows;
     for (const int distance : distancesMm)
-        rows.append({QString("%1 mm").arg(distance), number(heightSeen(16, distance), 1) + " mm",
+        rows.append({QString("%1 mm").arg(distance), number(heightSeenMm(16, distance), 1) + " mm",
                      QString("%1 to %2 mm")
-                         .arg(number(heightSeen(20, distance), 1), number(heightSeen(22, distance), 1))});
+                         .arg(number(heightSeenMm(20, distance), 1), number(heightSeenMm(22, distance), 1))});
     return table({"seen from", "at least, 16'", "preferred, 20' to 22'"}, rows);
 }
 

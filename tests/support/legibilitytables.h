@@ -17,6 +17,10 @@ QString tightestFields(const QMap<QString, QVector<Screen>> &byLanguage, int cou
 /// The height of a capital in every kind of text, beside what it would be at this resolution.
 QString capitalHeights(const QVector<Screen> &screens, int otherDotsPerInch);
 
+/// The height of a capital in a font, as it is drawn.
+double capitalHeightMm(const QFont &font);
+/// The height that is seen from a distance under an angle in minutes of arc.
+double heightSeenMm(double minutes, int distanceMm);
 /// What ISO 9241-303 asks of characters, seen from these distances.
 QString recommendedHeights(const QVector<int> &distancesMm);
 

@@ -5,7 +5,6 @@
 
 #include <QAbstractButton>
 #include <QFontMetrics>
-#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QImage>
 #include <QLabel>
@@ -181,19 +180,15 @@ QSize roomOf(const QLabel &label)
     return room;
 }
 
-/// What a button may take. In a row it grows with its text, at the cost of the space beside it; in a question
-/// the box grows with it.
+/// What a button may take. Below the lists it would grow with its text, and leave it no space at its sides;
+/// it has what the form gives it. In a question the box grows with it.
 QSize roomOf(const QAbstractButton &button)
 {
     QSize room = button.contentsRect().size();
-    const int own = qMax(button.minimumWidth(), button.minimumSizeHint().width());
     if (qobject_cast<const QMessageBox *>(button.window()))
         room.rwidth() += screenSize.width() - button.window()->width();
-    else
-        for (const auto *row : button.parentWidget()->findChildren<QHBoxLayout *>()) {
-            if (row->indexOf(const_cast<QAbstractButton *>(&button)) >= 0)
-                room.setWidth(row->geometry().width() - row->minimumSize().width() + own);
-        }
+    else if (button.minimumWidth() > 0)
+        room.setWidth(button.minimumWidth());
     return room;
 }
 
