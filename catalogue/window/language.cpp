@@ -63,6 +63,5 @@ bool Language::speak(const QString &name, Failure *failure)
 
 Language::~Language()
 {
-    QApplication::removeTranslator(&translator);
-    speakEnglish();
+    speakEnglish(); // a translator that ends is no longer asked
 }
