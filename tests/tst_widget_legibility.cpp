@@ -88,7 +88,7 @@ QString charactersOf(const char *standard)
 {
     const QTextCodec *codec = QTextCodec::codecForName(standard);
     QString text;
-    for (int first = 0xa1; codec && first <= 0xf9; ++first) {
+    for (int first = 0xa1; codec && first <= 0xfe; ++first) {
         for (int second = 0x40; second <= 0xfe; ++second) {
             const char bytes[] = {static_cast<char>(first), static_cast<char>(second)};
             const QString character = codec->toUnicode(bytes, 2);
@@ -219,14 +219,15 @@ void TestWidgetLegibility::onlyFixedColoursAreFainter()
 void TestWidgetLegibility::catalogueInItsScriptHasItsGlyphs_data()
 {
     QTest::addColumn<QString>("characters");
-    QTest::newRow("Greek") << characters(0x0386, 0x03ce, {0x038b, 0x038d, 0x03a2});
-    QTest::newRow("Cyrillic") << characters(0x0400, 0x045f) + "ҐґҒғҚқҢңҮүҰұҺһӘәӨө";
-    QTest::newRow("Vietnamese") << "ĂăÂâĐđÊêÔôƠơƯư" + characters(0x1ea0, 0x1ef9);
-    QTest::newRow("Chinese, simplified: all of GB 2312") << charactersOf("GB2312");
-    QTest::newRow("Chinese, traditional: all of Big5") << charactersOf("Big5");
-    QTest::newRow("Japanese: all of JIS X 0208") << charactersOf("EUC-JP");
-    QTest::newRow("Korean: all of KS X 1001") << charactersOf("EUC-KR");
-    QTest::newRow("Korean: every syllable") << characters(0xac00, 0xd7a3);
+    QTest::addColumn<int>("least"); // so that a standard that the toolkit does not know is told
+    QTest::newRow("Greek") << characters(0x0386, 0x03ce, {0x038b, 0x038d, 0x03a2}) << 70;
+    QTest::newRow("Cyrillic") << characters(0x0400, 0x045f) + "ҐґҒғҚқҢңҮүҰұҺһӘәӨө" << 112;
+    QTest::newRow("Vietnamese") << "ĂăÂâĐđÊêÔôƠơƯư" + characters(0x1ea0, 0x1ef9) << 104;
+    QTest::newRow("Chinese, simplified: all of GB 2312") << charactersOf("GB2312") << 6763;
+    QTest::newRow("Chinese, traditional: all of Big5") << charactersOf("Big5") << 13053;
+    QTest::newRow("Japanese: all of JIS X 0208") << charactersOf("EUC-JP") << 6355;
+    QTest::newRow("Korean: all of KS X 1001") << charactersOf("EUC-KR") << 2350 + 4888;
+    QTest::newRow("Korean: every syllable") << characters(0xac00, 0xd7a3) << 11172;
 }
 
 /// In each font in which the name of an operation is shown: in the lists, the table, and the line of what is
@@ -234,7 +235,8 @@ void TestWidgetLegibility::catalogueInItsScriptHasItsGlyphs_data()
 void TestWidgetLegibility::catalogueInItsScriptHasItsGlyphs()
 {
     QFETCH(const QString, characters);
-    QVERIFY(!characters.isEmpty());
+    QFETCH(const int, least);
+    QVERIFY(characters.size() >= least);
     const InLanguage set("en");
     TestWindow window;
     window.show();

@@ -50,10 +50,10 @@ QStringList familiesOfTheTool()
     return families;
 }
 
-bool hasGlyph(const QString &character, const QFont &font)
+bool hasGlyphs(const QString &text, const QFont &font)
 {
     static const QStringList families = familiesOfTheTool();
-    QTextLayout layout(character, font);
+    QTextLayout layout(QString(text).remove('\n'), font);
     layout.beginLayout();
     layout.createLine();
     layout.endLayout();
@@ -137,9 +137,11 @@ QStringList cutTexts(const QVector<ShownText> &texts)
 QString missingCharacters(const QString &text, const QFont &font)
 {
     QString missing;
+    if (hasGlyphs(text, font)) // which is as fast for all of them as for one
+        return missing;
     for (const uint number : text.toUcs4()) {
         const QString character = QString::fromUcs4(&number, 1);
-        if (number != '\n' && !missing.contains(character) && !hasGlyph(character, font))
+        if (!missing.contains(character) && !hasGlyphs(character, font))
             missing += character;
     }
     return missing;
