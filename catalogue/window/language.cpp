@@ -52,7 +52,7 @@ bool Language::speak(const QString &name, Failure *failure)
         }
         file = translations().filePath(name + ".qm");
     }
-    if (!translator.load(file)) {
+    if (!QFileInfo(file).isFile() || !translator.load(file)) {
         *failure = {ExitNoInput, file + ": not a translation file that can be read"};
         return false;
     }
