@@ -106,8 +106,8 @@ batch_ends_and_medium_goes() {
 # row_outcome ROW - what the status table has in its third column: failed, succeed, or neither.
 row_outcome() {
     local width
-    width=$(part_of_screen "140x16+365+$((63 + 20 * ($1 - 1)))" | convert png:- -trim -format %w info:)
-    if ((width >= 34 && width <= 44)); then echo failed; elif ((width >= 50 && width <= 60)); then echo succeed; else echo neither; fi
+    width=$(part_of_screen "140x22+365+$((63 + 25 * ($1 - 1)))" | convert png:- -trim -format %w info:)
+    if ((width >= 42 && width <= 52)); then echo failed; elif ((width >= 62 && width <= 72)); then echo succeed; else echo neither; fi
 }
 
 # table_is_right - each confirmed command has its row, which says how it ended.
