@@ -109,6 +109,7 @@ private slots:
     void faultOfTheQuestionIsTold();
     void faultOfATranslationIsTold_data();
     void faultOfATranslationIsTold();
+    void fieldThatHasGrownIsTold();
 };
 
 QStringList TestLegibilityFaults::faultsOfTheList(const Plant &plant)
@@ -306,6 +307,24 @@ void TestLegibilityFaults::faultOfATranslationIsTold()
     const InLanguage english("en");
     const PlantedTranslation planted(source, translation);
     QVERIFY(isTold(faultsOfTheTour(), told));
+}
+
+/// It fits, because the layout has given it the room of the list beside it.
+void TestLegibilityFaults::fieldThatHasGrownIsTold()
+{
+    const InLanguage english("en");
+    const QVector<Screen> before = everyScreen();
+    const PlantedTranslation planted("Operations list",
+                                     "List of the operations that this medium offers to you");
+    const QVector<Screen> after = everyScreen();
+    QCOMPARE(cutTexts(after.first().texts), QStringList());
+    const QStringList faults = movedFields(after.first(), before.first());
+    QVERIFY(isTold(
+        faults,
+        "caption of the left list: \"List .*\" has 4\\d\\d x 41 pixels, its field is 3\\d\\d x 41 pixels"));
+    QVERIFY(isTold(faults,
+                   "left list: \"Update application\" has \\d+ x 35 pixels, its field is \\d+ x 35 pixels"));
+    QCOMPARE(movedFields(before.first(), before.first()), QStringList());
 }
 
 SHIPPED_TEST_MAIN(TestLegibilityFaults)

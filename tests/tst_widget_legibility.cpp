@@ -34,6 +34,8 @@ private slots:
     void nothingIsCut();
     void nothingOverlaps_data();
     void nothingOverlaps();
+    void fieldsStayAsTheyAre_data();
+    void fieldsStayAsTheyAre();
     void windowsAreOnTheScreen_data();
     void windowsAreOnTheScreen();
     void textsStandOut_data();
@@ -177,6 +179,23 @@ void TestWidgetLegibility::nothingOverlaps_data()
 void TestWidgetLegibility::nothingOverlaps()
 {
     VERIFY_NO_FAULTS(overlappingTexts(screen.texts));
+}
+
+void TestWidgetLegibility::fieldsStayAsTheyAre_data()
+{
+    addLanguages();
+}
+
+void TestWidgetLegibility::fieldsStayAsTheyAre()
+{
+    QFETCH(const QString, language);
+    const QVector<Screen> &english = screensIn("en");
+    int number = 0;
+    const QStringList faults = faultsIn(language, screensIn(language), [&](const Screen &screen) {
+        return movedFields(screen, english.at(number++));
+    });
+    tell(faults);
+    QVERIFY2(faults.isEmpty(), qPrintable(faults.value(0)));
 }
 
 void TestWidgetLegibility::windowsAreOnTheScreen_data()

@@ -192,6 +192,24 @@ bool hasFixedColours(const ShownText &shown)
     return buttons.contains(shown.field);
 }
 
+QStringList movedFields(const Screen &screen, const Screen &other)
+{
+    static const QStringList fieldsOfBoxes{"question", "button Yes", "button No"};
+    QStringList faults;
+    if (screen.texts.size() != other.texts.size())
+        faults.append(QString("%1 texts are shown, %2 in the other language")
+                          .arg(screen.texts.size())
+                          .arg(other.texts.size()));
+    for (int i = 0; i < qMin(screen.texts.size(), other.texts.size()); ++i) {
+        const ShownText &shown = screen.texts.at(i);
+        if (shown.given != other.texts.at(i).given && !fieldsOfBoxes.contains(shown.field))
+            faults.append(
+                QString("%1 has %2, its field is %3")
+                    .arg(described(shown), sizeText(shown.given), sizeText(other.texts.at(i).given)));
+    }
+    return faults;
+}
+
 QStringList mnemonicFaults(const QWidget &window)
 {
     QStringList faults;

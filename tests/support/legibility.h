@@ -40,6 +40,9 @@ QStringList missingGlyphs(const QVector<ShownText> &texts);
 QStringList overlappingTexts(const QVector<ShownText> &texts);
 /// Texts that stand out less than WCAG 2 asks for texts of any size, but for those whose colours are fixed.
 QStringList faintTexts(const QVector<ShownText> &texts);
+/// Texts that have made their field larger or smaller, or that of another text, than it is with other texts:
+/// on the same screen in another language. A question's box may be as large as it needs.
+QStringList movedFields(const Screen &screen, const Screen &other);
 /// Mnemonics that are missing or ambiguous in a question, or that stand anywhere else.
 QStringList mnemonicFaults(const QWidget &window);
 /// A window, or any of its widgets, that is not wholly on the screen.

@@ -113,6 +113,7 @@ void ScreenTour::visitQuestion(const char *button, const QString &name)
     Questions questions([&](QMessageBox &box) {
         QTimer::singleShot(0, &box, &QDialog::reject); // behind the visit, whatever that finds
         visit(name, box);
+        visit("list behind the " + name, *window.child<QListView>("operationList")); // in a window at rest
         for (QAbstractButton *answer : box.buttons())
             visitPressed(*answer, name);
     });

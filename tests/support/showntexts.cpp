@@ -205,7 +205,7 @@ ShownText buttonText(QAbstractButton &button)
     ShownText shown = textOf(fieldOf(button), button.text(), button.font(), roomOf(button),
                              Qt::AlignCenter | Qt::TextShowMnemonic);
     shown.text.remove('&');
-    shown.needed = neededSize(shown.text, button.font());
+    shown.needed = neededSize(shown.text, shown.font);
     measureInkOf(shown, button);
     return shown;
 }
