@@ -10,10 +10,12 @@ import tempfile
 from collections.abc import Callable, Sequence
 
 import facts
+from comparison import SAME, difference, is_same
 from machine import Machine
 from media import make_medium
+from preview import BUILT_IN, Preview
 from screen import Colour, Screen
-from waiting import wait_until
+from waiting import Timeout, wait_until
 
 APPLICATION_BACKGROUND = (0x00, 0x60, 0x50)
 APPLICATION_FRAME = (0xF0, 0xC0, 0x20)
@@ -30,10 +32,12 @@ CANCEL = facts.place("at_cancel")
 DETAILS = facts.place("at_details")
 FIRST_ROW = facts.number("first_row_y")
 ROW_HEIGHT = facts.number("row_height")
+ROWS_SHOWN = 8  # whole ones, of each list
 OPERATIONS_COLUMN = facts.number("operation_x")
 SELECTION_COLUMN = facts.number("selected_x")
 OUTCOME_LEFT, OUTCOME_RIGHT, OUTCOME_TOP = 364, 509, 64  # within the lines of the table
-TABLE_ROW_HEIGHT = 20
+TABLE_ROW_HEIGHT = 25
+COUNTDOWN = facts.area("countdown_area")
 BESIDE_THE_CAPTION = 51  # pixels from the middle of a button, and still on it
 
 POLL_SECONDS = 3.0
@@ -111,7 +115,7 @@ def shows_question(screen: Screen) -> bool:
 def selected_rows(screen: Screen) -> int:
     """How many operations stand in the list of the chosen ones. A row that was touched last is white on blue."""
     count = 0
-    while count < 8 and not is_free(screen, SELECTION_COLUMN, FIRST_ROW + count * ROW_HEIGHT):
+    while count < ROWS_SHOWN and not is_free(screen, SELECTION_COLUMN, FIRST_ROW + count * ROW_HEIGHT):
         count += 1
     return count
 
@@ -168,6 +172,27 @@ class Controller:
 
     def expect_screen(self, condition: Callable[[Screen], bool], what: str, limit: float = LIMIT) -> Screen:
         return self.board.wait_for_screen(condition, limit, what)
+
+    def preview(self, medium: str, mounted_at: str, language: str = BUILT_IN) -> Preview:
+        """What zul_catalogue draws of a medium, by the name of its folder."""
+        pictures = os.path.join(self.folder, f"preview-{medium}-{language}")
+        return Preview(self.folder_of(medium), mounted_at, language, pictures)
+
+    def expect_same(self, preview: Preview, picture: str) -> None:
+        """Every pixel of the screen, but for the countdown's digits. What was wanted is kept if it does not come."""
+        wanted, found = preview.screen(picture), SAME
+
+        def shows_it(screen: Screen) -> bool:
+            nonlocal found
+            found = difference(screen, wanted, [COUNTDOWN])
+            return is_same(found)
+
+        try:
+            self.expect_screen(shows_it, f"the picture of {picture}")
+        except Timeout:
+            shutil.copy(preview.files[picture], os.path.join(self.folder, "wanted.png"))
+            raise AssertionError(f"not the preview's {picture}: {found}") from None
+        self.say(f"{picture}: {found}")
 
     # --- Media ------------------------------------------------------------------------------------------
 

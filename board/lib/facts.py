@@ -25,3 +25,9 @@ def place(name: str) -> tuple[int, int]:
     """A point of the screen."""
     x, y = _VALUES[name].split()
     return int(x), int(y)
+
+
+def area(name: str) -> tuple[int, int, int, int]:
+    """Left, top, width and height, of "WIDTHxHEIGHT+LEFT+TOP"."""
+    width, height, left, top = (int(part) for part in re.split(r"[x+]", _VALUES[name]))
+    return left, top, width, height

@@ -20,9 +20,10 @@ def install_packages(purpose: str) -> bool:
     return done.returncode == 0
 
 
-def install_programs() -> None:
-    """Installs what is missing of the programs that drive the board; ends with 77 where that does not work."""
-    if not install_packages("board"):
+def install_programs(*more: str) -> None:
+    """Installs what is missing of the programs that drive the board, and for more purposes; ends with 77 where that
+    does not work."""
+    if not all(install_packages(purpose) for purpose in ("board", *more)):
         raise SystemExit(CANNOT_RUN_HERE)
     os.environ["PATH"] += ":/usr/sbin:/sbin"
 

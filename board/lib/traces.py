@@ -28,6 +28,9 @@ def keep(controller: Controller, name: str) -> str:
         attempt(controller, lambda: keep_journal_of_the_disk(board, journal))
     for file in ("console.log", "qemu.log"):
         attempt(controller, lambda: shutil.copy(os.path.join(controller.folder, file), folder))
+    wanted = os.path.join(controller.folder, "wanted.png")
+    if os.path.exists(wanted):
+        shutil.move(wanted, folder)
     return folder
 
 
