@@ -48,7 +48,8 @@ class Catalogue:
             text = file.read()
         [(mode, items)] = re.findall(r'^CMD_(List|Type)="?([^"\n]*)"?$', text, re.MULTILINE)
         self.offers_a_choice = mode == "List"
-        self.operations = len(items.split(",")[:at_most])
+        self.keys = items.split(",")
+        self.operations = len(self.keys[:at_most])
         self.reboots = self.offers_a_choice and not re.search(r"^ENDGAME=(false|0)$", text, re.MULTILINE)
         # "Save data" is reported too; "reboot" is not.
         self.reports = self.operations + (1 if self.reboots else 0)
