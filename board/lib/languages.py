@@ -129,6 +129,9 @@ def expect_every_text(c: Controller, language: str) -> None:
 def chinese_by_its_setting(c: Controller) -> None:
     set_language(c, "zh_CN")
     assert not (files := written(c)), f"written at the start: {files}"
+    c.board.shell("touch /var/tmp/planted")
+    assert written(c).split() == ["/var/tmp", "/var/tmp/planted"], "what is written is not found"
+    c.board.shell("rm /var/tmp/planted")
     expect_language(c, "zh_CN")
     expect_every_text(c, "zh_CN")
 
