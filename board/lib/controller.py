@@ -74,7 +74,12 @@ def shows_button(screen: Screen, place: tuple[int, int]) -> bool:
 
 def shows_time_left(screen: Screen) -> bool:
     """Behind "Remaining:" is nothing until the countdown's first second has passed."""
-    return shows_list(screen) and has_dark_text(screen, 736, 20, 28, 14)
+    return shows_list(screen) and shows_digits(screen)
+
+
+def shows_digits(screen: Screen) -> bool:
+    """The countdown's, on a list in any language."""
+    return has_dark_text(screen, 736, 20, 28, 14)
 
 
 def shows_status(screen: Screen) -> bool:
