@@ -71,7 +71,9 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
     if (!isSandboxed())
         std::_Exit(cannotRunHere);
     qInstallMessageHandler(dropLines);
-    static QApplication application(*argc, *argv);
+    // Never ended: on the way out, objects of Qt that it still needs may be gone before it.
+    static auto *const application = new QApplication(*argc, *argv);
+    Q_UNUSED(application)
     QApplication::setQuitOnLastWindowClosed(false);
     return 0;
 }
