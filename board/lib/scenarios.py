@@ -703,9 +703,7 @@ def power_cuts_find_every_faulty_medium(c: Controller) -> None:
     """Each makes a mistake of its own: the replay is not always content."""
     recorder = Recorder(c)
     for name in FAULTY:
-        upgrade = powercuts.faulty(c, name)
-        recording = powercuts.record(recorder, upgrade)[0]
-        powercuts.expect_bad(c, recording, 60, SEED)
+        powercuts.expect_bad(c, recorder, powercuts.faulty(c, name), 60, SEED)
 
 
 @scenario(FULL)
