@@ -149,11 +149,13 @@ class Catalogue(Method):
 @dataclass
 class NewLanguage(Method):
     """The commands for a new language, run as they stand by a reader who does not know it: where he would open a window
-    and translate, he takes the words of another language. It is thrown away with the room."""
+    and translate, he takes the words of another language. It is thrown away with the room. With --full only, because
+    everything is built for it once more; what each command does is tested for every change."""
 
     room: str
     language: str
     words_of: str
+    night: By
 
     TRANSLATOR = """#!/bin/sh
 # linguist FILE: has every text of FILE translated, in the words of another language.
@@ -165,15 +167,18 @@ mv words "$(basename "$1")"
 """
 
     def __post_init__(self) -> None:
-        self.told = f"run by the reader {self.room}, in the words of {self.words_of}"
+        self.told = f"run by the reader {self.room}, in the words of {self.words_of}, in {self.night.file}"
 
     def check(self, block: Block) -> None:
         demand(block.language == "sh", block, "commands are in blocks of sh")
         demand(len(block.lines) == 5, block, "they are said to be five")
         begun = f"translations/update {self.language} "
         demand(begun in block.text, block, f'does not have "{begun}"')
+        demand(self.night.text in content(self.night.file), block, f'{self.night.file} has no "{self.night.text}"')
 
     def run(self, block: Block, house: House) -> None:
+        if not house.full:
+            return
         room = house.reader(self.room)
         room.do(f"{CLONE}/scripts/install-packages", "build", "simulator")
         room.write("/usr/local/bin/linguist", self.TRANSLATOR.replace("WORDS_OF", self.words_of), 0o755)

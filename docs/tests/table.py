@@ -17,12 +17,13 @@ from methods import (
 )
 
 EVERYDAY = By(".ci/run", "./test everyday")
+NIGHT = By(".ci/nightly", "docs/test --full")
 FIRST_STEPS = {
     "./demo": By("README.md", "\n./demo "),
     "./test": EVERYDAY,
     "cmake --preset dev": By("tests/analyse", "gcc_preset=dev "),
     "cmake --build --preset dev": By("tests/analyse", "gcc_preset=dev "),
-    "ctest --preset dev -R catalogue": By(".ci/nightly", "docs/test --full"),
+    "ctest --preset dev -R catalogue": NIGHT,
 }
 
 # (document, heading, which block below it): how. They are run in this order.
@@ -32,7 +33,7 @@ TABLE: dict[tuple[str, str, int], Method] = {
     ("README.md", "Build", 2): Commands("packager", controller_at_hand=True),
     ("README.md", "Two commands", 1): Commands("newcomer", elsewhere={"./test": EVERYDAY}),
     ("CONTRIBUTING.md", "First steps", 1): Commands("newcomer", elsewhere=FIRST_STEPS),
-    ("docs/translating.md", "A new language", 1): NewLanguage("newcomer", "et", "nl"),
+    ("docs/translating.md", "A new language", 1): NewLanguage("newcomer", "et", "nl", NIGHT),
     # The README's blocks have installed it already.
     ("docs/installing.md", "Installing", 1): Commands(
         before="apt-get -q purge zul-upgrade",
