@@ -26,6 +26,7 @@ ZUL_UNIT_DIR = "${@bb.utils.contains('DISTRO_FEATURES', 'systemd', d.getVar('sys
 EXTRA_OECMAKE = " \
     -DBUILD_TESTING=OFF \
     -DZUL_CATALOGUE=OFF \
+    -DZUL_GATE=OFF \
     -DZUL_STRIP=OFF \
     -DZUL_PROGRAM_DIR=${ZUL_PROGRAM_DIR} \
     -DZUL_UNIT_DIR=${ZUL_UNIT_DIR} \
