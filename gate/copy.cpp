@@ -76,8 +76,8 @@ bool isOnSameFileSystem(const Descriptor &root, const Descriptor &folder)
            && one.st_dev == other.st_dev;
 }
 
-/// One part of the way, of the kind that it has to be. Looked at before it is opened, as opening a device may
-/// do something; that it is still the same afterwards is for those to check who open it.
+/// One part of the way, of the kind that it has to be. Looked at before it is opened, as opening a device
+/// may do something; that it is still the same afterwards is for those to check who open it.
 Descriptor openPart(const Descriptor &folder, const std::string &name, mode_t kind, int flags,
                     Failure *failure)
 {

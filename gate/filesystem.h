@@ -12,7 +12,8 @@ namespace gate
 constexpr std::size_t fileSystemStart = 2048; ///< bytes of a device that tell what is on it
 
 /// What the kernel calls the file system whose first bytes these are: "vfat", "exfat" or "ext4", as which
-/// older ones of its kin can be mounted, too. Null for anything else, so that the kernel reads nothing of it.
+/// older ones of its kin can be mounted, too. Null for anything else, so that the kernel reads nothing of
+/// it.
 const char *fileSystemOf(std::string_view start);
 
 /// What it is mounted with besides. Names on FAT are UTF-8, as they are where the medium was written and

@@ -34,8 +34,8 @@ struct Settings {
 };
 
 /// Reads lines of NAME=value; empty ones and those that begin with '#' are passed over. Every line that is
-/// anything else, a name that is not known or comes twice, and a value that is not one of its kind is told in
-/// `errors`, and then there are no settings: what cannot be read may have been the line that requires a
+/// anything else, a name that is not known or comes twice, and a value that is not one of its kind is told
+/// in `errors`, and then there are no settings: what cannot be read may have been the line that requires a
 /// signature. For the same reason a signature is required unless the file says that it is not.
 std::optional<Settings> readSettings(std::string_view text, std::vector<std::string> *errors);
 

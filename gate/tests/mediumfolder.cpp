@@ -11,20 +11,30 @@
 
 #include <fcntl.h>
 
+MediumFolder::MediumFolder()
+    : own(new QTemporaryDir)
+    , root(own->path())
+{
+}
+
+MediumFolder::MediumFolder(const QString &path)
+    : root(path)
+{
+}
+
 QString MediumFolder::path(const QString &name) const
 {
-    return folder.filePath(name);
+    return QDir(root).filePath(name);
 }
 
 gate::Descriptor MediumFolder::open() const
 {
-    return gate::Descriptor(
-        ::open(folder.path().toLocal8Bit().constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return gate::Descriptor(::open(root.toLocal8Bit().constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 void MediumFolder::write(const QString &name, const QByteArray &bytes) const
 {
-    QDir(folder.path()).mkpath(QFileInfo(name).path());
+    QDir(root).mkpath(QFileInfo(name).path());
     QFile file(path(name));
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         qFatal("%s cannot be written", qPrintable(name));
@@ -47,10 +57,10 @@ void MediumFolder::remove(const QString &name) const
 QStringList MediumFolder::names() const
 {
     QStringList found;
-    QDirIterator entries(folder.path(), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+    QDirIterator entries(root, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                          QDirIterator::Subdirectories);
     while (entries.hasNext())
-        found.append(QDir(folder.path()).relativeFilePath(entries.next()));
+        found.append(QDir(root).relativeFilePath(entries.next()));
     found.sort();
     return found;
 }

@@ -9,12 +9,19 @@
 #include "gate/signature.h"
 
 #include <QByteArray>
+#include <QScopedPointer>
+#include <QStringList>
 #include <QTemporaryDir>
 
 /// A folder that stands for a medium, or for its copy.
 class MediumFolder
 {
 public:
+    /// One of its own, that goes with it.
+    MediumFolder();
+    /// One that is there.
+    explicit MediumFolder(const QString &path);
+
     QString path(const QString &name = QString()) const;
     gate::Descriptor open() const;
 
@@ -31,7 +38,8 @@ public:
     void sign(const gate::SecretKey &key, gate::Manifest manifest = gate::Manifest()) const;
 
 private:
-    QTemporaryDir folder;
+    QScopedPointer<QTemporaryDir> own;
+    const QString root;
 };
 
 #endif
