@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <functional>
@@ -123,7 +124,7 @@ pid_t inProcess(const std::function<void()> &work)
     } catch (const std::exception &) {
         _exit(1); // no memory; what waits for an answer gets none
     }
-    _exit(0);
+    std::exit(0);
 }
 
 // --- The judge --------------------------------------------------------------------------------------------
@@ -145,12 +146,12 @@ bool shutIn(const std::string &stage)
 }
 
 /// Reads the medium; the only process that does. Asks for room by `outbox` and takes any byte for a yes.
-void runJudge(const std::string &stage, const Policy &policy, const Descriptor &outbox,
-              const Descriptor &inbox)
+[[noreturn]] void runJudge(const std::string &stage, const Policy &policy, const Descriptor &outbox,
+                           const Descriptor &inbox)
 {
     if (!shutIn(stage)) {
         send(outbox, refused("the judge cannot be shut in: " + systemError()));
-        return;
+        _exit(0);
     }
     const Descriptor medium(open("/medium", O_PATH | O_DIRECTORY | O_CLOEXEC));
     const Verdict verdict = judgeAndCopy(medium, policy, [&](const Manifest &manifest, std::string *error) {
@@ -164,6 +165,7 @@ void runJudge(const std::string &stage, const Policy &policy, const Descriptor &
                                                            : -1);
     });
     send(outbox, finished(verdict));
+    _exit(0); // what is to be done at the end of a program is outside
 }
 
 // --- The stage --------------------------------------------------------------------------------------------
