@@ -22,7 +22,7 @@ endfunction()
 
 # zul_install_text(FILE DIRECTORY NAME [PERMISSION...]): FILE, of packaging/, with the directories as they are.
 function(zul_install_text file directory name)
-    foreach(variable PROGRAM SYSCONF SHARE CACHE DOC LIBEXEC)
+    foreach(variable PROGRAM SBIN SYSCONF SHARE CACHE DOC LIBEXEC)
         zul_absolute(ZUL_${variable}_DIR "${ZUL_${variable}_DIR}")
     endforeach()
     zul_absolute(directory "${directory}")

@@ -4,6 +4,8 @@
 #include "gate/settings.h"
 #include "gate/text.h"
 
+#include <QFile>
+#include <QRegularExpression>
 #include <QTest>
 
 using gate::Settings;
@@ -25,6 +27,7 @@ private slots:
     void everyDamagedLineIsTold();
     void noSingleDamageTurnsARequiredSignatureOff();
     void aFileThatIsTooLongLeavesNoSettings();
+    void theFileThatIsInstalledSaysWhatIsUsual();
 };
 
 namespace
@@ -197,6 +200,26 @@ void TestSettings::aFileThatIsTooLongLeavesNoSettings()
     QVERIFY(read(longest, &errors));
     QVERIFY(!read(longest + 'x', &errors));
     QCOMPARE(errors.front(), std::string("longer than 65536 bytes"));
+}
+
+/// As it is, and with every setting that it only mentions.
+void TestSettings::theFileThatIsInstalledSaysWhatIsUsual()
+{
+    QFile file(ZUL_SETTINGS);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QString text = QString::fromUtf8(file.readAll());
+    QCOMPARE(readWell(text.toUtf8()).signature, Settings::Signature::Off);
+    const QRegularExpression mention("^#(?=[A-Z][A-Za-z]+=)", QRegularExpression::MultilineOption);
+    QCOMPARE(text.count(mention), 7);
+    const Settings mentioned = readWell(text.remove(mention).toUtf8());
+    const Settings usual;
+    QCOMPARE(mentioned.results, usual.results);
+    QCOMPARE(mentioned.rememberSerial, usual.rememberSerial);
+    QCOMPARE(mentioned.minimumSerial, usual.minimumSerial);
+    QCOMPARE(mentioned.maximumSize, usual.maximumSize);
+    QCOMPARE(mentioned.freeMemory, usual.freeMemory);
+    QCOMPARE(mentioned.compatible, usual.compatible);
+    QCOMPARE(mentioned.onRefused, usual.onRefused);
 }
 
 QTEST_GUILESS_MAIN(TestSettings)
