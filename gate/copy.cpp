@@ -3,13 +3,9 @@
 
 #include "gate/copy.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <functional>
-#include <memory>
-#include <new>
+#include "gate/content.h"
 
-#include <openssl/evp.h>
+#include <cerrno>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,39 +16,6 @@ namespace gate
 
 namespace
 {
-
-constexpr std::size_t bufferSize = 65536;
-
-class Sha256
-{
-public:
-    Sha256()
-        : context(EVP_MD_CTX_new(), EVP_MD_CTX_free)
-    {
-        if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)
-            throw std::bad_alloc();
-    }
-
-    void add(const char *bytes, std::size_t size)
-    {
-        EVP_DigestUpdate(context.get(), bytes, size);
-    }
-
-    /// 64 digits; nothing can be added any more.
-    std::string digits()
-    {
-        unsigned char sum[EVP_MAX_MD_SIZE];
-        unsigned int size = 0;
-        EVP_DigestFinal_ex(context.get(), sum, &size);
-        std::string text;
-        for (const unsigned char byte : std::string_view(reinterpret_cast<const char *>(sum), size))
-            text.append({"0123456789abcdef"[byte >> 4], "0123456789abcdef"[byte & 15]});
-        return text;
-    }
-
-private:
-    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context;
-};
 
 bool fail(std::string *error, const std::string &why)
 {
@@ -110,27 +73,13 @@ Descriptor openFolder(const Descriptor &root, const Descriptor &folder, const st
     return part;
 }
 
-using Write = std::function<bool(const char *bytes, std::size_t size, std::string *error)>;
-
 /// Reads no more than one byte beyond the size that the file has to have.
-bool readThrough(const Descriptor &source, const ListedFile &file, const Write &write, std::string *error)
+bool readThrough(const Descriptor &source, const ListedFile &file, const TakeBytes &take, std::string *error)
 {
-    Sha256 sum;
-    std::string buffer(bufferSize, '\0');
-    std::uint64_t done = 0;
-    long count = 0;
-    do {
-        count = readSome(source, buffer.data(), bufferSize);
-        if (count < 0)
-            return fail(error, "cannot be read: " + systemError());
-        done += static_cast<std::uint64_t>(count);
-        if (done > file.size)
-            break;
-        sum.add(buffer.data(), static_cast<std::size_t>(count));
-        if (!write(buffer.data(), static_cast<std::size_t>(count), error))
-            return false;
-    } while (static_cast<std::size_t>(count) == bufferSize);
-    return (done == file.size && sum.digits() == file.sha256) || fail(error, "is not what was signed");
+    Content content;
+    return readContent(source, file.size, take, &content, error)
+           && ((content.size == file.size && content.sha256 == file.sha256)
+               || fail(error, "is not what was signed"));
 }
 
 bool writeAll(const Descriptor &target, const char *bytes, std::size_t size, std::string *error)
@@ -172,7 +121,7 @@ bool copyInto(const Descriptor &medium, const ListedFile &file, const Descriptor
                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!copy.isOpen())
         return fail(error, "cannot be copied: " + systemError());
-    const Write write = [&copy](const char *bytes, std::size_t size, std::string *why) {
+    const TakeBytes write = [&copy](const char *bytes, std::size_t size, std::string *why) {
         return writeAll(copy, bytes, size, why);
     };
     return readThrough(source, file, write, error)
@@ -181,7 +130,7 @@ bool copyInto(const Descriptor &medium, const ListedFile &file, const Descriptor
 
 bool check(const Descriptor &medium, const ListedFile &file, std::string *error)
 {
-    const Write nowhere = [](const char *, std::size_t, std::string *) { return true; };
+    const TakeBytes nowhere = [](const char *, std::size_t, std::string *) { return true; };
     const Descriptor source = openListed(medium, file, error);
     return source.isOpen() && readThrough(source, file, nowhere, error);
 }
