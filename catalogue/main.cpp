@@ -6,6 +6,7 @@
 #include "reading/medium.h"
 #include "report/report.h"
 #include "scaffold.h"
+#include "signing/signing.h"
 #include "window/language.h"
 #include "window/preview.h"
 #include "window/screen.h"
@@ -26,24 +27,26 @@ namespace
 const char usage[] = R"(Usage: zul_catalogue check [--strict] [--json] [--mounted-at DIR] MEDIUM
        zul_catalogue preview MEDIUM -o DIR [--language LANG] [--mounted-at DIR]
        zul_catalogue new DIR
+       zul_catalogue sign MEDIUM --key FILE [--compatible NAME] [--serial N]
+       zul_catalogue verify MEDIUM --key FILE [--compatible NAME] [--serial N]
 
 check    prints what the controller shows and runs with a medium, then what is
          wrong with it; MEDIUM is its folder, or a system.ini
 preview  draws every screen that the operator sees, as pictures
 new      makes a small, commented medium to start from
+sign     checks strictly, then signs; verify says what a controller's gate says
 
   --strict           warnings count: exit code 1
   --json             print the report for programs
   --mounted-at DIR   where the controller mounts the medium
   -o, --output DIR   folder for the pictures
-  --language LANG    the controller's: a code such as zh_CN, a translation
-                     file, or "all" for a sheet of each
-  -h, --help         print this
-  -v, --version      print the version
-
-Exit codes: 0 clean, 1 warnings with --strict, 2 errors, 64 wrong usage,
-65 not a catalogue, 66 nothing to read, 70 cannot start, 73 cannot be written.
-Runs nothing of the medium. Manual: man zul_catalogue, writing-catalogues.md
+  --language LANG    a code such as zh_CN, a translation file, or "all"
+  --key FILE         the secret key; to verify, the public one
+  --compatible NAME  the controller; --serial N  the number, or the lowest one
+  -h, --help, -v, --version
+Exit codes: 0 clean, 1 warnings with --strict, 2 errors or refused,
+64 wrong usage, 65 not a catalogue or key, 66 nothing to read, 70 cannot start,
+73 cannot be written. Runs nothing of the medium. Manual: man zul_catalogue
 )";
 
 struct Options {
@@ -55,6 +58,7 @@ struct Options {
     QString output;
     QString language;
     QString mountedAt;
+    Signing signing;
 };
 
 bool readOptions(const QStringList &arguments, Options *options, QString *error)
@@ -63,33 +67,46 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
     const QCommandLineOption strict("strict"), json("json"), help(QStringList{"h", "help"}),
         version(QStringList{"v", "version"});
     const QCommandLineOption output(QStringList{"o", "output"}, "", "DIR"), language("language", "", "LANG");
-    const QCommandLineOption mountedAt("mounted-at", "", "DIR");
-    parser.addOptions({strict, json, help, version, output, language, mountedAt});
+    const QCommandLineOption mountedAt("mounted-at", "", "DIR"), key("key", "", "FILE");
+    const QCommandLineOption compatible("compatible", "", "NAME"), serial("serial", "", "N");
+    parser.addOptions({strict, json, help, version, output, language, mountedAt, key, compatible, serial});
     if (!parser.parse(arguments)) {
         *error = parser.errorText();
         return false;
     }
-    *options = {parser.positionalArguments(), parser.isSet(strict),   parser.isSet(json),
-                parser.isSet(help),           parser.isSet(version),  parser.value(output),
-                parser.value(language),       parser.value(mountedAt)};
+    *options = {parser.positionalArguments(),
+                parser.isSet(strict),
+                parser.isSet(json),
+                parser.isSet(help),
+                parser.isSet(version),
+                parser.value(output),
+                parser.value(language),
+                parser.value(mountedAt),
+                {parser.value(key), parser.value(compatible), parser.value(serial)}};
     return true;
 }
 
 QString wrongUsage(const Options &options)
 {
     const QString command = options.words.value(0);
+    const bool isSigning = command == "sign" || command == "verify";
     if (command.isEmpty())
         return "a command is missing";
-    if (!QStringList{"check", "preview", "new"}.contains(command))
+    if (!isSigning && !QStringList{"check", "preview", "new"}.contains(command))
         return "unknown command: " + command;
     if (options.words.size() != 2 || options.words.at(1).isEmpty())
         return command + " takes one " + (command == "new" ? "DIR" : "MEDIUM");
     if ((options.strict || options.json) && command != "check")
         return "--strict and --json are for check";
-    if (!options.mountedAt.isEmpty() && command == "new")
+    if (!options.mountedAt.isEmpty() && (command == "new" || isSigning))
         return "--mounted-at is for check and preview";
     if ((!options.output.isEmpty() || !options.language.isEmpty()) && command != "preview")
         return "-o and --language are for preview";
+    const Signing &signing = options.signing;
+    if (!isSigning && !(signing.key + signing.compatible + signing.serial).isEmpty())
+        return "--key, --compatible and --serial are for sign and verify";
+    if (isSigning && signing.key.isEmpty())
+        return command + " needs --key FILE";
     return command == "preview" && options.output.isEmpty() ? "preview needs -o DIR" : QString();
 }
 
@@ -159,20 +176,55 @@ int printFiles(bool done, const QStringList &files, const Failure &failure)
     return ExitClean;
 }
 
+int sign(const Options &options, const Medium &medium)
+{
+    if (medium.root.isEmpty())
+        return fail(ExitData, medium.catalogue + ": not in a medium, which is what is signed");
+    const Verdict verdict = readVerdict(medium.catalogue);
+    const Findings findings = findAll(medium, IniFile(medium.bytes), verdict, Screen());
+    if (exitCodeOf(findings, true) != ExitClean) {
+        const QByteArray report = textReport(medium, verdict, findings, wantsColours());
+        std::fwrite(report.constData(), 1, static_cast<size_t>(report.size()), stdout);
+        return fail(exitCodeOf(findings, true),
+                    medium.root + ": not signed, as there are warnings or errors");
+    }
+    Failure failure;
+    QStringList files;
+    const bool isSigned = signMedium(medium.root, options.signing, &files, &failure);
+    return printFiles(isSigned, files, failure);
+}
+
+/// What is wrong with the catalogue is not the gate's affair, not even whether there is one.
+int verify(const Options &options)
+{
+    Failure failure;
+    bool isAccepted = false;
+    QString line;
+    if (!verifyMedium(options.words.at(1), options.signing, &isAccepted, &line, &failure))
+        return fail(failure.exitCode, failure.message);
+    std::printf("%s\n", qPrintable(printable(line)));
+    return isAccepted ? ExitClean : ExitErrors;
+}
+
 int run(const Options &options)
 {
     Failure failure;
     QStringList files;
-    if (options.words.at(0) == "new")
+    const QString command = options.words.at(0);
+    if (command == "new")
         return printFiles(makeMedium(options.words.at(1), &files, &failure), files, failure);
+    if (command == "verify")
+        return verify(options);
     Medium medium;
     if (!openMedium(options.words.at(1), &medium, &failure))
         return fail(failure.exitCode, failure.message);
     if (!options.mountedAt.isEmpty())
         medium.mountDirectory = options.mountedAt;
     warnOfOtherFonts();
-    if (options.words.at(0) == "check")
+    if (command == "check")
         return check(options, medium);
+    if (command == "sign")
+        return sign(options, medium);
     return printFiles(previewMedium(medium, options.output, options.language, &files, &failure), files,
                       failure);
 }
