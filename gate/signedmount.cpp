@@ -14,7 +14,11 @@
 #include <cstring>
 #include <exception>
 #include <functional>
+#include <limits>
+#include <memory>
+#include <vector>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <linux/capability.h>
 #include <sched.h>
@@ -39,6 +43,7 @@ constexpr unsigned long harmless = MS_NOSUID | MS_NODEV | MS_NOSYMFOLLOW | MS_NO
 constexpr std::uint64_t spareEntries =
     16; ///< for the root, the folder for results and what the kernel counts besides
 constexpr std::uint64_t spareBytes = 65536;
+constexpr std::uint64_t largestDescriptor = std::numeric_limits<int>::max();
 
 // --- What the processes tell one another ------------------------------------------------------------------
 
@@ -139,6 +144,21 @@ bool giveUpPower()
     return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && syscall(SYS_capset, &header, sets) == 0;
 }
 
+/// Closes what this process has of others' files, such as locks, but for its part of the two pipes.
+bool closeOthers(const Descriptor &outbox, const Descriptor &inbox)
+{
+    const std::unique_ptr<DIR, int (*)(DIR *)> listing(opendir("/proc/self/fd"), closedir);
+    std::vector<int> numbers;
+    while (const dirent *entry = listing ? readdir(listing.get()) : nullptr)
+        numbers.push_back(static_cast<int>(readNumber(entry->d_name, largestDescriptor).value_or(0)));
+    for (const int number : numbers) {
+        const bool isKept = number <= STDERR_FILENO || number == outbox.number() || number == inbox.number();
+        if (!isKept && number != dirfd(listing.get()))
+            close(number);
+    }
+    return listing != nullptr;
+}
+
 /// Shuts this process into the stage.
 bool shutIn(const std::string &stage)
 {
@@ -149,11 +169,11 @@ bool shutIn(const std::string &stage)
 [[noreturn]] void runJudge(const std::string &stage, const Policy &policy, const Descriptor &outbox,
                            const Descriptor &inbox)
 {
-    if (!shutIn(stage)) {
+    if (!closeOthers(outbox, inbox) || !shutIn(stage)) {
         send(outbox, refused("the judge cannot be shut in: " + systemError()));
         _exit(0);
     }
-    const Descriptor medium(open("/medium", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor medium(open("medium", O_PATH | O_DIRECTORY | O_CLOEXEC));
     const Verdict verdict = judgeAndCopy(medium, policy, [&](const Manifest &manifest, std::string *error) {
         Message message = {};
         message.kind = Message::RoomNeeded;
@@ -161,11 +181,11 @@ bool shutIn(const std::string &stage)
         send(outbox, message);
         char answer = 0;
         *error = "there is no room for the copy";
-        return Descriptor(readSome(inbox, &answer, 1) == 1 ? open("/copy", O_PATH | O_DIRECTORY | O_CLOEXEC)
+        return Descriptor(readSome(inbox, &answer, 1) == 1 ? open("copy", O_PATH | O_DIRECTORY | O_CLOEXEC)
                                                            : -1);
     });
     send(outbox, finished(verdict));
-    _exit(0); // what is to be done at the end of a program is outside
+    _exit(0); // what a program does at its end needs files that are outside
 }
 
 // --- The stage --------------------------------------------------------------------------------------------

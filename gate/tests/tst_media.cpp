@@ -16,6 +16,7 @@
 #include <csignal>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -47,6 +48,11 @@ private slots:
     void theDirectorysMountMayBeShared();
     void whatIsRefusedIsMountedNowhere_data();
     void whatIsRefusedIsMountedNowhere();
+    void whatCannotBeMountedIsTold_data();
+    void whatCannotBeMountedIsTold();
+    void withoutAPlaceToJudgeItIsRefused();
+    void withoutADirectoryItIsRefused();
+    void aSerialThatCannotBeWrittenIsTold();
     void theOwnersProgramHearsOfIt();
 
     void damagedSettingsMountNothing_data();
@@ -64,6 +70,9 @@ private slots:
     void twoMediaAtOnceAreBothJudged();
     void theToolSeesItWholeOrNotAtAll();
     void killedAtAnyMomentItLeavesAllOrNothing();
+    void whoeverOfThemIsKilledItIsRefused_data();
+    void whoeverOfThemIsKilledItIsRefused();
+    void theJudgeCanDoNothingElse();
     void namesOfMediaAreNames_data();
     void namesOfMediaAreNames();
 
@@ -77,6 +86,11 @@ private:
     static QString toolsMedium();
     QString directory(const QString &name) const;
     QStringList mountsBelow() const;
+    /// Until every process that mounts the medium has ended: each of them has its lock.
+    void waitForAllOfThem(const QString &name) const;
+    /// Starts mounting a large medium and stops who mounts, or who judges, at work. Returns that process; 0
+    /// when it has ended too soon each time.
+    qint64 stopAtWork(QProcess *process, bool isJudge);
 
     SecretKey owner = SecretKey::make();
     QString said;
@@ -109,6 +123,28 @@ Mount mountAt(const QString &path)
 bool has(const std::string &options, const char *option)
 {
     return QString::fromStdString(options).split(',').contains(option);
+}
+
+/// The first process that this one starts, once it has; 0 when it ends before.
+qint64 childOf(qint64 process)
+{
+    const QString path = QString("/proc/%1/task/%1/children").arg(process);
+    QByteArray children;
+    while (QFile::exists(path) && children.trimmed().isEmpty())
+        children = read(path);
+    return children.split(' ').first().toLongLong();
+}
+
+/// Whether the judge has a file of the copy open.
+bool isCopying(qint64 judge)
+{
+    const QString folder = QString("/proc/%1/fd").arg(judge);
+    for (const QString &number :
+         QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
+        if (QFile::symLinkTarget(folder + '/' + number).contains("/stage/copy/"))
+            return true;
+    }
+    return false;
 }
 
 constexpr char usual[] = "Signature=required\nFreeMemory=0\n";
@@ -189,6 +225,37 @@ QString TestMedia::toolsMedium()
             found = line.split(' ').last();
     }
     return found;
+}
+
+void TestMedia::waitForAllOfThem(const QString &name) const
+{
+    const QByteArray lock = (root + "/run/zul_media/" + name + ".lock").toLocal8Bit();
+    const gate::Descriptor file(open(lock.constData(), O_RDWR | O_CLOEXEC));
+    QVERIFY(!file.isOpen() || flock(file.number(), LOCK_EX) == 0);
+}
+
+qint64 TestMedia::stopAtWork(QProcess *process, bool isJudge)
+{
+    writeMedium("sda1", QByteArray(100 * 1024 * 1024, 'x'));
+    sign("sda1", owner);
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        process->start(ZUL_MEDIA, {root, "mount", "sda1"});
+        process->waitForStarted();
+        const qint64 stage = childOf(process->processId()), judge = childOf(stage);
+        // The copy's folder is open once everything else is done.
+        while (QFile::exists(QString("/proc/%1/fd").arg(judge)) && !isCopying(judge)) {
+        }
+        const qint64 victim = isJudge ? judge : stage;
+        if (victim > 0 && kill(static_cast<pid_t>(victim), SIGSTOP) == 0) {
+            if (isCopying(judge))
+                return victim;
+            kill(static_cast<pid_t>(victim), SIGCONT);
+        }
+        process->waitForFinished();
+        process->readAll();
+        zulMedia({"unmount", "sda1"});
+    }
+    return 0;
 }
 
 QStringList TestMedia::mountsBelow() const
@@ -381,6 +448,67 @@ void TestMedia::whatIsRefusedIsMountedNowhere()
     QCOMPARE(said, QString("sda1: removed\n"));
     QCOMPARE(zulMedia({"unmount", "sda1"}), int(gate::ExitDone));
     QCOMPARE(said, QString());
+}
+
+void TestMedia::whatCannotBeMountedIsTold_data()
+{
+    QTest::addColumn<QByteArray>("settings");
+    QTest::addColumn<int>("result");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("as it is") << QByteArray("Signature=off\n") << int(gate::ExitFailed)
+                              << "sda1: cannot be mounted: No such file or directory\n";
+    QTest::newRow("signed") << QByteArray(usual) << int(gate::ExitRefused)
+                            << "sda1: refused: cannot be mounted: No such file or directory\n";
+}
+
+void TestMedia::whatCannotBeMountedIsTold()
+{
+    QFETCH(QByteArray, settings);
+    QFETCH(int, result);
+    QFETCH(QString, line);
+    configure(settings);
+    QVERIFY(QDir(root + "/devices/sda1").removeRecursively());
+    QCOMPARE(zulMedia({"mount", "sda1"}), result);
+    QCOMPARE(said, line);
+    QCOMPARE(toolsMedium(), QString());
+}
+
+/// What is mounted there would be seen by all.
+void TestMedia::withoutAPlaceToJudgeItIsRefused()
+{
+    sign("sda1", owner);
+    QCOMPARE(umount((root + "/run").toLocal8Bit().constData()), 0);
+    QCOMPARE(mount(nullptr, "/mnt", nullptr, MS_SHARED, nullptr), 0);
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitRefused));
+    QCOMPARE(said, QString("sda1: refused: cannot be mounted: %1/run/zul_media/stage is on the same mount as "
+                           "%1/media/sda1\n")
+                       .arg(root));
+    QCOMPARE(mountsBelow(), QStringList());
+}
+
+void TestMedia::withoutADirectoryItIsRefused()
+{
+    QVERIFY(QDir(root).rmdir("media"));
+    write(root + "/media", "");
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitRefused));
+    QCOMPARE(said, QString("sda1: refused: %1/media/sda1: Not a directory\n").arg(root));
+    QVERIFY(QFile::remove(root + "/media"));
+}
+
+/// A full disk does not lock out the medium that makes room.
+void TestMedia::aSerialThatCannotBeWrittenIsTold()
+{
+    configure(QByteArray(usual) + "RememberSerial=yes\n");
+    Manifest manifest;
+    manifest.serial = 5;
+    sign("sda1", owner, manifest);
+    QVERIFY(QDir(root).mkdir("serial.new"));
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
+    QCOMPARE(
+        said,
+        QString(
+            "sda1: accepted: signed by owner.pem, serial 5\n%1/serial: cannot be written: Is a directory\n")
+            .arg(root));
 }
 
 void TestMedia::theOwnersProgramHearsOfIt()
@@ -586,6 +714,7 @@ void TestMedia::killedAtAnyMomentItLeavesAllOrNothing()
         process.waitForFinished(longest * part / 20);
         process.kill();
         QVERIFY(process.state() == QProcess::NotRunning || process.waitForFinished());
+        waitForAllOfThem("sda1");
         const bool isThere = !toolsMedium().isEmpty();
         QCOMPARE(QFileInfo::exists(directory("sda1") + "/zul_install/update.sh"), isThere);
         QCOMPARE(zulMedia({"unmount", "sda1"}), int(gate::ExitDone));
@@ -593,6 +722,59 @@ void TestMedia::killedAtAnyMomentItLeavesAllOrNothing()
         QCOMPARE(mountsBelow(), (QStringList{"/media", "/run"}));
     }
     QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
+}
+
+void TestMedia::whoeverOfThemIsKilledItIsRefused_data()
+{
+    QTest::addColumn<bool>("isJudge");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("who mounts") << false << "the process that mounts has ended";
+    QTest::newRow("who judges") << true << "the judge has ended without a verdict";
+}
+
+void TestMedia::whoeverOfThemIsKilledItIsRefused()
+{
+    QFETCH(bool, isJudge);
+    QFETCH(QString, line);
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    const qint64 victim = stopAtWork(&process, isJudge);
+    QVERIFY(victim > 0);
+    QCOMPARE(kill(static_cast<pid_t>(victim), SIGKILL), 0);
+    QVERIFY(process.waitForFinished());
+    waitForAllOfThem("sda1");
+    QCOMPARE(process.exitCode(), int(gate::ExitRefused));
+    QCOMPARE(QString::fromUtf8(process.readAll()), "sda1: refused: " + line + '\n');
+    QCOMPARE(toolsMedium(), QString());
+    QVERIFY(!mountsBelow().contains("/media/sda1"));
+}
+
+void TestMedia::theJudgeCanDoNothingElse()
+{
+#ifdef ZUL_COVERAGE
+    return; // there it is not shut in, see zul_media_of_folders.cpp
+#endif
+    QProcess process;
+    const qint64 judge = stopAtWork(&process, true);
+    QVERIFY(judge > 0);
+    const QString about = QString("/proc/%1/").arg(judge);
+    const QByteArray status = read(about + "status");
+    const QString itsRoot = QFile::symLinkTarget(about + "root");
+    QStringList others;
+    for (const QString &number :
+         QDir(about + "fd").entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
+        const QString target = QFile::symLinkTarget(about + "fd/" + number);
+        if (number.toInt() > STDERR_FILENO && !target.contains("pipe:") && !target.contains("/stage/"))
+            others.append(target);
+    }
+    QCOMPARE(kill(static_cast<pid_t>(judge), SIGCONT), 0);
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitCode(), int(gate::ExitDone));
+    QVERIFY2(status.contains("CapPrm:\t0000000000000004\n"), status.constData()); // to read others' files
+    QVERIFY2(status.contains("CapEff:\t0000000000000004\n"), status.constData());
+    QVERIFY2(status.contains("NoNewPrivs:\t1\n"), status.constData());
+    QCOMPARE(itsRoot, root + "/run/zul_media/stage");
+    QCOMPARE(others, QStringList());
 }
 
 void TestMedia::namesOfMediaAreNames_data()
