@@ -170,8 +170,8 @@ int mountAsItIs(const Medium &medium, const std::string &directory)
         say(medium.name(), "cannot be mounted: " + error);
         return ExitFailed;
     }
-    const bool followsLinks = mountOf(directory).options.find("nosymfollow") == std::string::npos;
-    say(medium.name(), "mounted" + std::string(followsLinks ? "; this kernel follows the links on it" : ""));
+    const bool follows = followsLinks(mountOf(directory));
+    say(medium.name(), "mounted" + std::string(follows ? "; this kernel follows the links on it" : ""));
     return ExitDone;
 }
 

@@ -145,6 +145,12 @@ Mount mountOf(const std::string &path)
     return Mount();
 }
 
+bool followsLinks(const Mount &mount)
+{
+    return mount.type != "vfat" && mount.type != "exfat"
+           && (',' + mount.options + ',').find(",nosymfollow,") == std::string::npos;
+}
+
 std::vector<std::string> disksOf(const std::string &device, const std::string &sys)
 {
     std::vector<std::string> disks, nodes;

@@ -34,6 +34,10 @@ bool isAtOrBelow(std::string_view path, std::string_view directory);
 /// The mount that `path` is on. An id of 0 when that cannot be found out.
 Mount mountOf(const std::string &path);
 
+/// Whether a link on this mount would be followed. FAT has none; elsewhere the kernel has to keep from it,
+/// which one before 5.10 does not, whatever it is asked to.
+bool followsLinks(const Mount &mount);
+
 /// The disks that these mounts and the swap are on, as paths below `sys`/devices, which is /sys on a
 /// controller. What is mounted at or below `except` does not count.
 std::vector<std::string> disksInUse(const std::vector<Mount> &mounts, std::string_view swaps,

@@ -323,9 +323,12 @@ bool Stage::addResults(std::string *error)
     if (!folder.isOpen() || mkdir(place.c_str(), 0755) != 0
         || mount(source.c_str(), place.c_str(), nullptr, MS_BIND, nullptr) != 0)
         return failed(error);
-    if (mount(nullptr, place.c_str(), nullptr, MS_REMOUNT | MS_BIND | harmless | MS_NOEXEC, nullptr) == 0)
+    if (mount(nullptr, place.c_str(), nullptr, MS_REMOUNT | MS_BIND | harmless | MS_NOEXEC, nullptr) != 0)
+        failed(error);
+    else if (followsLinks(mountOf(place)))
+        *error = "this kernel would follow the links in it";
+    else
         return true;
-    failed(error);
     umount2(place.c_str(), MNT_DETACH); // writable, but not harmless
     return false;
 }

@@ -66,6 +66,8 @@ private slots:
     void resultsAreWrittenToTheMedium();
     void resultsAreNotTakenForAMedium();
     void resultsThatCannotBeWrittenAreTold();
+    void onAnOldKernelLinksAreTold();
+    void onAnOldKernelThereAreNoResultsWithLinks();
 
     void twoMediaAtOnceAreBothJudged();
     void theToolSeesItWholeOrNotAtAll();
@@ -652,6 +654,29 @@ void TestMedia::resultsThatCannotBeWrittenAreTold()
     QVERIFY(QFile::link("/tmp", root + "/devices/sda1/zul_results"));
     QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
     QCOMPARE(said, QString("sda1: accepted: signed by owner.pem; no folder for results: Not a directory\n"));
+    QCOMPARE(toolsMedium(), directory("sda1"));
+    QCOMPARE(mountsBelow(), (QStringList{"/media", "/media/sda1", "/run"}));
+}
+
+void TestMedia::onAnOldKernelLinksAreTold()
+{
+    configure("Signature=off\n");
+    qputenv("ZUL_OLD_KERNEL", "1");
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
+    qunsetenv("ZUL_OLD_KERNEL");
+    QCOMPARE(said, QString("sda1: mounted; this kernel follows the links on it\n"));
+}
+
+/// What a command writes there would go wherever a link leads that was on the medium before.
+void TestMedia::onAnOldKernelThereAreNoResultsWithLinks()
+{
+    configure(QByteArray(usual) + "Results=yes\n");
+    sign("sda1", owner);
+    qputenv("ZUL_OLD_KERNEL", "1");
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
+    qunsetenv("ZUL_OLD_KERNEL");
+    QCOMPARE(said, QString("sda1: accepted: signed by owner.pem; no folder for results: this kernel would "
+                           "follow the links in it\n"));
     QCOMPARE(toolsMedium(), directory("sda1"));
     QCOMPARE(mountsBelow(), (QStringList{"/media", "/media/sda1", "/run"}));
 }

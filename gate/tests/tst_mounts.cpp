@@ -24,6 +24,8 @@ private slots:
     void whatIsNoLineIsLeftOut_data();
     void whatIsNoLineIsLeftOut();
     void ourOwnMountsAreFound();
+    void linksAreFollowedOrNot_data();
+    void linksAreFollowedOrNot();
     void pathsAreComparedPartByPart_data();
     void pathsAreComparedPartByPart();
     void aPartitionIsPartOfItsDisk();
@@ -127,6 +129,28 @@ void TestMounts::ourOwnMountsAreFound()
     QVERIFY(shared.isShared);
     QVERIFY(gate::mountOf(directory).directory != directory);
     QCOMPARE(gate::mountOf(directory + "/none").id, 0);
+}
+
+void TestMounts::linksAreFollowedOrNot_data()
+{
+    QTest::addColumn<QByteArray>("type");
+    QTest::addColumn<QByteArray>("options");
+    QTest::addColumn<bool>("areFollowed");
+    QTest::newRow("asked for") << QByteArray("ext4") << QByteArray("rw,nosymfollow,noatime") << false;
+    QTest::newRow("not known to the kernel") << QByteArray("ext4") << QByteArray("rw,noatime") << true;
+    QTest::newRow("another word") << QByteArray("ext4") << QByteArray("rw,nosymfollows") << true;
+    QTest::newRow("FAT has none") << QByteArray("vfat") << QByteArray("rw") << false;
+    QTest::newRow("exFAT has none") << QByteArray("exfat") << QByteArray("rw") << false;
+}
+
+void TestMounts::linksAreFollowedOrNot()
+{
+    QFETCH(QByteArray, type);
+    QFETCH(QByteArray, options);
+    Mount mount;
+    mount.type = type.toStdString();
+    mount.options = options.toStdString();
+    QTEST(gate::followsLinks(mount), "areFollowed");
 }
 
 void TestMounts::pathsAreComparedPartByPart_data()
