@@ -53,11 +53,11 @@ bool readContent(const Descriptor &file, std::uint64_t largest, const TakeBytes 
                  std::string *error)
 {
     Sha256 sum;
-    std::string buffer(bufferSize, '\0');
+    char buffer[bufferSize]; // as it is: filling it first would take longer than a small file itself
     long count = 0;
     *content = Content();
     do {
-        count = readSome(file, buffer.data(), bufferSize);
+        count = readSome(file, buffer, bufferSize);
         if (count < 0) {
             *error = "cannot be read: " + systemError();
             return false;
@@ -65,8 +65,8 @@ bool readContent(const Descriptor &file, std::uint64_t largest, const TakeBytes 
         content->size += static_cast<std::uint64_t>(count);
         if (content->size > largest)
             return true;
-        sum.add(buffer.data(), static_cast<std::size_t>(count));
-        if (!take(buffer.data(), static_cast<std::size_t>(count), error))
+        sum.add(buffer, static_cast<std::size_t>(count));
+        if (!take(buffer, static_cast<std::size_t>(count), error))
             return false;
     } while (static_cast<std::size_t>(count) == bufferSize);
     content->sha256 = sum.digits();
