@@ -8,8 +8,9 @@
 #include "gate/text.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <iomanip>
 #include <set>
+#include <sstream>
 
 namespace gate
 {
@@ -209,18 +210,18 @@ std::string Reader::enter(const ListedFile &file, Manifest *manifest)
 
 std::string textOf(const Manifest &manifest)
 {
-    std::string text = std::string(header) + '\n';
+    std::ostringstream text;
+    text << header << '\n';
     if (manifest.compatible)
-        text += "#compatible " + *manifest.compatible + '\n';
+        text << "#compatible " << *manifest.compatible << '\n';
     if (manifest.serial)
-        text += "#serial " + std::to_string(*manifest.serial) + '\n';
+        text << "#serial " << *manifest.serial << '\n';
     for (const ListedFile &file : manifest.files) {
-        char line[64];
-        std::snprintf(line, sizeof line, "#file %ju %03o\n", static_cast<std::uintmax_t>(file.size),
-                      file.mode);
-        text += line + file.sha256 + "  " + file.path + '\n';
+        text << "#file " << file.size << ' ' << std::oct << std::setw(3) << std::setfill('0') << file.mode
+             << std::dec << '\n';
+        text << file.sha256 << separator << file.path << '\n';
     }
-    return text;
+    return text.str();
 }
 
 } // namespace

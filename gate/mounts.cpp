@@ -137,9 +137,9 @@ Mount mountOf(const std::string &path)
         if (line.substr(0, 8) != "mnt_id:\t")
             continue;
         const auto id = readNumber(line.substr(8), std::numeric_limits<int>::max());
-        for (Mount &mount : currentMounts()) {
+        for (const Mount &mount : currentMounts()) {
             if (id && mount.id == static_cast<int>(*id))
-                return std::move(mount);
+                return mount;
         }
     }
     return Mount();
