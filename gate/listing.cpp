@@ -14,6 +14,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 
 namespace gate
 {
@@ -31,26 +32,18 @@ bool isLeftOut(const std::string &path)
                   != std::end(systemsFolders);
 }
 
-bool isProgram(std::string_view start)
-{
-    constexpr std::string_view script = "#!", program = "\x7f"
-                                                        "ELF";
-    return start.substr(0, script.size()) == script || start.substr(0, program.size()) == program;
-}
-
 bool describe(const Descriptor &medium, const std::string &path, ListedFile *file, std::string *error)
 {
     Failure failure;
     const Descriptor source = openBelow(medium, path, &failure);
-    struct stat status = {};
-    if (!source.isOpen() || fstat(source.number(), &status) != 0) {
+    if (!source.isOpen()) {
         *error = path + ": " + failure.why;
         return false;
     }
-    bool isRun = (status.st_mode & S_IXUSR) != 0, isStart = true;
+    bool isRun = false, isStart = true;
     Content content;
     const TakeBytes look = [&](const char *bytes, std::size_t size, std::string *) {
-        isRun = isRun || (isStart && isProgram({bytes, size}));
+        isRun = isStart ? isToBeRun(source, {bytes, size}) : isRun;
         isStart = false;
         return true;
     };
@@ -79,31 +72,62 @@ bool namesIn(const Descriptor &medium, const std::string &folder, std::vector<st
 
 } // namespace
 
-bool listFiles(const Descriptor &medium, std::vector<ListedFile> *files, std::string *error)
+bool listPaths(const Descriptor &medium, std::vector<std::string> *paths, std::string *error)
 {
-    files->clear();
-    std::vector<std::string> paths = {""};
-    while (!paths.empty()) {
-        const std::string path = paths.back();
-        paths.pop_back();
+    paths->clear();
+    std::vector<std::string> rest = {""};
+    while (!rest.empty()) {
+        const std::string path = rest.back();
+        rest.pop_back();
         struct stat status = {};
         if (isLeftOut(path))
             continue;
-        if (path.empty()
-            || (fstatat(medium.number(), path.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0
-                && S_ISDIR(status.st_mode))) {
-            if (namesIn(medium, path, &paths))
-                continue;
+        if (!path.empty()
+            && (fstatat(medium.number(), path.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0
+                || !S_ISDIR(status.st_mode))) {
+            paths->push_back(path);
+        } else if (!namesIn(medium, path, &rest)) {
             *error = path + ": " + systemError();
             return false;
         }
+    }
+    std::sort(paths->begin(), paths->end());
+    return true;
+}
+
+bool keepsRights(const Descriptor &file)
+{
+    // As <linux/magic.h> has them, which does not know all of them everywhere; the last is any of a driver
+    // outside the kernel, of which those for exFAT and NTFS are met on media.
+    constexpr unsigned long fat = 0x4d44, exfat = 0x2011bab0, ntfs = 0x7366746e, outside = 0x65735546;
+    struct statfs status = {};
+    if (fstatfs(file.number(), &status) != 0)
+        return true;
+    const auto kind = static_cast<unsigned long>(status.f_type) & 0xffffffffUL;
+    return kind != fat && kind != exfat && kind != ntfs && kind != outside;
+}
+
+bool isToBeRun(const Descriptor &file, std::string_view start)
+{
+    constexpr std::string_view script = "#!", program = "\x7f"
+                                                        "ELF";
+    struct stat status = {};
+    return start.substr(0, script.size()) == script || start.substr(0, program.size()) == program
+           || (fstat(file.number(), &status) == 0 && (status.st_mode & S_IXUSR) != 0 && keepsRights(file));
+}
+
+bool listFiles(const Descriptor &medium, std::vector<ListedFile> *files, std::string *error)
+{
+    files->clear();
+    std::vector<std::string> paths;
+    if (!listPaths(medium, &paths, error))
+        return false;
+    for (const std::string &path : paths) {
         ListedFile file;
         if (!describe(medium, path, &file, error))
             return false;
         files->push_back(std::move(file));
     }
-    std::sort(files->begin(), files->end(),
-              [](const ListedFile &left, const ListedFile &right) { return left.path < right.path; });
     return true;
 }
 

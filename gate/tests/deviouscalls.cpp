@@ -10,6 +10,7 @@
 
 #include <dlfcn.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace
@@ -21,6 +22,7 @@ struct Behaviour {
     std::map<std::pair<ino_t, off_t>, int> reads;
     long long bytesLeft = -1; ///< -1: it is not pulled
     bool interrupts = false, isInterrupted = false, isFull = false;
+    long fileSystem = 0; ///< 0: its own
 };
 
 Behaviour *behaviour = nullptr;
@@ -94,6 +96,19 @@ extern "C" ssize_t write(int descriptor, const void *buffer, size_t size)
     return realWrite(descriptor, buffer, size);
 }
 
+extern "C" int fstatfs(int descriptor, struct statfs *status)
+{
+    // The real one's name is not the same everywhere, so it is not asked.
+    ino_t inode = 0;
+    if (!isFile(descriptor, &inode)) {
+        errno = EBADF;
+        return -1;
+    }
+    *status = {};
+    status->f_type = behaviour ? behaviour->fileSystem : 0;
+    return 0;
+}
+
 DeviousCalls::DeviousCalls()
 {
     behaviour = new Behaviour;
@@ -123,4 +138,9 @@ void DeviousCalls::interrupt()
 void DeviousCalls::leaveNoRoom()
 {
     behaviour->isFull = true;
+}
+
+void DeviousCalls::haveFileSystem(long kind)
+{
+    behaviour->fileSystem = kind;
 }

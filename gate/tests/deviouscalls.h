@@ -6,8 +6,8 @@
 
 #include <QByteArray>
 
-/// A device that answers as it likes: as long as one of these lives, read() and write() of this program are
-/// its.
+/// A device that answers as it likes: as long as one of these lives, read(), write() and fstatfs() of this
+/// program are its.
 class DeviousCalls
 {
 public:
@@ -25,6 +25,8 @@ public:
     void interrupt();
     /// Every write() fails with ENOSPC.
     void leaveNoRoom();
+    /// It has a file system of this kind, a number of <linux/magic.h>.
+    void haveFileSystem(long kind);
 };
 
 #endif

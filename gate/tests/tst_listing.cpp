@@ -24,6 +24,9 @@ private slots:
     void whatIsNotTheAuthorsIsLeftOut();
     void whatIsRunMayBeRun_data();
     void whatIsRunMayBeRun();
+    void whatKeepsNoRightsIsListedByItsBytes_data();
+    void whatKeepsNoRightsIsListedByItsBytes();
+    void pathsAreThoseOfTheListAndWhatCannotBeInIt();
     void sumsAreThoseOfTheFiles();
     void whatCannotBeSignedIsTold_data();
     void whatCannotBeSignedIsTold();
@@ -97,6 +100,42 @@ void TestListing::whatIsRunMayBeRun()
     medium->write("a", bytes);
     QCOMPARE(chmod(medium->path("a").toLocal8Bit().constData(), isExecutable ? 0700 : 0600), 0);
     QCOMPARE(listed(), QStringList{line});
+}
+
+void TestListing::whatKeepsNoRightsIsListedByItsBytes_data()
+{
+    QTest::addColumn<long>("fileSystem");
+    QTest::addColumn<QString>("mode");
+    QTest::newRow("FAT") << 0x4d44L << "644";
+    QTest::newRow("exFAT") << 0x2011bab0L << "644";
+    QTest::newRow("NTFS") << 0x7366746eL << "644";
+    QTest::newRow("by a driver outside the kernel") << 0x65735546L << "644";
+    QTest::newRow("ext4") << 0xef53L << "755";
+}
+
+void TestListing::whatKeepsNoRightsIsListedByItsBytes()
+{
+    QFETCH(long, fileSystem);
+    QFETCH(QString, mode);
+    medium->write("a", "text");
+    medium->write("b", "#!/bin/sh\n");
+    for (const char *name : {"a", "b"})
+        QCOMPARE(chmod(medium->path(name).toLocal8Bit().constData(), 0755), 0);
+    DeviousCalls device;
+    device.haveFileSystem(fileSystem);
+    QCOMPARE(listed(), (QStringList{mode + " a", "755 b"}));
+}
+
+void TestListing::pathsAreThoseOfTheListAndWhatCannotBeInIt()
+{
+    medium->write("b/c", "");
+    medium->write("zul_install/MANIFEST", "");
+    QVERIFY(QFile::link("c", medium->path("b/d")));
+    QCOMPARE(mkfifo(medium->path("a").toLocal8Bit().constData(), 0644), 0);
+    std::vector<std::string> paths;
+    std::string error;
+    QVERIFY(gate::listPaths(medium->open(), &paths, &error));
+    QCOMPARE(paths, (std::vector<std::string>{"a", "b/c", "b/d"}));
 }
 
 void TestListing::sumsAreThoseOfTheFiles()
