@@ -36,12 +36,13 @@ preview  draws every screen that the operator sees, as pictures
 new      makes a small, commented medium to start from
 sign     checks strictly, then signs; verify says what a controller's gate says
 
-  --strict           warnings count: exit code 1
-  --json             print the report for programs
+  --strict           warnings count: exit code 1;  --json  a report for programs
   --mounted-at DIR   where the controller mounts the medium
   -o, --output DIR   folder for the pictures
   --language LANG    a code such as zh_CN, a translation file, or "all"
-  --key FILE         the secret key; to verify, the public one
+  --key FILE         the secret key; to verify, public ones or a folder of them
+  --passphrase-file FILE  what the secret key is encrypted with
+  --manifest-only    sign: leave the signature to another program, with the key
   --compatible NAME  the controller; --serial N  the number, or the lowest one
   -h, --help, -v, --version
 Exit codes: 0 clean, 1 warnings with --strict, 2 errors or refused,
@@ -58,6 +59,7 @@ struct Options {
     QString output;
     QString language;
     QString mountedAt;
+    bool manifestOnly = false;
     Signing signing;
 };
 
@@ -69,21 +71,40 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
     const QCommandLineOption output(QStringList{"o", "output"}, "", "DIR"), language("language", "", "LANG");
     const QCommandLineOption mountedAt("mounted-at", "", "DIR"), key("key", "", "FILE");
     const QCommandLineOption compatible("compatible", "", "NAME"), serial("serial", "", "N");
-    parser.addOptions({strict, json, help, version, output, language, mountedAt, key, compatible, serial});
+    const QCommandLineOption passphrase("passphrase-file", "", "FILE"), manifestOnly("manifest-only");
+    parser.addOptions({strict, json, help, version, output, language, mountedAt, key, passphrase,
+                       manifestOnly, compatible, serial});
     if (!parser.parse(arguments)) {
         *error = parser.errorText();
         return false;
     }
-    *options = {parser.positionalArguments(),
-                parser.isSet(strict),
-                parser.isSet(json),
-                parser.isSet(help),
-                parser.isSet(version),
-                parser.value(output),
-                parser.value(language),
-                parser.value(mountedAt),
-                {parser.value(key), parser.value(compatible), parser.value(serial)}};
+    *options = {
+        parser.positionalArguments(),
+        parser.isSet(strict),
+        parser.isSet(json),
+        parser.isSet(help),
+        parser.isSet(version),
+        parser.value(output),
+        parser.value(language),
+        parser.value(mountedAt),
+        parser.isSet(manifestOnly),
+        {parser.values(key), parser.value(passphrase), parser.value(compatible), parser.value(serial)}};
     return true;
+}
+
+QString wrongSigning(const Options &options, const QString &command)
+{
+    const Signing &signing = options.signing;
+    const bool isSigning = command == "sign" || command == "verify";
+    if (!isSigning && !(signing.keys.join("") + signing.compatible + signing.serial).isEmpty())
+        return "--key, --compatible and --serial are for sign and verify";
+    if ((options.manifestOnly || !signing.passphraseFile.isEmpty()) && command != "sign")
+        return "--manifest-only and --passphrase-file are for sign";
+    if (options.manifestOnly && !(signing.keys.join("") + signing.passphraseFile).isEmpty())
+        return "--manifest-only takes no key";
+    if (isSigning && !options.manifestOnly && (signing.keys.isEmpty() || signing.keys.contains("")))
+        return command + " needs --key FILE";
+    return command == "sign" && signing.keys.size() > 1 ? "sign takes one --key" : QString();
 }
 
 QString wrongUsage(const Options &options)
@@ -102,12 +123,9 @@ QString wrongUsage(const Options &options)
         return "--mounted-at is for check and preview";
     if ((!options.output.isEmpty() || !options.language.isEmpty()) && command != "preview")
         return "-o and --language are for preview";
-    const Signing &signing = options.signing;
-    if (!isSigning && !(signing.key + signing.compatible + signing.serial).isEmpty())
-        return "--key, --compatible and --serial are for sign and verify";
-    if (isSigning && signing.key.isEmpty())
-        return command + " needs --key FILE";
-    return command == "preview" && options.output.isEmpty() ? "preview needs -o DIR" : QString();
+    if (command == "preview" && options.output.isEmpty())
+        return "preview needs -o DIR";
+    return wrongSigning(options, command);
 }
 
 int fail(int exitCode, const QString &message)
@@ -198,12 +216,13 @@ int sign(const Options &options, const Medium &medium)
 int verify(const Options &options)
 {
     Failure failure;
-    bool isAccepted = false;
-    QString line;
-    if (!verifyMedium(options.words.at(1), options.signing, &isAccepted, &line, &failure))
+    Answer answer;
+    if (!verifyMedium(options.words.at(1), options.signing, &answer, &failure))
         return fail(failure.exitCode, failure.message);
-    std::printf("%s\n", qPrintable(printable(line)));
-    return isAccepted ? ExitClean : ExitErrors;
+    for (const QString &complaint : qAsConst(answer.complaints))
+        fail(0, complaint);
+    std::printf("%s\n", qPrintable(printable(answer.line)));
+    return answer.isAccepted ? ExitClean : ExitErrors;
 }
 
 int run(const Options &options)

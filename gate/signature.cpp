@@ -63,6 +63,32 @@ bool isEd25519(const Key &key, std::string *error)
     return false;
 }
 
+/// Whether a PEM file says of itself that it has such a thing in it.
+bool isOfKind(std::string_view pem, std::string_view end)
+{
+    return pem.find(end) != std::string_view::npos;
+}
+
+/// What a passphrase is asked for with.
+struct Asking {
+    const std::optional<std::string> &passphrase;
+    bool isAsked = false;
+};
+
+/// For libcrypto: stores the passphrase and returns its length, less than 0 for none.
+int givePassphrase(char *buffer, int size, int isWriting, void *data)
+{
+    auto *asking = static_cast<Asking *>(data);
+    asking->isAsked = true;
+    if (!asking->passphrase)
+        return PEM_def_callback(buffer, size, isWriting, nullptr);
+    const std::string &passphrase = *asking->passphrase;
+    if (passphrase.size() > static_cast<std::size_t>(size))
+        return -1;
+    std::copy(passphrase.begin(), passphrase.end(), buffer);
+    return static_cast<int>(passphrase.size());
+}
+
 bool isPem(const std::string &name)
 {
     const std::string ending = ".pem";
@@ -105,7 +131,9 @@ bool PublicKeys::add(const std::string &name, std::string_view pem, std::string 
     const Bio bytes = reading(pem);
     const Key key = owned(PEM_read_bio_PUBKEY(bytes.get(), nullptr, nullptr, nullptr));
     if (!key) {
-        *error = "not a public key";
+        // A secret one has no business on a controller, so it is told apart.
+        *error =
+            isOfKind(pem, " PRIVATE KEY-----") ? "not a public key, but a secret one" : "not a public key";
         return false;
     }
     if (!isEd25519(key, error))
@@ -116,6 +144,11 @@ bool PublicKeys::add(const std::string &name, std::string_view pem, std::string 
     }
     keys.push_back({name, key});
     return true;
+}
+
+void PublicKeys::add(const PublicKeys &others)
+{
+    keys.insert(keys.end(), others.keys.begin(), others.keys.end());
 }
 
 bool PublicKeys::isEmpty() const
@@ -154,11 +187,15 @@ SecretKey::SecretKey(Key itsKey)
 {
 }
 
-std::optional<SecretKey> SecretKey::read(std::string_view pem, std::string *error)
+std::optional<SecretKey> SecretKey::read(std::string_view pem, const std::optional<std::string> &passphrase,
+                                         std::string *error)
 {
-    const Key key = owned(PEM_read_bio_PrivateKey(reading(pem).get(), nullptr, nullptr, nullptr));
+    Asking asking{passphrase};
+    const Key key = owned(PEM_read_bio_PrivateKey(reading(pem).get(), nullptr, givePassphrase, &asking));
     if (!key) {
-        *error = "not a secret key, or not its password";
+        const bool isPublic = isOfKind(pem, " PUBLIC KEY-----");
+        *error = asking.isAsked ? "its passphrase is another one, or none was given"
+                                : (isPublic ? "not a secret key, but a public one" : "not a secret key");
         return std::nullopt;
     }
     return isEd25519(key, error) ? std::optional<SecretKey>(SecretKey(key)) : std::nullopt;

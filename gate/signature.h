@@ -53,6 +53,8 @@ public:
     /// when it is not exactly one Ed25519 public key.
     bool add(const std::string &name, std::string_view pem, std::string *error);
 
+    void add(const PublicKeys &others);
+
     bool isEmpty() const;
 
     /// The text, when `signature` is that of one of the keys.
@@ -76,9 +78,10 @@ PublicKeys readPublicKeys(const std::string &folder, std::vector<std::string> *c
 class SecretKey
 {
 public:
-    /// That of a PEM file as "openssl genpkey -algorithm ed25519" writes it. One with a password asks for it
-    /// at the terminal.
-    static std::optional<SecretKey> read(std::string_view pem, std::string *error);
+    /// That of a PEM file as "openssl genpkey -algorithm ed25519" writes it. One that is encrypted is read
+    /// with `passphrase`; without one, libcrypto asks at the terminal.
+    static std::optional<SecretKey> read(std::string_view pem, const std::optional<std::string> &passphrase,
+                                         std::string *error);
 
     /// A new one that no file has.
     static SecretKey make();

@@ -10,9 +10,11 @@
 #include "gate/verdict.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace
 {
@@ -45,13 +47,84 @@ gate::Descriptor openFolder(const QString &folder)
     return gate::Descriptor(open(QFile::encodeName(folder).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
-/// Whole or not at all.
-bool write(const QString &path, const std::string &bytes, Failure *failure)
+/// A file that takes the place of another one, whole or not at all.
+class Replacement
 {
-    QSaveFile file(path);
-    const auto size = static_cast<qint64>(bytes.size());
-    return (file.open(QIODevice::WriteOnly) && file.write(bytes.data(), size) == size && file.commit())
-           || fail(failure, ExitNoOutput, QString("%1: cannot be written: %2").arg(path, file.errorString()));
+public:
+    explicit Replacement(const QString &path)
+        : file(path)
+    {
+    }
+
+    /// Has all of it on the disk, and replaces nothing yet.
+    bool prepare(const std::string &bytes, Failure *failure)
+    {
+        // Else the file that a link leads to would be replaced; the gate follows none.
+        if (QFileInfo(file.fileName()).isSymLink())
+            QFile::remove(file.fileName());
+        const auto size = static_cast<qint64>(bytes.size());
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes.data(), size) != size || !file.flush())
+            return failed(file.errorString(), failure);
+        return fsync(file.handle()) == 0 || failed(QString::fromStdString(gate::systemError()), failure);
+    }
+
+    bool commit(Failure *failure)
+    {
+        return file.commit() || failed(file.errorString(), failure);
+    }
+
+private:
+    bool failed(const QString &why, Failure *failure) const
+    {
+        return fail(failure, ExitNoOutput, QString("%1: cannot be written: %2").arg(file.fileName(), why));
+    }
+
+    QSaveFile file;
+};
+
+/// Without the end of its line.
+bool readPassphrase(const QString &path, std::optional<std::string> *passphrase, Failure *failure)
+{
+    QFile file(path);
+    if (path.isEmpty())
+        return true;
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(failure, ExitNoInput, QString("%1: cannot be read: %2").arg(path, file.errorString()));
+    const std::string line = file.readLine(gate::largestKeyFile).toStdString();
+    *passphrase = line.substr(0, line.find_first_of("\r\n"));
+    return true;
+}
+
+std::optional<gate::SecretKey> secretKey(const Signing &signing, Failure *failure)
+{
+    const QString path = signing.keys.first();
+    std::optional<std::string> passphrase;
+    std::string pem, error;
+    if (!readKey(path, &pem, failure) || !readPassphrase(signing.passphraseFile, &passphrase, failure))
+        return std::nullopt;
+    std::optional<gate::SecretKey> key = gate::SecretKey::read(pem, passphrase, &error);
+    if (!key)
+        fail(failure, ExitData, path + ": " + QString::fromStdString(error));
+    return key;
+}
+
+/// As a controller has them of its folder, or each by itself.
+bool readKeys(const QStringList &paths, gate::PublicKeys *keys, QStringList *complaints, Failure *failure)
+{
+    std::string pem, error;
+    for (const QString &path : paths) {
+        if (QFileInfo(path).isDir()) {
+            std::vector<std::string> told;
+            keys->add(gate::readPublicKeys(QFile::encodeName(path).toStdString(), &told));
+            for (const std::string &complaint : told)
+                complaints->append(QString::fromStdString(complaint) + ": left out");
+        } else if (!readKey(path, &pem, failure)) {
+            return false;
+        } else if (!keys->add(path.toStdString(), pem, &error)) {
+            return fail(failure, ExitData, path + ": " + QString::fromStdString(error));
+        }
+    }
+    return true;
 }
 
 bool manifestOf(const QString &folder, const Signing &signing, std::string *text, Failure *failure)
@@ -74,6 +147,20 @@ bool manifestOf(const QString &folder, const Signing &signing, std::string *text
     return true;
 }
 
+/// For another program to sign. A signature of what was there before would only be refused.
+bool writeManifest(const QString &path, const QString &signature, const std::string &text, QStringList *files,
+                   Failure *failure)
+{
+    QFile before(path);
+    const bool isSame = before.open(QIODevice::ReadOnly) && before.readAll().toStdString() == text;
+    Replacement file(path);
+    *files = QStringList{path};
+    if (!file.prepare(text, failure) || !file.commit(failure))
+        return false;
+    return isSame || !QFileInfo::exists(signature) || QFile::remove(signature)
+           || fail(failure, ExitNoOutput, signature + ": of another manifest, and cannot be removed");
+}
+
 /// "signed by owner.pem, for zul-800, serial 7: 12 files, 34567 bytes"
 QString described(const gate::Verdict &verdict)
 {
@@ -92,41 +179,42 @@ QString described(const gate::Verdict &verdict)
 
 bool signMedium(const QString &folder, const Signing &signing, QStringList *files, Failure *failure)
 {
-    std::string pem, text, error;
-    if (!readKey(signing.key, &pem, failure))
-        return false;
-    const std::optional<gate::SecretKey> key = gate::SecretKey::read(pem, &error);
-    if (!key)
-        return fail(failure, ExitData, signing.key + ": " + QString::fromStdString(error));
-    if (!manifestOf(folder, signing, &text, failure))
-        return false;
     const QString manifest = folder + '/' + gate::manifestPath,
                   signature = folder + '/' + gate::signaturePath;
+    std::string text;
+    if (signing.keys.isEmpty())
+        return manifestOf(folder, signing, &text, failure)
+               && writeManifest(manifest, signature, text, files, failure);
+    const std::optional<gate::SecretKey> key = secretKey(signing, failure);
+    if (!key || !manifestOf(folder, signing, &text, failure))
+        return false;
     *files = QStringList{manifest, signature};
-    return write(manifest, text, failure) && write(signature, key->sign(text), failure);
+    Replacement one(manifest), other(signature);
+    return one.prepare(text, failure) && other.prepare(key->sign(text), failure) && one.commit(failure)
+           && other.commit(failure);
 }
 
-bool verifyMedium(const QString &folder, const Signing &signing, bool *isAccepted, QString *line,
-                  Failure *failure)
+bool verifyMedium(const QString &folder, const Signing &signing, Answer *answer, Failure *failure)
 {
-    std::string pem, error;
     std::optional<std::uint64_t> lowest;
     gate::Policy policy;
-    if (!readKey(signing.key, &pem, failure) || !readSerial(signing.serial, &lowest, failure))
+    if (!readSerial(signing.serial, &lowest, failure)
+        || !readKeys(signing.keys, &policy.keys, &answer->complaints, failure))
         return false;
-    if (!policy.keys.add(signing.key.toStdString(), pem, &error))
-        return fail(failure, ExitData, signing.key + ": " + QString::fromStdString(error));
+    const gate::Descriptor medium = openFolder(folder);
+    if (!medium.isOpen())
+        return fail(failure, ExitNoInput, folder + ": " + QString::fromStdString(gate::systemError()));
     // What a controller has is not known here: its own limit decides.
     policy.settings.maximumSize = std::numeric_limits<std::uint64_t>::max();
     policy.settings.minimumSerial = lowest.value_or(0);
     policy.settings.compatible = signing.compatible.toStdString();
-    gate::Verdict verdict = gate::judge(openFolder(folder), policy);
+    gate::Verdict verdict = gate::judge(medium, policy);
     if (!verdict.isAccepted && signing.compatible.isEmpty() && verdict.manifest.compatible) {
         policy.settings.compatible = *verdict.manifest.compatible;
-        verdict = gate::judge(openFolder(folder), policy);
+        verdict = gate::judge(medium, policy);
     }
-    *isAccepted = verdict.isAccepted;
-    *line = verdict.isAccepted ? "accepted: " + described(verdict)
-                               : "refused: " + QString::fromStdString(verdict.refusal);
+    answer->isAccepted = verdict.isAccepted;
+    answer->line = verdict.isAccepted ? "accepted: " + described(verdict)
+                                      : "refused: " + QString::fromStdString(verdict.refusal);
     return true;
 }

@@ -11,18 +11,27 @@ struct Failure;
 
 /// Whom a medium is for. Of a controller that verifies: who it is.
 struct Signing {
-    QString key;        ///< file of the key: the secret one to sign, and to verify the public one
-    QString compatible; ///< the controller's name; empty for any
-    QString serial;     ///< the medium's number; empty for none. To verify, the lowest that is accepted
+    QStringList keys; ///< files of keys: to sign, the secret one; to verify, public ones, or folders of them
+    QString passphraseFile; ///< what the secret key is encrypted with; empty to be asked at the terminal
+    QString compatible;     ///< the controller's name; empty for any
+    QString serial;         ///< the medium's number; empty for none. To verify, the lowest that is accepted
 };
 
-/// Lists every file below the folder in a manifest and signs that; replaces what was signed before. Stores
-/// the names of the two files in `files`.
+/// Lists every file below the folder in a manifest and signs that; replaces what was signed before, or, when
+/// that fails, leaves it as it was. Without a key, the signature is left to another program, and one that is
+/// there stays only if the manifest is the one that it was. Stores the names of the written files in
+/// `files`.
 bool signMedium(const QString &folder, const Signing &signing, QStringList *files, Failure *failure);
 
-/// Stores in `line` what the controller's gate says of the medium below the folder. Without a controller's
-/// name, as the one that it is for. False when there is nothing to judge by, with the reason.
-bool verifyMedium(const QString &folder, const Signing &signing, bool *isAccepted, QString *line,
-                  Failure *failure);
+/// What a controller's gate says of a medium.
+struct Answer {
+    bool isAccepted = false;
+    QString line;
+    QStringList complaints; ///< about keys that are left out
+};
+
+/// Asks the gate about the medium below the folder. Without a controller's name, as the one that it is for.
+/// False when there is nothing to judge by, with the reason.
+bool verifyMedium(const QString &folder, const Signing &signing, Answer *answer, Failure *failure);
 
 #endif

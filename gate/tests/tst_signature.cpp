@@ -39,6 +39,9 @@ private slots:
 
     void opensslTakesOurSignatures();
     void weTakeWhatOpensslHasMadeAndSigned();
+    void whatIsNoSecretKeyIsTold_data();
+    void whatIsNoSecretKeyIsTold();
+    void anEncryptedKeyNeedsItsPassphrase();
 
 private:
     void write(const QString &name, const QByteArray &bytes) const;
@@ -198,7 +201,8 @@ void TestSignature::whatIsNoKeyIsTold_data()
     QTest::newRow("a key cut off") << good.left(good.size() / 2) << "not a public key";
     QTest::newRow("a damaged key") << QByteArray(good).replace("MC", "??") << "not a public key";
     QTest::newRow("two keys") << good + bytesOf(SecretKey::make().publicPem()) << "more than one key";
-    QTest::newRow("a secret key") << openssl("genpkey -algorithm ed25519") << "not a public key";
+    QTest::newRow("a secret key") << openssl("genpkey -algorithm ed25519")
+                                  << "not a public key, but a secret one";
     write("rsa", openssl("genpkey -algorithm rsa -pkeyopt rsa_keygen_bits:1024"));
     QTest::newRow("a key of another kind")
         << openssl("pkey -in rsa -pubout") << "a key of another kind than Ed25519";
@@ -274,13 +278,47 @@ void TestSignature::weTakeWhatOpensslHasMadeAndSigned()
     QVERIFY2(keys.add("public.pem", read("public.pem").toStdString(), &error), error.c_str());
     QVERIFY(keys.verify(text, read("MANIFEST.sig").toStdString()));
 
-    const auto secret = SecretKey::read(read("secret.pem").toStdString(), &error);
+    const auto secret = SecretKey::read(read("secret.pem").toStdString(), std::nullopt, &error);
     QVERIFY2(secret, error.c_str());
     QCOMPARE(bytesOf(secret->sign(text)), read("MANIFEST.sig"));
-    QVERIFY(!SecretKey::read(read("public.pem").toStdString(), &error));
-    QCOMPARE(error, std::string("not a secret key, or not its password"));
-    QVERIFY(!SecretKey::read(openssl("genpkey -algorithm x25519").toStdString(), &error));
-    QCOMPARE(error, std::string("a key of another kind than Ed25519"));
+}
+
+void TestSignature::whatIsNoSecretKeyIsTold_data()
+{
+    QTest::addColumn<QByteArray>("pem");
+    QTest::addColumn<QString>("error");
+    const QByteArray good = openssl("genpkey -algorithm ed25519");
+    QTest::newRow("nothing") << QByteArray() << "not a secret key";
+    QTest::newRow("a key cut off") << good.left(good.size() / 2) << "not a secret key";
+    QTest::newRow("a public key") << bytesOf(SecretKey::make().publicPem())
+                                  << "not a secret key, but a public one";
+    for (const char *kind :
+         {"x25519", "rsa -pkeyopt rsa_keygen_bits:1024", "ec -pkeyopt ec_paramgen_curve:P-256"})
+        QTest::newRow(kind) << openssl(QString("genpkey -algorithm ") + kind)
+                            << "a key of another kind than Ed25519";
+}
+
+void TestSignature::whatIsNoSecretKeyIsTold()
+{
+    QFETCH(QByteArray, pem);
+    QFETCH(QString, error);
+    std::string told;
+    QVERIFY(!SecretKey::read(pem.toStdString(), std::nullopt, &told));
+    QCOMPARE(QString::fromStdString(told), error);
+}
+
+void TestSignature::anEncryptedKeyNeedsItsPassphrase()
+{
+    const std::string pem = openssl("genpkey -algorithm ed25519 -aes256 -pass pass:correct").toStdString();
+    std::string error;
+    QVERIFY2(SecretKey::read(pem, std::string("correct"), &error), error.c_str());
+    for (const std::string &other : {std::string("wrong"), std::string(), std::string(5000, 'x')}) {
+        QVERIFY(!SecretKey::read(pem, other, &error));
+        QCOMPARE(error, std::string("its passphrase is another one, or none was given"));
+    }
+    // One that needs none does not mind.
+    QVERIFY2(SecretKey::read(openssl("genpkey -algorithm ed25519").toStdString(), std::string("any"), &error),
+             error.c_str());
 }
 
 QTEST_GUILESS_MAIN(TestSignature)
