@@ -8,45 +8,12 @@
 #
 # Environment: BENCH_SAMPLES, the file to append to; BENCH_NOTICES, BENCH_TAPS, how often
 
-readonly operations=12
+# shellcheck source=common.sh
+source "$(dirname "$file")/common.sh"
 readonly rows_seen=8 # of the tool's list, without scrolling
-names=()
-for ((i = 1; i <= operations; i++)); do names+=("Operation $i"); done
 
 sample() { # ROW SUBJECT MILLISECONDS
     printf 'screen\t%s\t%s\t%s\n' "$1" "$2" "$3" >>"$BENCH_SAMPLES"
-}
-
-milliseconds_between() { # MICROSECONDS MICROSECONDS
-    awk -v from="$1" -v to="$2" 'BEGIN {printf "%.3f", (to - from) / 1000}'
-}
-
-# paint_watch ARGUMENT... - on this screen; see programs/paint_watch.cpp.
-paint_watch() {
-    on_screen /tmp/paint_watch "$@"
-}
-
-# expect_painting LEFT TOP WIDTH HEIGHT - watches from now on; painted_at waits, and sets painted to the moment.
-expect_painting() {
-    : >"$state/painted"
-    paint_watch "$@" settle 1 >"$state/painted" &
-    watcher=$!
-    must "the screen is watched" within 20 grep -qx watching "$state/painted"
-}
-
-painted_at() {
-    must "something is painted" wait "$watcher"
-    painted=$(tail -n 1 "$state/painted")
-}
-
-make_medium() {
-    local list
-    mkdir -p "$state/bench-medium/zul_install"
-    printf -v list ',op%d' $(seq "$operations")
-    {
-        printf '[system]\nCMD_List="%s"\nENDGAME=false\n\n[CMD]\n' "${list#,}"
-        for ((i = 1; i <= operations; i++)); do printf 'op%d=%s@true\n' "$i" "${names[i - 1]}"; done
-    } >"$state/bench-medium/zul_install/system.ini"
 }
 
 # The tool's own "df", that says when it has ended: the moment at which a medium can be known.
@@ -78,13 +45,11 @@ restart_tool() {
     must "the tool starts" within 30 tool_ready
 }
 
-# In the middle of the first row: the text of the first operation.
-readonly -a tools_first_row=($((operation_x - 60)) $((first_row_y - 15)) 120 30)
-
 notice() { # REPETITION
     local plugged noticed
     sleep "$(awk -v part="$1" -v all="$BENCH_NOTICES" 'BEGIN {print 3 * part / all}')" # spread over the interval
-    expect_painting "${tools_first_row[@]}"
+    # shellcheck disable=SC2046 # four numbers
+    expect_painting $(tools_first_row)
     plug sd "$state/bench-medium"
     plugged=${EPOCHREALTIME/./}
     painted_at
@@ -158,7 +123,7 @@ tap_list_program() { # NAME
 
 controller_is_up
 install -m 755 "$build/bench/paint_watch" "$state/tmp"
-make_medium
+write_catalogue "$state/bench-medium"
 note_every_look
 measure_tool
 measure_list_program yad
