@@ -37,6 +37,8 @@ TITLES = {
     "table": "**Rebuilding the status table, in milliseconds of processor time**",
     "catalogue": "**Reading a catalogue until its list is painted, in milliseconds of processor time**",
     "check": "**`zul_catalogue check`, in milliseconds of processor time**",
+    "gate": "**The gate: mounting a signed medium**",
+    "plug": "**From plugging in a signed medium to its list painted, in milliseconds**",
 }
 
 SURROUNDINGS = {
@@ -190,8 +192,26 @@ def size_rows() -> Iterator[Row]:
     yield Row("check", ("check", "10000"), "10,000 operations", "10", "10 operations")
 
 
+def gate_rows() -> Iterator[Row]:
+    sizes = {size: f"{size} in 10 files" for size in ("1 MB", "10 MB", "100 MB")}
+    sizes["10000 files"] = "10,000 files of 1 KB"
+    for size, text in sizes.items():
+        what = "`sha256sum` and `cp` of the same files"
+        yield Row("gate", ("gate", f"time, {size}"), f"time, ms, {text}", "sha256sum and cp", what)
+    for size, text in sizes.items():
+        what = "`openssl dgst -sha256` and `cp` of the same files"
+        goal = 1.0 if size in ("100 MB", "10000 files") else None
+        key = ("gate", f"processor, {size}")
+        yield Row("gate", key, f"processor time, ms, {text}", "openssl and cp", what, goal=goal)
+    yield Row(
+        "gate", ("gate", "peak, 100 MB"), f"peak memory, MB, {sizes['100 MB']}", "1 MB", "the same of 1 MB", goal=1.02
+    )
+    for size in ("1 MB", "10 MB", "100 MB"):
+        yield Row("plug", ("plug", size), size, "off", "the same without the gate: `Signature=off`", 0)
+
+
 def rows(before: bool) -> list[Row]:
-    return [*instruction_rows(before), *start_rows(before), *life_rows(), *size_rows()]
+    return [*instruction_rows(before), *start_rows(before), *life_rows(), *size_rows(), *gate_rows()]
 
 
 def read_samples(path: str) -> Samples:
@@ -200,6 +220,7 @@ def read_samples(path: str) -> Samples:
         group, row, subject, value = line.split("\t")
         samples[(group, row, subject)].append(float(value))
     samples[("check", "10000", "10")] = samples[("check", "10", "tool")]
+    samples[("gate", "peak, 100 MB", "1 MB")] = samples[("gate", "peak, 1 MB", "tool")]
     return samples
 
 

@@ -49,3 +49,32 @@ painted_at() {
 tools_first_row() {
     echo $((operation_x - 60)) $((first_row_y - 15)) 120 30
 }
+
+# --- The gate -------------------------------------------------------------------------------------------------------
+
+# make_gate ROOT SECRET_KEY - what zul_media finds below ROOT, with the owner's key; ROOT/media may be there.
+make_gate() {
+    mkdir -p "$1"/{devices,keys.d,media,run}
+    mount -t tmpfs run "$1/run"
+    openssl genpkey -algorithm ed25519 -out "$2"
+    openssl pkey -in "$2" -pubout -out "$1/keys.d/owner.pem"
+}
+
+# zul_media ROOT mount|unmount NAME - with the folder ROOT/devices/NAME in the place of a device.
+readonly ZUL_MEDIA=$ZUL_BUILD_DIR/gate/tests/zul_media_of_folders
+zul_media() {
+    "$ZUL_MEDIA" "$@" 2>/mnt/said || { cat /mnt/said >&2 && return 1; }
+}
+
+# signature_is off|required ROOT
+signature_is() {
+    printf 'Signature=%s\nFreeMemory=0\n' "$1" >"$2/media.conf"
+}
+
+# make_signed MEDIUM SECRET_KEY FILES BYTES - a medium with a catalogue and so many files of so many random bytes.
+make_signed() {
+    write_catalogue "$1"
+    mkdir "$1/files"
+    head -c "$(($3 * $4))" /dev/urandom | split --bytes="$4" --suffix-length=5 --numeric-suffixes - "$1/files/"
+    "$ZUL_BUILD_DIR/catalogue/zul_catalogue" sign "$1" --key "$2" >/dev/null
+}
