@@ -13,7 +13,8 @@ inherit cmake_qt5 systemd externalsrc
 
 EXTERNALSRC = "${ZUL_UPGRADE_SOURCE}"
 
-DEPENDS = "qtbase qttools qttools-native"
+# libcrypto is for zul-media alone.
+DEPENDS = "openssl qtbase qttools qttools-native"
 
 # The directory of zul_watchdog, and where the fonts are installed; change them in local.conf or a .bbappend. There is
 # neither WenQuanYi Micro Hei, but its sister font, nor Liberation Sans Narrow: docs/installing.md, "Fonts", says what
@@ -26,7 +27,6 @@ ZUL_UNIT_DIR = "${@bb.utils.contains('DISTRO_FEATURES', 'systemd', d.getVar('sys
 EXTRA_OECMAKE = " \
     -DBUILD_TESTING=OFF \
     -DZUL_CATALOGUE=OFF \
-    -DZUL_GATE=OFF \
     -DZUL_STRIP=OFF \
     -DZUL_PROGRAM_DIR=${ZUL_PROGRAM_DIR} \
     -DZUL_UNIT_DIR=${ZUL_UNIT_DIR} \
@@ -34,9 +34,24 @@ EXTRA_OECMAKE = " \
     '-DZUL_FONTS=${ZUL_FONTS}' \
 "
 
+# What mounts media, for the images that want it.
+PACKAGES =+ "zul-media"
+SUMMARY:zul-media = "mounts upgrade media of a touch-screen controller, or only signed ones"
+
+do_install:append() {
+    DESTDIR='${D}' cmake --install '${B}' --component media
+}
+
 SYSTEMD_SERVICE:${PN} = "zul_upgrade.service"
 
 FILES:${PN} += "${ZUL_PROGRAM_DIR} ${datadir}/zul-upgrade"
 CONFFILES:${PN} = "${sysconfdir}/default/zul_upgrade"
+FILES:zul-media = " \
+    ${sbindir}/zul_media \
+    ${sysconfdir}/zul \
+    ${systemd_system_unitdir}/zul-media@.service \
+    ${nonarch_base_libdir}/udev/rules.d/90-zul-media.rules \
+"
+CONFFILES:zul-media = "${sysconfdir}/zul/media.conf"
 
 RDEPENDS:${PN} = "fontconfig liberation-fonts psmisc qtbase-plugins ttf-wqy-zenhei"
