@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -57,9 +58,11 @@ struct Message {
     std::uint32_t hasSerial;
     Needs needs;
     std::uint64_t serial;
-    char line[1024];
+    char line[2048]; ///< has room for the longest path, and what is wrong with it
     char note[1024];
 };
+
+static_assert(sizeof(Message) <= PIPE_BUF, "or it is not written at once");
 
 struct Pipe {
     Descriptor reading, writing;
@@ -73,15 +76,17 @@ Pipe newPipe()
     return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-void setText(char (&field)[1024], const std::string &text)
+template <std::size_t size>
+void setText(char (&field)[size], const std::string &text)
 {
-    std::memset(field, 0, sizeof field);
-    std::memcpy(field, text.data(), std::min(text.size(), sizeof field - 1));
+    std::memset(field, 0, size);
+    std::memcpy(field, text.data(), std::min(text.size(), size - 1));
 }
 
-std::string textOf(const char (&field)[1024])
+template <std::size_t size>
+std::string textOf(const char (&field)[size])
 {
-    return printable({field, strnlen(field, sizeof field)});
+    return printable({field, strnlen(field, size)}, size);
 }
 
 void send(const Descriptor &pipe, const Message &message)

@@ -12,8 +12,6 @@ namespace gate
 namespace
 {
 
-constexpr std::size_t mostPrinted = 200;
-
 bool isContinuation(char byte)
 {
     return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80;
@@ -67,11 +65,11 @@ bool isPlainText(std::string_view bytes)
     return true;
 }
 
-std::string printable(std::string_view bytes)
+std::string printable(std::string_view bytes, std::size_t most)
 {
-    const bool plain = bytes.size() <= mostPrinted && isPlainText(bytes);
+    const bool plain = bytes.size() <= most && isPlainText(bytes);
     std::string text;
-    for (const char byte : bytes.substr(0, mostPrinted)) {
+    for (const char byte : bytes.substr(0, most)) {
         if (plain || (byte >= ' ' && byte <= '~')) {
             text += byte;
         } else {
@@ -81,7 +79,7 @@ std::string printable(std::string_view bytes)
             text += escape;
         }
     }
-    return bytes.size() > mostPrinted ? text + "..." : text;
+    return bytes.size() > most ? text + "..." : text;
 }
 
 std::optional<std::uint64_t> readNumber(std::string_view digits, std::uint64_t largest)

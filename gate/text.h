@@ -4,6 +4,7 @@
 #ifndef GATE_TEXT_H
 #define GATE_TEXT_H
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,8 +21,8 @@ namespace gate
 bool isPlainText(std::string_view bytes);
 
 /// `bytes` for one line of a message: as they are when they are plain text, otherwise with each byte that is
-/// not printable ASCII as \xNN; at most some 200 bytes of them, "..." for the rest.
-std::string printable(std::string_view bytes);
+/// not printable ASCII as \xNN; at most so many bytes of them, "..." for the rest.
+std::string printable(std::string_view bytes, std::size_t most = 200);
 
 /// A decimal number as this program would write it, at most `largest`: no sign, no blank, no leading zero.
 std::optional<std::uint64_t> readNumber(std::string_view digits, std::uint64_t largest);

@@ -149,6 +149,12 @@ bool isCopying(qint64 judge)
     return false;
 }
 
+QString longestPath()
+{
+    const QString name(204, 'x');
+    return QStringList{name, name, name, name, name}.join('/');
+}
+
 constexpr char usual[] = "Signature=required\nFreeMemory=0\n";
 
 } // namespace
@@ -417,6 +423,7 @@ void TestMedia::whatIsRefusedIsMountedNowhere_data()
     QTest::newRow("a control character in a name")
         << "name"
         << "zul_install/MANIFEST: line 3: the path a\\x1bb is not plain UTF-8";
+    QTest::newRow("the longest path") << "long" << longestPath() + ": is not what was signed";
 }
 
 void TestMedia::whatIsRefusedIsMountedNowhere()
@@ -427,10 +434,14 @@ void TestMedia::whatIsRefusedIsMountedNowhere()
     Manifest manifest;
     if (medium == "other")
         manifest.compatible = "zul-480";
+    if (medium == "long")
+        write(root + "/devices/sda1/" + longestPath(), "signed");
     if (medium != "unsigned")
         sign("sda1", medium == "foreign" ? SecretKey::make() : owner, manifest);
     if (medium == "changed")
         write(script, "#!/bin/ed\n");
+    if (medium == "long")
+        write(root + "/devices/sda1/" + longestPath(), "chance");
     if (medium == "fewer")
         QVERIFY(QFile::remove(script));
     if (medium == "big")
