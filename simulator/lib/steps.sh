@@ -185,3 +185,27 @@ countdown_took_its_time() {
     echo "tenths of a second: reboot came after $((reboot - shown)), the count ended after $((counted - shown))"
     ((reboot - shown >= 10 * (countdown_seconds - 1) && reboot - counted <= 10))
 }
+
+# --- Media that are judged before the tool sees them: zul_media, with a folder in the place of a device --------------------
+
+# judge [--plug NAME] WORD... - plugs in media of gate/tests/mediacases.py; what becomes of each has to be what is said there.
+judge() {
+    "$simulator/../gate/tests/judge.py" "$build/gate/tests/zul_media_of_folders" "$state" "$@"
+}
+
+# zul_media mount|unmount NAME
+zul_media() {
+    "$build/gate/tests/zul_media_of_folders" "$state" "$@"
+}
+
+# looked_more_than COUNT - whether the tool has looked for media so many times, and once more; after note_looks.
+looked_more_than() {
+    [[ $(wc -l <"$looks") -gt $1 ]]
+}
+
+# replaced_by_a_hostile_one DIRECTORY - as when a card is swapped, or answers otherwise from now on.
+replaced_by_a_hostile_one() {
+    printf '#!/bin/sh\necho hostile\n' >"$1/update.sh"
+    sed -i 's/=.*@.*/=Hostile@reboot/' "$1/zul_install/system.ini"
+    rm "$1/zul_install/MANIFEST.sig"
+}
