@@ -9,7 +9,10 @@
 #include <QDir>
 #include <QTest>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using gate::Manifest;
 using gate::Policy;
@@ -41,11 +44,14 @@ private slots:
     void withoutRoomItIsRefused();
     void roomThatCannotBeUsedIsRefused();
     void aDevicePulledAtAnyMomentIsRefused();
+    void itTakesNoMoreMemoryForALargerFile();
 
 private:
     /// Of both functions, which have to agree. The copy is in `copy`.
     Verdict judged();
     QByteArray refusal();
+    /// KiB at the peak of a process that judges and copies a medium; 0 when it is refused.
+    long peakWith(const MediumFolder &itsMedium);
 
     QScopedPointer<MediumFolder> medium, copy;
     Policy policy;
@@ -86,6 +92,20 @@ Verdict TestVerdict::judged()
 QByteArray TestVerdict::refusal()
 {
     return QByteArray::fromStdString(judged().refusal);
+}
+
+long TestVerdict::peakWith(const MediumFolder &itsMedium)
+{
+    copy.reset(new MediumFolder);
+    const pid_t process = fork(); // it begins with what is in use now, whatever was before
+    if (process == 0) {
+        const auto verdict = gate::judgeAndCopy(
+            itsMedium.open(), policy, [this](const Manifest &, std::string *) { return copy->open(); });
+        _exit(verdict.isAccepted ? 0 : 1);
+    }
+    int status = 0;
+    rusage used = {};
+    return wait4(process, &status, 0, &used) == process && status == 0 ? used.ru_maxrss : 0;
 }
 
 void TestVerdict::aSignedMediumIsAcceptedAndOnlyWhatIsListedIsCopied()
@@ -359,6 +379,19 @@ void TestVerdict::aDevicePulledAtAnyMomentIsRefused()
         QVERIFY2(!verdict.isAccepted, qPrintable(QString::number(bytes)));
     }
     QVERIFY(judged().isAccepted);
+}
+
+void TestVerdict::itTakesNoMoreMemoryForALargerFile()
+{
+    // Both before either is judged, as some memory of the making may stay in use.
+    const MediumFolder media[2];
+    for (int index : {0, 1}) {
+        media[index].write("file", QByteArray(index == 0 ? 1 : 32 * 1024 * 1024, 'x'));
+        media[index].sign(owner);
+    }
+    const long small = peakWith(media[0]), large = peakWith(media[1]);
+    QVERIFY(small > 0 && large > 0);
+    QVERIFY2(100 * large <= 110 * small, qPrintable(QString("%1 and %2 KiB").arg(small).arg(large)));
 }
 
 QTEST_GUILESS_MAIN(TestVerdict)
