@@ -194,8 +194,9 @@ int printFiles(bool done, const QStringList &files, const Failure &failure)
     return ExitClean;
 }
 
-int sign(const Options &options, const Medium &medium)
+int sign(const Options &options, Medium medium)
 {
+    medium.isToBeSigned = true;
     if (medium.root.isEmpty())
         return fail(ExitData, medium.catalogue + ": not in a medium, which is what is signed");
     const Verdict verdict = readVerdict(medium.catalogue);

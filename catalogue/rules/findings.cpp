@@ -13,7 +13,7 @@ namespace
 
 QVector<Rule> allRules()
 {
-    return fileRules() + listRules() + commandRules() + mediumRules();
+    return fileRules() + listRules() + commandRules() + mediumRules() + signingRules();
 }
 
 } // namespace

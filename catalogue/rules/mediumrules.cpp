@@ -7,6 +7,8 @@
 #include "reading/shell.h"
 #include "rules/rules.h"
 
+#include "gate/manifest.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -154,17 +156,46 @@ QString runnable(const Use &use, const QString &interpreter)
     return throughShell(QString("cp %1 %2 && chmod 755 %2 && %3").arg(use.path, copy, moved));
 }
 
-void fatNotExecutable(const Subject &subject, Collector &findings)
+/// What is known of the right to execute a file of the medium.
+enum class Right {
+    Signed, ///< a controller that takes signed media only gives it, whatever card it is
+    Kept,   ///< the file has it, where its file system keeps that
+    None
+};
+
+Right rightOf(const Subject &subject, const QString &path)
+{
+    const QString &root = subject.medium.root;
+    if (subject.medium.isToBeSigned)
+        return isSignedToBeRun(root, path) ? Right::Signed : Right::None;
+    const auto mode = subject.signedFiles.modes.constFind(path);
+    if (mode != subject.signedFiles.modes.constEnd())
+        return (*mode & 0111U) != 0 ? Right::Signed : Right::None;
+    return lacksRightToRun(root, path) ? Right::None : Right::Kept;
+}
+
+/// The files of the medium that commands run themselves, and have this right.
+void findRun(const Subject &subject, Collector &findings, Right right, const QString &message)
 {
     for (const Use &use : usesOf(subject)) {
-        if (!use.isProgram || use.interpreted || use.found.isEmpty())
+        if (!use.isProgram || use.interpreted || use.found.isEmpty() || rightOf(subject, use.found) != right)
             continue;
         const QString interpreter = interpreterOf(startOf(subject.medium.root + '/' + use.found));
-        findings.replace(
-            *use.command->entry, offsetOfPath(use),
-            "A FAT card keeps no right to execute: put an interpreter in front, or copy the program first",
-            subject.commandLine(*use.command, runnable(use, interpreter)));
+        findings.replace(*use.command->entry, offsetOfPath(use), message,
+                         subject.commandLine(*use.command, runnable(use, interpreter)));
     }
+}
+
+void notExecutable(const Subject &subject, Collector &findings)
+{
+    findRun(subject, findings, Right::None,
+            "This file has no right to execute: put an interpreter in front, or give it the right");
+}
+
+void fatNotExecutable(const Subject &subject, Collector &findings)
+{
+    findRun(subject, findings, Right::Kept,
+            "A FAT card keeps no right to execute: put an interpreter in front, or copy the program first");
 }
 
 void scriptLineEnds(const Subject &subject, Collector &findings)
@@ -182,6 +213,92 @@ void scriptLineEnds(const Subject &subject, Collector &findings)
                 path, "A script with carriage returns at its line ends does not run on the controller",
                 "sed -i 's/\\r$//' " + shellWord(path));
     }
+}
+
+/// A path of the medium to which something is written, and its place among the results; where only signed
+/// media are taken, that is the one folder that can be written to.
+struct Written {
+    QString path;
+    QString right;
+};
+
+QVector<Written> outsideOf(const QString &results, const QStringList &paths)
+{
+    QVector<Written> found;
+    for (const QString &path : paths) {
+        const QString below = path.mid(prefixSize);
+        if ((path + '/').startsWith(mediumFolder) && !(path + '/').startsWith(results + '/'))
+            found.append({path, below.isEmpty() ? results : results + '/' + below});
+    }
+    return found;
+}
+
+/// What a script for a shell says to write to.
+QStringList redirections(const QString &script)
+{
+    static const QRegularExpression redirection(">\\s*[\"']*(/[^\\s\"'`;|&<>()$*?]+)");
+    QStringList paths;
+    for (auto matches = redirection.globalMatch(script); matches.hasNext();)
+        paths.append(matches.next().captured(1));
+    paths.removeDuplicates();
+    return paths;
+}
+
+/// What a command line without a shell writes to.
+QStringList targetWords(const QStringList &words)
+{
+    const QString program = words.value(0).section('/', -1);
+    const QStringList rest = words.mid(1);
+    if (QStringList{"cp", "mv", "install"}.contains(program))
+        return rest.mid(qMax(1, rest.size() - 1));
+    if (program == "dd")
+        return QStringList(rest.filter(QRegularExpression("^of="))).replaceInStrings("of=", "");
+    return QStringList{"tee", "touch", "mkdir"}.contains(program) ? rest : QStringList();
+}
+
+void commandOutsideResults(const Subject &subject, const CommandEntry &command, const QString &results,
+                           const QString &message, Collector &findings)
+{
+    const bool isShell = !command.shell.shell.isEmpty();
+    const DecodedValue &value = command.entry->value;
+    const QStringList paths = isShell ? redirections(command.shell.script) : targetWords(command.split.words);
+    for (const Written &written : outsideOf(results, paths)) {
+        // Not the beginning of a longer path.
+        const QRegularExpression path(QRegularExpression::escape(written.path) + "(?![^\\s\"'`;|&<>()])");
+        const int offset = value.text.lastIndexOf(path);
+        findings.replace(*command.entry, value.at.value(qMax(0, offset), command.entry->valueBegin), message,
+                         subject.commandLine(command, QString(command.command).replace(path, written.right)));
+    }
+}
+
+void scriptOutsideResults(const QString &script, const QString &results, const QString &message,
+                          Collector &findings)
+{
+    for (const Written &written : outsideOf(results, redirections(QString::fromUtf8(startOf(script))))) {
+        const QString path = QString(written.path).replace('.', "\\.");
+        findings.addOther(script, message + ": " + written.path,
+                          "sed -i " + shellWord("s|" + path + '|' + written.right + "|g") + ' '
+                              + shellWord(script));
+    }
+}
+
+void outsideResults(const Subject &subject, Collector &findings)
+{
+    const QString results = QString(mediumFolder) + gate::resultsFolder;
+    const QString message = "A controller that takes signed media only lets commands write to " + results
+                            + ", and nowhere else on the medium";
+    if (!subject.signedFiles.isMeant)
+        return;
+    for (const CommandEntry &command : subject.commands)
+        commandOutsideResults(subject, command, results, message, findings);
+    QStringList scripts;
+    for (const Use &use : usesOf(subject)) {
+        if (use.isProgram && !use.found.isEmpty())
+            scripts.append(subject.medium.root + '/' + use.found);
+    }
+    scripts.removeDuplicates();
+    for (const QString &script : qAsConst(scripts))
+        scriptOutsideResults(script, results, message, findings);
 }
 
 void foreignFiles(const Subject &subject, Collector &findings)
@@ -231,9 +348,11 @@ QVector<Rule> mediumRules()
         {"missing-program", Severity::Error, missingProgram},
         {"missing-file", Severity::Warning, missingFile},
         {"path-capitals", Severity::Warning, pathCapitals},
+        {"not-executable", Severity::Error, notExecutable},
         {"fat-not-executable", Severity::Warning, fatNotExecutable},
         {"script-line-ends", Severity::Error, scriptLineEnds},
         {"foreign-files", Severity::Warning, foreignFiles},
+        {"outside-results", Severity::Note, outsideResults},
         {"mount-space", Severity::Note, mountSpace},
         {"mount-kind", Severity::Note, mountKind},
     };

@@ -18,5 +18,6 @@ QVector<Rule> fileRules();
 QVector<Rule> listRules();
 QVector<Rule> commandRules();
 QVector<Rule> mediumRules();
+QVector<Rule> signingRules();
 
 #endif

@@ -28,6 +28,7 @@ Subject::Subject(const Medium &itsMedium, const IniFile &itsFile, const Verdict 
     , file(itsFile)
     , verdict(itsVerdict)
     , screen(itsScreen)
+    , signedFiles(medium.root.isEmpty() || medium.isToBeSigned ? SignedFiles() : readSignedFiles(medium.root))
 {
     for (const IniEntry &entry : file.entries())
         byPath.insert(entry.path(), &entry);

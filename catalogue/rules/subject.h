@@ -8,6 +8,7 @@
 #include "reading/inifile.h"
 #include "reading/medium.h"
 #include "reading/shell.h"
+#include "reading/signedfiles.h"
 #include "window/screen.h"
 #include "window/verdict.h"
 
@@ -41,6 +42,7 @@ public:
     const IniFile &file;
     const Verdict &verdict;
     const Screen &screen;
+    const SignedFiles signedFiles; ///< none where they do not count
 
     const IniEntry *list = nullptr; ///< the list that counts; null without one, or where it is of no use
     QVector<Item> items;            ///< empty without `list`
