@@ -37,6 +37,7 @@ TITLES = {
     "table": "**Rebuilding the status table, in milliseconds of processor time**",
     "catalogue": "**Reading a catalogue until its list is painted, in milliseconds of processor time**",
     "check": "**`zul_catalogue check`, in milliseconds of processor time**",
+    "verify": "**Judging a medium: instructions of `zul_catalogue verify`, million**",
     "gate": "**The gate: mounting a signed medium**",
     "plug": "**From plugging in a signed medium to its list painted, in milliseconds**",
 }
@@ -195,6 +196,9 @@ def size_rows() -> Iterator[Row]:
 def gate_rows() -> Iterator[Row]:
     sizes = {size: f"{size} in 10 files" for size in ("1 MB", "10 MB", "100 MB")}
     sizes["10000 files"] = "10,000 files of 1 KB"
+    for files, text, goal in (("10", "10 MB in 10 files", None), ("10000", "10,000 files of 1 KB", 0.9)):
+        yield Row("verify", ("verify", f"{files} files"), text, "sha256sum", "`sha256sum` of the same files", goal=goal)
+    yield Row("verify", ("verify", "unsigned"), "a medium without a manifest", "start", "`zul_catalogue --version`")
     for size, text in sizes.items():
         what = "`sha256sum` and `cp` of the same files"
         yield Row("gate", ("gate", f"time, {size}"), f"time, ms, {text}", "sha256sum and cp", what)

@@ -52,12 +52,17 @@ tools_first_row() {
 
 # --- The gate -------------------------------------------------------------------------------------------------------
 
+# make_key SECRET PUBLIC
+make_key() {
+    openssl genpkey -algorithm ed25519 -out "$1"
+    openssl pkey -in "$1" -pubout -out "$2"
+}
+
 # make_gate ROOT SECRET_KEY - what zul_media finds below ROOT, with the owner's key; ROOT/media may be there.
 make_gate() {
     mkdir -p "$1"/{devices,keys.d,media,run}
     mount -t tmpfs run "$1/run"
-    openssl genpkey -algorithm ed25519 -out "$2"
-    openssl pkey -in "$2" -pubout -out "$1/keys.d/owner.pem"
+    make_key "$2" "$1/keys.d/owner.pem"
 }
 
 # zul_media ROOT mount|unmount NAME - with the folder ROOT/devices/NAME in the place of a device.
