@@ -78,17 +78,17 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
         *error = parser.errorText();
         return false;
     }
-    *options = {
-        parser.positionalArguments(),
-        parser.isSet(strict),
-        parser.isSet(json),
-        parser.isSet(help),
-        parser.isSet(version),
-        parser.value(output),
-        parser.value(language),
-        parser.value(mountedAt),
-        parser.isSet(manifestOnly),
-        {parser.values(key), parser.value(passphrase), parser.value(compatible), parser.value(serial)}};
+    *options = {parser.positionalArguments(),
+                parser.isSet(strict),
+                parser.isSet(json),
+                parser.isSet(help),
+                parser.isSet(version),
+                parser.value(output),
+                parser.value(language),
+                parser.value(mountedAt),
+                parser.isSet(manifestOnly),
+                {parser.values(key), parser.value(passphrase),
+                 parser.isSet(compatible) ? parser.value(compatible) : QString(), parser.value(serial)}};
     return true;
 }
 

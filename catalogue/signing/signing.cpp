@@ -209,7 +209,7 @@ bool verifyMedium(const QString &folder, const Signing &signing, Answer *answer,
     policy.settings.minimumSerial = lowest.value_or(0);
     policy.settings.compatible = signing.compatible.toStdString();
     gate::Verdict verdict = gate::judge(medium, policy);
-    if (!verdict.isAccepted && signing.compatible.isEmpty() && verdict.manifest.compatible) {
+    if (!verdict.isAccepted && signing.compatible.isNull() && verdict.manifest.compatible) {
         policy.settings.compatible = *verdict.manifest.compatible;
         verdict = gate::judge(medium, policy);
     }

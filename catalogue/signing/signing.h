@@ -13,7 +13,7 @@ struct Failure;
 struct Signing {
     QStringList keys; ///< files of keys: to sign, the secret one; to verify, public ones, or folders of them
     QString passphraseFile; ///< what the secret key is encrypted with; empty to be asked at the terminal
-    QString compatible;     ///< the controller's name; empty for any
+    QString compatible;     ///< the controller's name; null for any, empty for one that has none
     QString serial;         ///< the medium's number; empty for none. To verify, the lowest that is accepted
 };
 
@@ -30,7 +30,7 @@ struct Answer {
     QStringList complaints; ///< about keys that are left out
 };
 
-/// Asks the gate about the medium below the folder. Without a controller's name, as the one that it is for.
+/// Asks the gate about the medium below the folder; for any controller, as of the one that it is for.
 /// False when there is nothing to judge by, with the reason.
 bool verifyMedium(const QString &folder, const Signing &signing, Answer *answer, Failure *failure);
 
