@@ -246,6 +246,12 @@ def table(samples: Samples, groups: list[str], before: bool) -> tuple[list[str],
     return lines, missing
 
 
+def ratio_of(tool: str, baseline: str) -> str:
+    """Of two figures with a unit, such as "2.0 s (0.9 to 3.9)". Nothing where the baseline is nothing."""
+    middles = [float(figure.split()[0]) for figure in (tool, baseline)]
+    return f"{middles[0] / middles[1]:.2f}" if middles[1] else ""
+
+
 def board_rows(path: str | None, document: str) -> list[str]:
     """The rows of a full run on the virtual board, or those that the document has."""
     if path:
@@ -253,7 +259,7 @@ def board_rows(path: str | None, document: str) -> list[str]:
         lines = [line_of([f"{BOARD}, run of {made}", "", "", "", "", ""])]
         for line in Path(path).read_text().splitlines():
             figure, tool, baseline, what = line.split("\t")
-            lines.append(line_of([figure, tool, baseline, "", what, ""]))
+            lines.append(line_of([figure, tool, baseline, ratio_of(tool, baseline), what, ""]))
         return lines
     kept: list[str] = []
     for line in document.splitlines():
