@@ -148,7 +148,7 @@ bool named(const ListedFile &file, bool done, std::string *error)
 Descriptor openBelow(const Descriptor &root, const std::string &path, Failure *failure)
 {
     Descriptor folder(fcntl(root.number(), F_DUPFD_CLOEXEC, 0));
-    *failure = {false, systemError()};
+    *failure = {false, folder.isOpen() ? std::string() : systemError()};
     std::size_t start = 0;
     for (std::size_t slash = path.find('/'); slash != std::string::npos && folder.isOpen();
          slash = path.find('/', start)) {
