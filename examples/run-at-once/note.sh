@@ -2,6 +2,7 @@
 # Notes on the medium when its settings were installed.
 set -eu
 
-date >>/mnt/upgrade/installed.log
+mkdir -p /mnt/upgrade/zul_results
+date >>/mnt/upgrade/zul_results/installed.log
 sync
-sync /mnt/upgrade/installed.log # saved by its name: that empties a USB drive's own memory, too
+sync /mnt/upgrade/zul_results/installed.log # saved by its name: that empties a USB drive's own memory, too
