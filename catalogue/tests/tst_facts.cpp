@@ -9,12 +9,26 @@
 #include "window/preview.h"
 #include "windowmembers.h"
 
+#include "gate/manifest.h"
+#include "gate/settings.h"
+#include "gate/signature.h"
+
 #include <QApplication>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+
+namespace
+{
+
+QString megabytes(quint64 bytes)
+{
+    return QString::number(bytes >> 20);
+}
+
+} // namespace
 
 /// What the checker says of the controller, and the documents of the checker, held to where it is decided.
 class TestFacts : public QObject
@@ -78,6 +92,14 @@ void TestFacts::everyPlaceTellsTheSame_data()
     row("the countdown, in the manual", manual, "(\\d+) seconds\\s+after", QString::number(countdownSeconds));
     row("how many of a kind, in the manual", manual, "At most (\\d+) of a kind",
         QString::number(keptOfAKind));
+    row("how much a controller takes, in the manual", manual, "(\\d+) MB,? unless",
+        megabytes(gate::usualMaximumSize));
+    row("how much memory stays free, in the manual", manual, "with (\\d+) MB left free",
+        megabytes(gate::usualFreeMemory));
+    row("the largest manifest, in the manual", manual, "(\\d+) MiB\\. The controller",
+        megabytes(gate::largestManifest));
+    row("how long a signature is, in the manual", manual, "no signature of (\\d+) bytes",
+        QString::number(gate::signatureLength));
     row("the largest catalogue, in the manual page", page, "\\((\\d+) MiB\\)",
         QString::number(largestCatalogue / 1024 / 1024));
     row("the most that are chosen, in the manual page", page, "(?:more than|the first) (\\d+)",
