@@ -7,9 +7,10 @@ from __future__ import annotations
 
 import re
 from dataclasses import dataclass, field
+from pathlib import Path
 
 from blocks import Block
-from rooms import CLONE, REPOSITORY, House, Wrong, medium
+from rooms import CLONE, READER, REPOSITORY, House, Wrong, medium
 
 
 def demand(condition: object, block: Block, reason: str, output: str = "", line: int = 0) -> None:
@@ -188,6 +189,39 @@ mv words "$(basename "$1")"
         demand(any(file.endswith(translation) for file in made), block, "the build does not take the language up")
         pictures = f"{CLONE}/build/{self.language}/"
         demand(any(file.startswith(pictures) for file in made), block, "there is no picture to look at")
+
+
+@dataclass
+class AtTheDesk(Method):
+    """Commands of who signs media, run as they stand by a reader who has built zul_catalogue, or by another user, in a
+    folder with a medium to sign. The passphrase of the key is typed so many times. Then `shows` shows that it was done.
+    """
+
+    room: str
+    build: str  # the folder of its build
+    shows: str
+    passphrases: int = 0
+    before: str = "true"  # what root does first
+    user: str = READER
+
+    DESK = Path("/desk")
+
+    def __post_init__(self) -> None:
+        self.told = f"run by the reader {self.room}, who signs a medium"
+
+    def check(self, block: Block) -> None:
+        demand(block.language == "sh", block, "commands are in blocks of sh")
+
+    def run(self, block: Block, house: House) -> None:
+        room = house.reader(self.room)
+        if not (room.root / str(self.DESK).lstrip("/")).exists():
+            room.do("apt-get", "-q", "install", "openssl")
+            room.do("cmake", "--install", f"{CLONE}/{self.build}", "--component", "catalogue")
+            room.do("install", "--directory", "--owner", READER, str(self.DESK))
+            room.do("runuser", "-l", READER, "-c", f"cd {self.DESK} && zul_catalogue new card")
+        room.try_for(block, f"cd {self.DESK}; {self.before}")
+        room.run_block(block, set(), self.user, self.DESK, typed=("of the owner",) * self.passphrases)
+        room.try_for(block, f"cd {self.DESK}; {self.shows}")
 
 
 class FrameBufferNotAwaited(Method):

@@ -7,6 +7,7 @@ from __future__ import annotations
 
 import os
 import re
+import shlex
 import subprocess
 from collections.abc import Iterator
 from contextlib import contextmanager
@@ -95,10 +96,17 @@ class Room:
         return self._tried(block, "sh", "-ec", script)
 
     def run_block(
-        self, block: Block, left_out: set[int], user: str = READER, directory: Path = Path("."), shell: str = "bash"
+        self,
+        block: Block,
+        left_out: set[int],
+        user: str = READER,
+        directory: Path = Path("."),
+        shell: str = "bash",
+        typed: tuple[str, ...] = (),
     ) -> str:
         """Runs a block's lines but those left out, as one script, so that they share what a terminal keeps from line
-        to line. Every line has the number that it has in the document, for the shell to name the one that fails.
+        to line. Every line has the number that it has in the document, for the shell to name the one that fails. With
+        `typed`, there is a terminal, at which somebody answers with these lines what is asked.
         """
         lines = enumerate(block.text.splitlines(), block.line)
         kept = ["" if number in left_out else line for number, line in lines]
@@ -106,7 +114,11 @@ class Room:
         if shell == "bash":
             first = f"set -eEo pipefail; trap 'echo \"{FAILED}$LINENO\"' ERR"
         self.write("/block", "\n".join([first, *[""] * (block.line - 2), *kept, "wait", ""]))
-        return self._tried(block, "runuser", "-l", user, "-c", f"cd {directory} && exec {shell} /block")
+        command = f"cd {directory} && exec {shell} /block"
+        if typed:
+            answers = " ".join(shlex.quote(line) for line in typed)
+            command = f"printf '%s\\n' {answers} | script -qefc {shlex.quote(command)} /dev/null"
+        return self._tried(block, "runuser", "-l", user, "-c", command)
 
     def _tried(self, block: Block, *command: str) -> str:
         try:

@@ -4,6 +4,7 @@
 """Where each block of the documents is run. One that is missing here, or that no document has, fails."""
 
 from methods import (
+    AtTheDesk,
     By,
     Catalogue,
     Commands,
@@ -11,6 +12,7 @@ from methods import (
     Mdev,
     Method,
     NewLanguage,
+    NoCommand,
     StartedByHand,
     UdevRules,
     UsedBy,
@@ -26,10 +28,39 @@ FIRST_STEPS = {
     "ctest --preset dev -R catalogue": NIGHT,
 }
 
+VERIFIED = "zul_catalogue verify card --key owner.pub.pem | grep -E 'accepted: signed by owner.pub.pem, serial %s:'"
+KEYS_INSTALLED = "zul_catalogue verify card --key /etc/zul/keys.d | grep"
+
 # (document, heading, which block below it): how. They are run in this order.
 TABLE: dict[tuple[str, str, int], Method] = {
     ("README.md", "Build", 1): Commands("builder"),
     ("README.md", "The catalogue", 1): Catalogue("builder", "build/ship", ("update.sh",)),
+    # Each "openssl genpkey" asks twice, whatever needs the key afterwards once.
+    ("docs/signing.md", "Signing media", 1): AtTheDesk(
+        "builder", "build/ship", "grep 'ENCRYPTED PRIVATE' owner.pem && grep 'PUBLIC' owner.pub.pem", passphrases=3
+    ),
+    ("docs/signing.md", "Signing media", 2): UsedBy("packaging/test-installation", part=r"^sed .+"),
+    ("docs/signing.md", "Signing media", 3): AtTheDesk("builder", "build/ship", VERIFIED % 7, passphrases=1),
+    ("docs/signing.md", "Signing media", 4): NoCommand("a drawing"),
+    ("docs/signing.md", "Keys", 1): AtTheDesk("builder", "build/ship", VERIFIED % 8, passphrases=1),
+    ("docs/signing.md", "Keys", 2): AtTheDesk(
+        "builder",
+        "build/ship",
+        f"{KEYS_INSTALLED} 'accepted: signed by second.pub.pem'; ls /etc/zul/keys.d | grep -c . | grep 2",
+        before="mkdir -p /mnt/upgrade /etc/zul/keys.d && cp owner.pub.pem /etc/zul/keys.d"
+        " && openssl genpkey -algorithm ed25519 -out second.pem"
+        " && openssl pkey -in second.pem -pubout -out /mnt/upgrade/second.pub.pem"
+        " && zul_catalogue sign card --key second.pem",
+        user="root",
+    ),
+    ("docs/signing.md", "Keys", 3): AtTheDesk(
+        "builder",
+        "build/ship",
+        f"{KEYS_INSTALLED} 'refused: signature of no known key'",
+        before="echo of the owner >typed && zul_catalogue sign card --key owner.pem --passphrase-file typed",
+        user="root",
+    ),
+    ("docs/signing.md", "The manifest", 1): NoCommand("the form of a file"),
     ("README.md", "Build", 2): Commands("packager", controller_at_hand=True),
     ("README.md", "Two commands", 1): Commands("newcomer", elsewhere={"./test": EVERYDAY}),
     ("CONTRIBUTING.md", "First steps", 1): Commands("newcomer", elsewhere=FIRST_STEPS),
@@ -56,3 +87,5 @@ TABLE: dict[tuple[str, str, int], Method] = {
 PACKAGE = ("README.md", "Build", 2)
 NEEDS = {key: PACKAGE for key in TABLE if key[0] == "docs/installing.md"}
 NEEDS[("README.md", "The catalogue", 1)] = ("README.md", "Build", 1)
+NEEDS.update({key: ("docs/signing.md", "Signing media", 1) for key in TABLE if key[0] == "docs/signing.md"})
+NEEDS[("docs/signing.md", "Signing media", 1)] = ("README.md", "Build", 1)
