@@ -79,17 +79,29 @@ std::string deviceAt(const std::string &path)
     return std::to_string(major(status.st_rdev)) + ':' + std::to_string(minor(status.st_rdev));
 }
 
-/// What a disk is made of, such as an encrypted one; nothing where it is one itself.
-std::vector<std::string> partsOf(const std::string &node)
+/// What is in a folder, as paths.
+std::vector<std::string> entriesOf(const std::string &folder)
 {
-    std::vector<std::string> parts;
-    const std::string folder = node + "/slaves";
+    std::vector<std::string> entries;
     const std::unique_ptr<DIR, int (*)(DIR *)> listing(opendir(folder.c_str()), closedir);
     while (const dirent *entry = listing ? readdir(listing.get()) : nullptr) {
         if (entry->d_name[0] != '.')
-            parts.push_back(resolved(folder + '/' + entry->d_name));
+            entries.push_back(folder + '/' + entry->d_name);
     }
+    return entries;
+}
+
+/// What a disk is made of, such as an encrypted one; nothing where it is one itself.
+std::vector<std::string> partsOf(const std::string &node)
+{
+    std::vector<std::string> parts = entriesOf(node + "/slaves");
+    std::transform(parts.begin(), parts.end(), parts.begin(), resolved);
     return parts;
+}
+
+bool isPartition(const std::string &node)
+{
+    return access((node + "/partition").c_str(), F_OK) == 0;
 }
 
 } // namespace
@@ -151,6 +163,12 @@ bool followsLinks(const Mount &mount)
            && (',' + mount.options + ',').find(",nosymfollow,") == std::string::npos;
 }
 
+bool hasPartitions(const std::string &device, const std::string &sys)
+{
+    const std::vector<std::string> entries = entriesOf(sys + "/dev/block/" + device);
+    return std::any_of(entries.begin(), entries.end(), isPartition);
+}
+
 std::vector<std::string> disksOf(const std::string &device, const std::string &sys)
 {
     std::vector<std::string> disks, nodes;
@@ -164,8 +182,7 @@ std::vector<std::string> disksOf(const std::string &device, const std::string &s
         });
         if (node.empty() || !parts.empty())
             continue;
-        const bool isPartition = access((node + "/partition").c_str(), F_OK) == 0;
-        disks.push_back(isPartition ? node.substr(0, node.rfind('/')) : node);
+        disks.push_back(isPartition(node) ? node.substr(0, node.rfind('/')) : node);
     }
     return disks;
 }

@@ -43,6 +43,9 @@ bool followsLinks(const Mount &mount);
 std::vector<std::string> disksInUse(const std::vector<Mount> &mounts, std::string_view swaps,
                                     const std::string &except, const std::string &sys);
 
+/// Whether a device is a disk that has partitions, which are media, where it is not one itself.
+bool hasPartitions(const std::string &device, const std::string &sys);
+
 /// The disks behind a device such as "8:1": that which it is a part of, or those that it is made of.
 std::vector<std::string> disksOf(const std::string &device, const std::string &sys);
 

@@ -71,15 +71,14 @@ private:
 };
 
 /// Whether it is a part of a disk that the system runs from.
-bool isTheSystems(const struct stat &device, const gate::Places &places)
+bool isTheSystems(const std::string &device, const gate::Places &places)
 {
     std::string swaps, error;
     const gate::Descriptor list(open("/proc/swaps", O_RDONLY | O_CLOEXEC));
     if (list.isOpen())
         gate::readAll(list, 65536, &swaps, &error);
     const auto used = gate::disksInUse(gate::currentMounts(), swaps, places.media, "/sys");
-    const auto its = gate::disksOf(
-        std::to_string(major(device.st_rdev)) + ':' + std::to_string(minor(device.st_rdev)), "/sys");
+    const auto its = gate::disksOf(device, "/sys");
     return std::any_of(its.begin(), its.end(), [&](const std::string &disk) {
         return std::find(used.begin(), used.end(), disk) != used.end();
     });
@@ -93,8 +92,12 @@ int mountDevice(const std::string &name, const gate::Places &places)
         return fail(name + ": " + gate::systemError(), gate::ExitFailed);
     if (!S_ISBLK(status.st_mode))
         return fail(name + ": not a disk", gate::ExitLeftAlone);
-    if (isTheSystems(status, places))
+    const std::string numbers =
+        std::to_string(major(status.st_rdev)) + ':' + std::to_string(minor(status.st_rdev));
+    if (isTheSystems(numbers, places))
         return fail(name + ": left alone: the system runs from this disk", gate::ExitLeftAlone);
+    if (gate::hasPartitions(numbers, "/sys"))
+        return fail(name + ": left alone: it has partitions", gate::ExitLeftAlone);
     std::string start(gate::fileSystemStart, '\0');
     const char *fileSystem = nullptr;
     if (gate::readSome(device, start.data(), start.size()) == static_cast<long>(start.size()))

@@ -29,6 +29,7 @@ private slots:
     void pathsAreComparedPartByPart_data();
     void pathsAreComparedPartByPart();
     void aPartitionIsPartOfItsDisk();
+    void aDiskWithPartitionsIsTold();
     void anEncryptedDiskIsThatBelow();
     void whatTheMediaAreOnIsNotTheSystems();
     void disksThatGoInACircleEndSomewhere();
@@ -182,6 +183,14 @@ void TestMounts::aPartitionIsPartOfItsDisk()
     QCOMPARE(disks(sys, "8:2"), sda);
     QVERIFY(disks(sys, "0:25").empty());
     QVERIFY(disks(sys, "").empty());
+}
+
+void TestMounts::aDiskWithPartitionsIsTold()
+{
+    const std::string sys = fakeSys().toStdString();
+    QVERIFY(gate::hasPartitions("8:0", sys));
+    for (const char *device : {"8:1", "179:1", "254:0", "8:99"})
+        QVERIFY2(!gate::hasPartitions(device, sys), device);
 }
 
 void TestMounts::anEncryptedDiskIsThatBelow()
