@@ -47,9 +47,13 @@ const char *fileSystemOf(std::string_view start)
     return isFat(start) ? "vfat" : nullptr;
 }
 
-const char *mountOptionsOf(std::string_view fileSystem)
+const char *mountOptionsOf(std::string_view fileSystem, bool isReadOnly)
 {
-    return fileSystem == "vfat" ? "utf8" : "";
+    if (fileSystem == "vfat")
+        return "utf8";
+    if (fileSystem == "exfat")
+        return "iocharset=utf8";
+    return isReadOnly ? "errors=continue,noload" : "errors=continue";
 }
 
 } // namespace gate

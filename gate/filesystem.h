@@ -16,9 +16,11 @@ constexpr std::size_t fileSystemStart = 2048; ///< bytes of a device that tell w
 /// it.
 const char *fileSystemOf(std::string_view start);
 
-/// What it is mounted with besides. Names on FAT are UTF-8, as they are where the medium was written and
-/// signed.
-const char *mountOptionsOf(std::string_view fileSystem);
+/// What it is mounted with besides. Names on FAT and exFAT are UTF-8, as they are where the medium was
+/// written and signed. An ext4 that was pulled while it was written to would have its journal written out
+/// even by a read-only mount, so that is kept from it; and it may ask for the system to stop on an error,
+/// which is not for a medium to decide.
+const char *mountOptionsOf(std::string_view fileSystem, bool isReadOnly);
 
 } // namespace gate
 

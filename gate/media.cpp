@@ -170,8 +170,9 @@ int mountAsItIs(const Medium &medium, const std::string &directory)
         say(medium.name(), "cannot be mounted: " + error);
         return ExitFailed;
     }
-    const bool follows = followsLinks(mountOf(directory));
-    say(medium.name(), "mounted" + std::string(follows ? "; this kernel follows the links on it" : ""));
+    const Mount mounted = mountOf(directory);
+    say(medium.name(), "mounted" + std::string(isReadOnly(mounted) ? ", read-only: it is locked" : "")
+                           + (followsLinks(mounted) ? "; this kernel follows the links on it" : ""));
     return ExitDone;
 }
 

@@ -18,7 +18,8 @@ public:
     /// Its name, as of the device: "sda1".
     virtual const std::string &name() const = 0;
 
-    /// Mounts it at `directory` with these flags of mount(2), under `source` as the name that df shows.
+    /// Mounts it at `directory` with these flags of mount(2), under `source` as the name that df shows; what
+    /// is locked, read-only, whatever they say.
     virtual bool mountAt(const std::string &directory, unsigned long flags, const std::string &source,
                          std::string *error) const = 0;
 };

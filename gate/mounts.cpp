@@ -53,6 +53,11 @@ std::string unescaped(std::string_view field)
     return text;
 }
 
+bool hasOption(const Mount &mount, const char *option)
+{
+    return (',' + mount.options + ',').find(std::string(",") + option + ',') != std::string::npos;
+}
+
 /// A file of the kernel's.
 std::string contentOf(const char *path)
 {
@@ -159,8 +164,12 @@ Mount mountOf(const std::string &path)
 
 bool followsLinks(const Mount &mount)
 {
-    return mount.type != "vfat" && mount.type != "exfat"
-           && (',' + mount.options + ',').find(",nosymfollow,") == std::string::npos;
+    return mount.type != "vfat" && mount.type != "exfat" && !hasOption(mount, "nosymfollow");
+}
+
+bool isReadOnly(const Mount &mount)
+{
+    return hasOption(mount, "ro");
 }
 
 bool hasPartitions(const std::string &device, const std::string &sys)

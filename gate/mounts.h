@@ -38,6 +38,8 @@ Mount mountOf(const std::string &path);
 /// which one before 5.10 does not, whatever it is asked to.
 bool followsLinks(const Mount &mount);
 
+bool isReadOnly(const Mount &mount);
+
 /// The disks that these mounts and the swap are on, as paths below `sys`/devices, which is /sys on a
 /// controller. What is mounted at or below `except` does not count.
 std::vector<std::string> disksInUse(const std::vector<Mount> &mounts, std::string_view swaps,

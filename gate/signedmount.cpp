@@ -317,8 +317,15 @@ Message Stage::judged()
 bool Stage::addResults(std::string *error)
 {
     const std::string place = root + "/copy/" + resultsFolder;
-    if (mount(nullptr, (root + "/medium").c_str(), nullptr, MS_REMOUNT | harmless | MS_NOEXEC, nullptr) != 0)
+    // Anew, because what was mounted for reading has done without the journal, if there is one.
+    if (umount2((root + "/medium").c_str(), UMOUNT_NOFOLLOW) != 0)
         return failed(error);
+    if (!medium.mountAt(root + "/medium", harmless | MS_NOEXEC, linkToDevice(), error))
+        return false;
+    if (isReadOnly(mountOf(root + "/medium"))) {
+        *error = "the medium is locked";
+        return false;
+    }
     const Descriptor top(open((root + "/medium").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (mkdirat(top.number(), resultsFolder, 0755) != 0 && errno != EEXIST)
         return failed(error);

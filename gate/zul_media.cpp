@@ -7,6 +7,7 @@
 #include "gate/mounts.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <string_view>
@@ -57,15 +58,21 @@ public:
                  std::string *error) const override
     {
         const std::string device = "/dev/" + itsName;
-        if ((source == device || symlink(device.c_str(), source.c_str()) == 0)
-            && mount(source.c_str(), directory.c_str(), fileSystem, flags, gate::mountOptionsOf(fileSystem))
-                   == 0)
+        if ((source == device || symlink(device.c_str(), source.c_str()) == 0 || errno == EEXIST)
+            && (isMounted(source, directory, flags)
+                || ((errno == EACCES || errno == EROFS) && isMounted(source, directory, flags | MS_RDONLY))))
             return true;
         *error = gate::systemError();
         return false;
     }
 
 private:
+    bool isMounted(const std::string &source, const std::string &directory, unsigned long flags) const
+    {
+        const char *options = gate::mountOptionsOf(fileSystem, (flags & MS_RDONLY) != 0);
+        return mount(source.c_str(), directory.c_str(), fileSystem, flags, options) == 0;
+    }
+
     const std::string itsName;
     const char *const fileSystem;
 };

@@ -23,6 +23,7 @@ private slots:
     void everyNumberOfAFatCounts();
     void aShortDeviceIsLeftAlone();
     void namesOnFatAreUtf8();
+    void aJournalIsNotWrittenOutByReading();
 };
 
 namespace
@@ -153,9 +154,16 @@ void TestFileSystem::aShortDeviceIsLeftAlone()
 
 void TestFileSystem::namesOnFatAreUtf8()
 {
-    QCOMPARE(QByteArray(gate::mountOptionsOf("vfat")), QByteArray("utf8"));
-    QCOMPARE(QByteArray(gate::mountOptionsOf("exfat")), QByteArray());
-    QCOMPARE(QByteArray(gate::mountOptionsOf("ext4")), QByteArray());
+    for (const bool isReadOnly : {false, true}) {
+        QCOMPARE(QByteArray(gate::mountOptionsOf("vfat", isReadOnly)), QByteArray("utf8"));
+        QCOMPARE(QByteArray(gate::mountOptionsOf("exfat", isReadOnly)), QByteArray("iocharset=utf8"));
+    }
+}
+
+void TestFileSystem::aJournalIsNotWrittenOutByReading()
+{
+    QCOMPARE(QByteArray(gate::mountOptionsOf("ext4", true)), QByteArray("errors=continue,noload"));
+    QCOMPARE(QByteArray(gate::mountOptionsOf("ext4", false)), QByteArray("errors=continue"));
 }
 
 QTEST_GUILESS_MAIN(TestFileSystem)

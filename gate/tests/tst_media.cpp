@@ -68,6 +68,8 @@ private slots:
     void resultsThatCannotBeWrittenAreTold();
     void onAnOldKernelLinksAreTold();
     void onAnOldKernelThereAreNoResultsWithLinks();
+    void aLockedMediumIsMountedForReading();
+    void aLockedMediumHasNoResults();
 
     void twoMediaAtOnceAreBothJudged();
     void theToolSeesItWholeOrNotAtAll();
@@ -676,6 +678,29 @@ void TestMedia::onAnOldKernelLinksAreTold()
     QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
     qunsetenv("ZUL_OLD_KERNEL");
     QCOMPARE(said, QString("sda1: mounted; this kernel follows the links on it\n"));
+}
+
+void TestMedia::aLockedMediumIsMountedForReading()
+{
+    configure("Signature=off\n");
+    qputenv("ZUL_LOCKED", "1");
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
+    qunsetenv("ZUL_LOCKED");
+    QCOMPARE(said, QString("sda1: mounted, read-only: it is locked\n"));
+    QVERIFY(has(mountAt(directory("sda1")).options, "ro"));
+}
+
+void TestMedia::aLockedMediumHasNoResults()
+{
+    configure(QByteArray(usual) + "Results=yes\n");
+    sign("sda1", owner);
+    write(root + "/devices/sda1/zul_results/earlier", "");
+    qputenv("ZUL_LOCKED", "1");
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
+    qunsetenv("ZUL_LOCKED");
+    QCOMPARE(said,
+             QString("sda1: accepted: signed by owner.pem; no folder for results: the medium is locked\n"));
+    QCOMPARE(mountsBelow(), (QStringList{"/media", "/media/sda1", "/run"}));
 }
 
 /// What a command writes there would go wherever a link leads that was on the medium before.

@@ -4,7 +4,8 @@
 // zul_media_of_folders ROOT mount|unmount NAME, ROOT settings: zul_media with everything below ROOT, and the
 // folder ROOT/devices/NAME in the place of a device, mounted as an overlay, which takes any name for its
 // source as a device's mount has it. What is written to it appears in the folder, after a remount at the
-// latest. With ZUL_OLD_KERNEL set, the kernel is one that passes over "nosymfollow".
+// latest. With ZUL_OLD_KERNEL set, the kernel is one that passes over "nosymfollow"; with ZUL_LOCKED the
+// medium is one that cannot be written to.
 
 #include "gate/files.h"
 #include "gate/media.h"
@@ -67,6 +68,8 @@ public:
     bool mountAt(const std::string &directory, unsigned long flags, const std::string &source,
                  std::string *error) const override
     {
+        if (std::getenv("ZUL_LOCKED"))
+            flags |= MS_RDONLY;
         const std::string work = root + "/work-of-" + itsName, none = root + "/none";
         mkdir(work.c_str(), 0755);
         mkdir(none.c_str(), 0755);
