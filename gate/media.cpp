@@ -100,14 +100,22 @@ std::optional<std::uint64_t> rememberedSerial(const Places &places, std::string 
     return lines.size() == 1 ? readNumber(lines.front(), largestSerial) : std::nullopt;
 }
 
-/// Whatever happens meanwhile, the old one or the new one is there.
+/// Has the names in a folder survive a power cut from now on.
+bool isOnDisk(const std::string &folder)
+{
+    const Descriptor names(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return names.isOpen() && fsync(names.number()) == 0;
+}
+
+/// Whatever happens meanwhile, the old one or the new one is there; the new one when this is done.
 bool rememberSerial(const Places &places, std::uint64_t serial)
 {
     const std::string next = places.serial + ".new", text = std::to_string(serial) + '\n';
     const Descriptor file(open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
     return file.isOpen()
            && write(file.number(), text.data(), text.size()) == static_cast<ssize_t>(text.size())
-           && fsync(file.number()) == 0 && rename(next.c_str(), places.serial.c_str()) == 0;
+           && fsync(file.number()) == 0 && rename(next.c_str(), places.serial.c_str()) == 0
+           && isOnDisk(places.serial.substr(0, places.serial.rfind('/')));
 }
 
 /// Bytes that can be had without anything being swapped out.
