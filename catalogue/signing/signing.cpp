@@ -11,6 +11,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSaveFile>
 
 #include <fcntl.h>
@@ -42,9 +43,9 @@ bool readSerial(const QString &text, std::optional<std::uint64_t> *serial, Failu
     return *serial || fail(failure, ExitUsage, "--serial takes a number of up to 18 digits, not " + text);
 }
 
-gate::Descriptor openFolder(const QString &folder)
+gate::Descriptor openFolder(const QString &folder, int flags = O_PATH)
 {
-    return gate::Descriptor(open(QFile::encodeName(folder).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return gate::Descriptor(open(QFile::encodeName(folder).constData(), flags | O_DIRECTORY | O_CLOEXEC));
 }
 
 /// A file that takes the place of another one, whole or not at all.
@@ -82,6 +83,14 @@ private:
     QSaveFile file;
 };
 
+/// Has the names of the files beside it on the disk, as a card is pulled soon afterwards. True, as they are
+/// written whatever comes of it.
+bool saveNames(const QString &path)
+{
+    fsync(openFolder(QFileInfo(path).path(), O_RDONLY).number());
+    return true;
+}
+
 /// Without the end of its line.
 bool readPassphrase(const QString &path, std::optional<std::string> *passphrase, Failure *failure)
 {
@@ -95,11 +104,21 @@ bool readPassphrase(const QString &path, std::optional<std::string> *passphrase,
     return true;
 }
 
-std::optional<gate::SecretKey> secretKey(const Signing &signing, Failure *failure)
+/// Whoever holds the medium would have the key.
+bool isBelow(const QString &folder, const QString &path)
+{
+    return QFileInfo(path).canonicalFilePath().startsWith(QFileInfo(folder).canonicalFilePath() + '/');
+}
+
+std::optional<gate::SecretKey> secretKey(const QString &folder, const Signing &signing, Failure *failure)
 {
     const QString path = signing.keys.first();
     std::optional<std::string> passphrase;
     std::string pem, error;
+    if (isBelow(folder, path)) {
+        fail(failure, ExitData, path + ": the secret key is on the medium, and would go out with it");
+        return std::nullopt;
+    }
     if (!readKey(path, &pem, failure) || !readPassphrase(signing.passphraseFile, &passphrase, failure))
         return std::nullopt;
     std::optional<gate::SecretKey> key = gate::SecretKey::read(pem, passphrase, &error);
@@ -141,8 +160,11 @@ bool manifestOf(const QString &folder, const Signing &signing, std::string *text
     if (!gate::listFiles(openFolder(folder), &manifest.files, &error))
         return fail(failure, ExitData, folder + '/' + QString::fromStdString(error));
     const std::optional<std::string> written = gate::writeManifest(std::move(manifest), &error);
-    if (!written)
-        return fail(failure, ExitData, "cannot be signed: " + QString::fromStdString(error));
+    if (!written) {
+        // It is about a line of what is not written.
+        const QString reason = QString::fromStdString(error).remove(QRegularExpression("^line \\d+: "));
+        return fail(failure, ExitData, folder + ": cannot be signed: " + reason);
+    }
     *text = *written;
     return true;
 }
@@ -155,7 +177,7 @@ bool writeManifest(const QString &path, const QString &signature, const std::str
     const bool isSame = before.open(QIODevice::ReadOnly) && before.readAll().toStdString() == text;
     Replacement file(path);
     *files = QStringList{path};
-    if (!file.prepare(text, failure) || !file.commit(failure))
+    if (!file.prepare(text, failure) || !file.commit(failure) || !saveNames(path))
         return false;
     return isSame || !QFileInfo::exists(signature) || QFile::remove(signature)
            || fail(failure, ExitNoOutput, signature + ": of another manifest, and cannot be removed");
@@ -185,13 +207,13 @@ bool signMedium(const QString &folder, const Signing &signing, QStringList *file
     if (signing.keys.isEmpty())
         return manifestOf(folder, signing, &text, failure)
                && writeManifest(manifest, signature, text, files, failure);
-    const std::optional<gate::SecretKey> key = secretKey(signing, failure);
+    const std::optional<gate::SecretKey> key = secretKey(folder, signing, failure);
     if (!key || !manifestOf(folder, signing, &text, failure))
         return false;
     *files = QStringList{manifest, signature};
     Replacement one(manifest), other(signature);
     return one.prepare(text, failure) && other.prepare(key->sign(text), failure) && one.commit(failure)
-           && other.commit(failure);
+           && other.commit(failure) && saveNames(manifest);
 }
 
 bool verifyMedium(const QString &folder, const Signing &signing, Answer *answer, Failure *failure)
