@@ -96,7 +96,7 @@ void manifestMode(const Subject &subject, Collector &findings)
 
 void mediumTooBig(const Subject &subject, Collector &findings)
 {
-    constexpr quint64 megabyte = 1024 * 1024;
+    constexpr quint64 megabyte = quint64(1) << 20;
     const SignedFiles &files = subject.signedFiles;
     if (files.isTooBig)
         findings.addOther(

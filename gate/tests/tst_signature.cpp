@@ -238,6 +238,12 @@ void TestSignature::aBrokenKeyFileIsToldAndTheOthersCount()
                                                    path + "/d.pem: not a regular file",
                                                    path + "/e\\x0a.pem: No such file or directory"}));
     QCOMPARE(keys.verify(text, secret.sign(text))->key(), std::string("b.pem"));
+    // They count beside others, too.
+    const SecretKey another = SecretKey::make();
+    PublicKeys all = keysOf({another});
+    all.add(keys);
+    QCOMPARE(all.verify(text, secret.sign(text))->key(), std::string("b.pem"));
+    QCOMPARE(all.verify(text, another.sign(text))->key(), std::string("key1"));
 }
 
 void TestSignature::onlyFilesNamedPemAreKeys()
