@@ -110,12 +110,14 @@ bool isOnDisk(const std::string &folder)
 /// Whatever happens meanwhile, the old one or the new one is there; the new one when this is done.
 bool rememberSerial(const Places &places, std::uint64_t serial)
 {
+    const std::string folder = places.serial.substr(0, places.serial.rfind('/'));
+    makeDirectory(folder, 0700); // unless the service has
     const std::string next = places.serial + ".new", text = std::to_string(serial) + '\n';
     const Descriptor file(open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
     return file.isOpen()
            && write(file.number(), text.data(), text.size()) == static_cast<ssize_t>(text.size())
            && fsync(file.number()) == 0 && rename(next.c_str(), places.serial.c_str()) == 0
-           && isOnDisk(places.serial.substr(0, places.serial.rfind('/')));
+           && isOnDisk(folder);
 }
 
 /// Bytes that can be had without anything being swapped out.
