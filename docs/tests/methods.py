@@ -259,6 +259,11 @@ class UdevRules(Method):
             raise Wrong(block, block.line + int(number) - 1, complaint)
 
 
+LOGGER = """#!/bin/sh
+sed "s/^/$2: /" >>/log
+"""
+
+
 class StartedByHand(Method):
     """The lines of an init script. A tool that ends with 1 is started again, one that ends with 0 is not; it has the
     settings, their language and a directory of its own, and what it says is logged."""
@@ -272,10 +277,6 @@ stat -c 'directory %a' "$XDG_RUNTIME_DIR" >>/starts
 env | grep '^QT_FONT_DPI=' >>/starts
 [ "$(grep -c start /starts)" = 2 ]
 """
-    LOGGER = """#!/bin/sh
-sed "s/^/$2: /" >>/log
-"""
-
     EXPECTED = """start -stylesheet /run/zul_upgrade/screen.qss
 /usr/share/zul-upgrade/translations/de.qm
 directory 700
@@ -286,7 +287,7 @@ directory 700
         room.do("sed", "-i", "s/^ZUL_LANGUAGE=.*/ZUL_LANGUAGE=de/", "/etc/default/zul_upgrade")
         room.do("mv", "/opt/zul/zul_upgrade", "/opt/zul/kept")
         room.write("/opt/zul/zul_upgrade", self.TOOL, 0o755)
-        room.write("/usr/local/bin/logger", self.LOGGER, 0o755)
+        room.write("/usr/local/bin/logger", LOGGER, 0o755)
         room.run_block(block, set(), user="root", shell="sh")
         room.do("mv", "/opt/zul/kept", "/opt/zul/zul_upgrade")
         dpi = room.do("grep", "^QT_FONT_DPI=", "/etc/default/zul_upgrade")
@@ -296,13 +297,52 @@ directory 700
 
 
 class Mdev(Method):
-    """A file for busybox's mdev, which mounts and unmounts a medium when it has all files; `last` says that it has."""
+    """A file for busybox's mdev, which has media mounted and unmounted once it has all; `last` says that it has."""
+
+    # What the kernel calls for a device that comes or goes; what is done is logged, the device gone from df.
+    CALLS = """plug() { ACTION=add DEVPATH=/devices/virtual/block/DEVICE DEVNAME=MEDIUM SUBSYSTEM=block busybox mdev; }
+pull() { ACTION=remove DEVPATH=/devices/virtual/block/DEVICE DEVNAME=MEDIUM SUBSYSTEM=block busybox mdev; }
+is_mounted() { df | grep '^/dev/MEDIUM .* /media/MEDIUM$'; }
+is_gone() { if df | grep /media/MEDIUM; then exit 1; fi; }
+logged() { grep -qx "zul_media: MEDIUM: $1" /log || { cat /log; exit 1; }; }
+: >/log
+plug
+"""
+    AS_IT_IS = """is_mounted
+cat /media/MEDIUM/file
+grep ' /media/MEDIUM .*nosuid,nodev' /proc/mounts
+logged 'mounted.*'
+exec 3</media/MEDIUM/file
+pull
+is_gone
+logged unmounted
+"""
+    REFUSED = """is_gone
+logged 'refused: no manifest'
+pull
+logged removed
+"""
+    SIGNED = """is_mounted
+cat /media/MEDIUM/file
+[ "$(ls /media/MEDIUM)" = file ]
+logged 'accepted: signed by owner.pem, serial 7'
+grep -qx 7 /var/lib/zul_media/serial
+pull
+is_gone
+logged unmounted
+"""
 
     def __init__(self, file: str, mode: int = 0o644, last: bool = False) -> None:
-        self.told = "used by mdev with a medium" if last else "written for mdev"
+        self.told = "used by mdev with media, signed ones and others" if last else "written for mdev"
         self.file = file
         self.mode = mode
         self.last = last
+
+    def tried_as(self, name: str, script: str, block: Block, house: House, key: Path | None = None) -> None:
+        with medium(house.folder / name, key) as device:
+            script = (self.CALLS + script).replace("DEVICE", device).replace("MEDIUM", name)
+            told = house.controller().try_for(block, script)
+        demand("written by the test" in told or "refused" in script, block, "the medium is not mounted", told)
 
     def run(self, block: Block, house: House) -> None:
         room = house.controller()
@@ -310,12 +350,10 @@ class Mdev(Method):
         if not self.last:
             return
         room.do("apt-get", "-q", "install", "busybox", "psmisc")
-        with medium(house.folder / "medium") as device:
-            mdev = f"DEVPATH=/devices/virtual/block/{device} DEVNAME=sda1 SUBSYSTEM=block busybox mdev"
-            told = room.try_for(
-                block,
-                f"ACTION=add {mdev}; df | grep '^/dev/sda1 .* /media/sda1$'; cat /media/sda1/file; "
-                "grep -q ' /media/sda1 .*nosuid,nodev' /proc/mounts; "
-                f"exec 3</media/sda1/file; ACTION=remove {mdev}; if df | grep /media/sda1; then exit 1; fi",
-            )
-        demand("written by the test" in told, block, "the medium is not what is mounted", told)
+        room.write("/usr/local/bin/logger", LOGGER, 0o755)
+        self.tried_as("sda1", self.AS_IT_IS, block, house)
+        required = "s/^Signature=.*/Signature=required/; s/^#RememberSerial=.*/RememberSerial=yes/"
+        room.do("sed", "-i", required, "/etc/zul/media.conf")
+        key = room.root / "etc/zul/keys.d/owner.pem"
+        self.tried_as("mmcblk0p1", self.SIGNED, block, house, key)
+        self.tried_as("sdb", self.REFUSED, block, house)

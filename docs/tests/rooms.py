@@ -5,6 +5,7 @@
 
 from __future__ import annotations
 
+import hashlib
 import os
 import re
 import shlex
@@ -40,9 +41,12 @@ exec sudo unshare --mount --pid --fork --kill-child --mount-proc=CONTROLLER/proc
     sh -c "cd && $*"
 """
 SCP = """#!/bin/sh
-# scp FILE controller:
-[ "$#" = 2 ] && [ "$2" = controller: ] && exec sudo cp "$1" CONTROLLER/root/
-exit 255
+# scp FILE... controller:
+while [ "$#" -gt 1 ] && [ -f "$1" ]; do
+    sudo cp "$1" CONTROLLER/root/ || exit 255
+    shift
+done
+[ "$*" = controller: ] || exit 255
 """
 
 
@@ -187,12 +191,28 @@ def clone(target: Path) -> None:
     run(*git, "-C", target, "checkout", "--quiet", "--detach", "FETCH_HEAD")
 
 
+def sign(content: Path, key: Path) -> None:
+    """As an owner signs a medium, by openssl alone; writes the public key to `key`."""
+    secret, manifest = content.with_suffix(".pem"), content / "zul_install/MANIFEST"
+    lines = ["#zul-manifest 1", "#serial 7"]
+    for file in sorted(path for path in content.rglob("*") if path.is_file()):
+        lines.append(f"#file {file.stat().st_size} 644")
+        lines.append(f"{hashlib.sha256(file.read_bytes()).hexdigest()}  {file.relative_to(content)}")
+    manifest.parent.mkdir()
+    manifest.write_text("\n".join(lines) + "\n", encoding="utf-8")
+    run("openssl", "genpkey", "-algorithm", "ed25519", "-out", secret)
+    run("openssl", "pkey", "-in", secret, "-pubout", "-out", key)
+    run("openssl", "pkeyutl", "-sign", "-rawin", "-inkey", secret, "-in", manifest, "-out", f"{manifest}.sig")
+
+
 @contextmanager
-def medium(image: Path) -> Iterator[str]:
-    """A medium with a file on it; gives the name of the device that it is in."""
+def medium(image: Path, key: Path | None = None) -> Iterator[str]:
+    """A medium with a file on it, signed where there is a place for the key; gives the name of its device."""
     content = image.with_suffix(".content")
     content.mkdir()
     (content / "file").write_text("written by the test\n", encoding="utf-8")
+    if key:
+        sign(content, key)
     run("mke2fs", "-q", "-t", "ext4", "-d", content, image, "8M")
     device = run("losetup", "--find", "--show", image).strip()
     try:

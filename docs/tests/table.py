@@ -67,7 +67,7 @@ TABLE: dict[tuple[str, str, int], Method] = {
     ("docs/translating.md", "A new language", 1): NewLanguage("newcomer", "et", "nl", NIGHT),
     # The README's blocks have installed it already.
     ("docs/installing.md", "Installing", 1): Commands(
-        before="apt-get -q purge zul-upgrade",
+        before="apt-get -q purge zul-upgrade zul-media",
         elsewhere={"systemctl status zul_upgrade": By("board/lib/scenarios.py", "systemctl status zul_upgrade")},
     ),
     ("docs/installing.md", "Faults of the system", 1): UsedBy("simulator/faults/faults.sh", part=r"^exec .+"),
@@ -75,9 +75,6 @@ TABLE: dict[tuple[str, str, int], Method] = {
     ("docs/installing.md", "Screen", 1): UsedBy("board/lib/machine.py", part=r"(?<= )\S+"),
     ("docs/installing.md", "Touch", 1): UdevRules("/etc/udev/rules.d/99-touch.rules"),
     ("docs/installing.md", "Touch", 2): UsedBy("board/lib/scenarios.py", part=r"^\w+="),
-    ("docs/installing.md", "Mounting media by themselves", 1): UsedBy(
-        "board/guest/root/etc/udev/rules.d/90-media.rules"
-    ),
     ("docs/installing.md", "Without systemd", 1): StartedByHand(),
     ("docs/installing.md", "Without systemd", 2): Mdev("/etc/mdev.conf"),
     ("docs/installing.md", "Without systemd", 3): Mdev("/lib/mdev/medium", mode=0o755, last=True),
