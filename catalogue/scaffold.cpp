@@ -29,18 +29,31 @@ ENDGAME=true
 ; No shell reads a command: for more than one program, write a script.
 ; The medium is found under %1.
 update="Update@sh %1/update.sh"
-log="Copy log@cp /var/log/syslog %1"
+log="Copy log@sh %1/log.sh"
 )";
 
-const char scriptText[] = R"(#!/bin/sh
+const char updateText[] = R"(#!/bin/sh
 # Runs on the controller, as root. An exit code other than 0 shows as "Failed".
 set -eu
 
 # The medium, wherever it is mounted.
 medium=%1
 
-echo "update ran" >>"$medium/update.log"
-sync # until then, a power cut or a pulled medium takes it back
+echo "updated from $medium" >>/var/log/update.log
+sync # until then, a power cut takes it back
+)";
+
+const char logText[] = R"(#!/bin/sh
+# Copies the controller's log to the medium.
+set -eu
+
+# Where only signed media are taken, nothing else of the medium can be written to.
+results=%1/zul_results
+
+mkdir -p "$results"
+cp /var/log/syslog "$results"
+sync # until then, a pulled medium is without it
+sync "$results/syslog" # by its name: that empties a USB drive's own memory, too
 )";
 
 /// Writes the text, with the controller's path of the medium for %1.
@@ -58,17 +71,18 @@ bool makeMedium(const QString &folder, QStringList *files, Failure *failure)
 {
     const QString inside = QDir::cleanPath(folder) + '/' + installFolder();
     const QString catalogue = QDir::cleanPath(folder) + '/' + catalogueName;
-    const QString script = QDir::cleanPath(folder) + "/update.sh";
-    for (const QString &file : {catalogue, script}) {
+    const QString update = QDir::cleanPath(folder) + "/update.sh", log = QDir::cleanPath(folder) + "/log.sh";
+    for (const QString &file : {catalogue, update, log}) {
         if (QFileInfo::exists(file)) {
             *failure = {ExitNoOutput, file + ": exists already"};
             return false;
         }
     }
-    if (!QDir().mkpath(inside) || !write(catalogue, catalogueText) || !write(script, scriptText)) {
+    if (!QDir().mkpath(inside) || !write(catalogue, catalogueText) || !write(update, updateText)
+        || !write(log, logText)) {
         *failure = {ExitNoOutput, inside + ": cannot be written"};
         return false;
     }
-    *files = QStringList{catalogue, script};
+    *files = QStringList{catalogue, update, log};
     return true;
 }
