@@ -94,6 +94,8 @@ void TestFacts::everyPlaceTellsTheSame_data()
         QString::number(keptOfAKind));
     row("how much a controller takes, in the manual", manual, "(\\d+) MB,? unless",
         megabytes(gate::usualMaximumSize));
+    row("how much is compared, in the manual page", page, "up to (\\d+) MB",
+        megabytes(gate::usualMaximumSize));
     row("how much memory stays free, in the manual", manual, "with (\\d+) MB left free",
         megabytes(gate::usualFreeMemory));
     row("the largest manifest, in the manual", manual, "(\\d+) MiB\\. The controller",
