@@ -6,6 +6,10 @@
 The tool and its baseline take turns, so that a computer that is busy for a while slows down both.
 """
 
+import os
+import shutil
+import subprocess
+import tempfile
 import time
 from collections.abc import Callable, Iterator, Sequence
 
@@ -20,6 +24,8 @@ from controller import (
     is_free,
     shows_list,
 )
+from media import make_medium
+from preview import PROGRAM
 from screen import Screen
 from waiting import Timeout, wait_until
 
@@ -28,6 +34,7 @@ MEDIA = 7
 TAPS_A_ROUND, ROUNDS = 5, 5
 STARTS = 3
 IDLE_PERIODS, IDLE_SECONDS = 5, 60
+SIGNED_MEGABYTES, PLUGS = (1, 10, 100), 3
 
 DO_NOTHING = "/usr/lib/board/do_nothing"
 TICKS_A_SECOND = 100
@@ -250,3 +257,101 @@ def idle_processor_time(c: Controller) -> None:
     figure = f"processor time, idle for {IDLE_SECONDS} s"
     add(c, figure, "s", 2, used["tool"], used["loop"], "the loop of `sleep 3; df`")
     add(c, figure, "s", 2, used["tool"], used["empty"], "an empty Qt program without a window")
+
+
+# --- The gate -----------------------------------------------------------------------------------------------
+
+# The tool's "df". A look that is held ends when a medium is mounted: one every three seconds would hide what comes
+# before.
+HELD_DF = """#!/bin/sh
+if rm /run/look-is-held 2>/dev/null; then
+    findmnt --poll=mount --first-only --mountpoint /media/sda1 >/dev/null
+fi
+exec /usr/bin/df "$@"
+"""
+GATE_CLEANED_UP = """rm -f /usr/local/bin/df /etc/zul/keys.d/bench.pem /run/look-is-held
+sed -i 's/^Signature=.*/Signature=off/' /etc/zul/media.conf"""
+
+
+def write_file(c: Controller, path: str, text: str) -> None:
+    c.board.shell(f"printf '%s' '{text}' >{path}")
+
+
+def make_key(folder: str) -> tuple[str, str]:
+    """The secret key's file, and the public key."""
+    secret = os.path.join(folder, "key.pem")
+    subprocess.run(["openssl", "genpkey", "-algorithm", "ed25519", "-out", secret], check=True)
+    public = subprocess.run(["openssl", "pkey", "-in", secret, "-pubout"], stdout=subprocess.PIPE, check=True)
+    return secret, public.stdout.decode()
+
+
+def make_signed(c: Controller, megabytes: int, secret: str, folder: str) -> str:
+    """The image of a signed medium with so much in ten files."""
+    with tempfile.TemporaryDirectory() as medium:
+        shutil.copytree(c.folder_of("continue"), medium, dirs_exist_ok=True)
+        os.mkdir(os.path.join(medium, "files"))
+        for number in range(10):
+            with open(os.path.join(medium, "files", str(number)), "wb") as file:
+                file.write(os.urandom(megabytes * 100_000))
+        subprocess.run([PROGRAM, "sign", medium, "--key", secret], stdout=subprocess.DEVNULL, check=True)
+        image = os.path.join(folder, f"signed-{megabytes}.img")
+        make_medium(medium, image, 48 + megabytes)
+    return image
+
+
+def seconds_of_zul_media(c: Controller) -> tuple[float, float]:
+    """When the program that mounts was started, and when it ended."""
+    moments = ("ExecMainStartTimestampMonotonic", "ExecMainExitTimestampMonotonic")
+    start, end = (int(c.board.shell(f"systemctl show -P {moment} zul-media@sda1")) / 1e6 for moment in moments)
+    return start, end
+
+
+def plugged_to_window(c: Controller, image: str, signature: str) -> tuple[float, float]:
+    """From the start of zul_media to its end, and to the list on the screen."""
+    c.put_to_rest()
+    c.board.shell(f"sed -i 's/^Signature=.*/Signature={signature}/' /etc/zul/media.conf; touch /run/look-is-held")
+    c.board.wait_for("! test -e /run/look-is-held")
+    offset = clock_offset(c)
+    c.plug_usb_image(image)
+    c.expect_screen(shows_list, "the list")
+    shown = time.monotonic() - offset
+    start, end = seconds_of_zul_media(c)
+    return end - start, shown - start
+
+
+def summed_up_and_copied(c: Controller) -> float:
+    """The files of the medium that is mounted, read of the device once."""
+    c.board.shell("mkdir -p /run/copy && mount -t tmpfs -o size=80% copy /run/copy")
+    c.board.shell("sync; echo 3 >/proc/sys/vm/drop_caches")
+    work = "sha256sum /media/sda1/files/* >/dev/null; cp -R /media/sda1 /run/copy"
+    clock = "cut -d' ' -f1 /proc/uptime"
+    start, end = map(float, c.board.shell(f"{clock}; {work}; {clock}", limit=LIMIT).split())
+    c.board.shell("umount /run/copy")
+    return end - start
+
+
+def gate(c: Controller) -> None:
+    c.clean_up = GATE_CLEANED_UP
+    with tempfile.TemporaryDirectory(dir=c.folder) as folder:
+        secret, public = make_key(folder)
+        write_file(c, "/etc/zul/keys.d/bench.pem", public)
+        write_file(c, "/usr/local/bin/df", HELD_DF)
+        c.board.shell("chmod 755 /usr/local/bin/df")
+        for megabytes in SIGNED_MEGABYTES:
+            gate_with(c, megabytes, make_signed(c, megabytes, secret, folder))
+        c.put_to_rest()  # before the media are gone
+
+
+def gate_with(c: Controller, megabytes: int, image: str) -> None:
+    own: list[float] = []
+    windows: dict[str, list[float]] = {"off": [], "required": []}
+    others: list[float] = []
+    for _ in range(PLUGS):
+        windows["off"].append(plugged_to_window(c, image, "off")[1])
+        others.append(summed_up_and_copied(c))
+        taken, shown = plugged_to_window(c, image, "required")
+        own.append(taken)
+        windows["required"].append(shown)
+    figure = f"signed medium of {megabytes} MB"
+    add(c, f"{figure}: the gate alone", "s", 2, own, others, "`sha256sum` and `cp` of the same files")
+    add(c, f"{figure}: plug to window", "s", 2, windows["required"], windows["off"], "`Signature=off`")

@@ -769,3 +769,8 @@ def traces_of_a_machine_that_has_ended_hold_the_journal(c: Controller) -> None:
 @scenario(FULL)
 def figures_beside_their_baselines(c: Controller) -> None:
     figures.measure(c)
+
+
+@scenario(FULL)
+def figures_of_the_gate(c: Controller) -> None:
+    figures.gate(c)
