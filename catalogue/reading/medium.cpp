@@ -38,7 +38,7 @@ bool findCatalogue(const QString &argument, Medium *medium, Failure *failure)
     if (!info.exists())
         return fail(failure, ExitNoInput, argument + ": there is no such file or folder");
     if (info.isDir()) {
-        medium->root = argument;
+        medium->root = QDir::cleanPath(argument); // as a shell completes it, it ends with a slash
         medium->catalogue = QDir::cleanPath(argument + '/' + catalogueName);
         if (QFileInfo::exists(medium->catalogue))
             return true;
