@@ -1183,9 +1183,15 @@ def is_said(wanted: str, said: str) -> bool:
 
 TOP = os.path.join(os.path.dirname(os.path.realpath(__file__)), "../..")
 
-# What the board's scenarios do with them.
+# What happens while a medium is judged, or afterwards, and the tests that do it.
 MOMENTS = {
-    "some of the list, on one drive, and a signed card beside it": ["what_is_not_signed_is_not_there"],
+    "pulled at each call of the judge": ["gate.devious-devices"],
+    "a device that returns other bytes at the second read, or from the first on": ["gate.devious-devices"],
+    "a device that never answers, and another medium that waits": ["gate.devious-devices"],
+    "swapped between verification and use": ["simulator.gate-signed-media"],
+    "a signed and a refused medium at once": ["gate.media", "simulator.gate-refused-media"],
+    "whoever judges is killed, at any moment": ["gate.media"],
+    "some of the list on one drive, FAT and ext4, and a signed card beside it": ["what_is_not_signed_is_not_there"],
 }
 
 
@@ -1202,17 +1208,29 @@ def document() -> list[str]:
         no = sum(case.verdict == REFUSED for case in cases)
         where = [str(sum(case.can_be_on(kind) for case in cases)) for kind in ("folder", "fat", "ext4")]
         lines.append("| " + " | ".join([title, str(len(cases) - no), str(no), *where]) + " |")
-    lines += ["", "| on the board | scenario |", "|---|---|"]
-    lines += [f"| {what} | `{'`, `'.join(scenarios)}` |" for what, scenarios in MOMENTS.items()]
+    lines += ["", "| what happens | where |", "|---|---|"]
+    lines += [f"| {what} | `{'`, `'.join(tests)}` |" for what, tests in MOMENTS.items()]
     return lines
+
+
+def tests() -> set[str]:
+    """Those that are about media of the list, by their names."""
+    board = re.findall(r"^@scenario.*\ndef (\w+)", contents_of("board/lib/hostile.py"), re.MULTILINE)
+    scenarios = [name for name in os.listdir(os.path.join(TOP, "simulator/scenarios")) if name.startswith("gate-")]
+    gate = re.findall(r"\b(gate\.devious-\w+)", contents_of("gate/tests/CMakeLists.txt"))
+    gate += re.findall(r"^zul_gate_test\((media)\b", contents_of("gate/tests/CMakeLists.txt"), re.MULTILINE)
+    return {
+        *board,
+        *("simulator." + name.removesuffix(".sh") for name in scenarios),
+        *("gate." + name.removeprefix("gate.") for name in gate),
+    }
 
 
 def check_document() -> int:
     text, tables = contents_of("docs/testing.md"), "\n".join(document()).split("\n\n")
     wrong = [f"docs/testing.md has not this table:\n{table}" for table in tables if f"\n{table}\n\n" not in text]
-    there = re.findall(r"^@scenario.*\ndef (\w+)", contents_of("board/lib/hostile.py"), re.MULTILINE)
-    listed = [name for names in MOMENTS.values() for name in names]
-    wrong += [f"board/lib/hostile.py and MOMENTS differ in {name}" for name in sorted(set(there) ^ set(listed))]
+    listed = {name for names in MOMENTS.values() for name in names}
+    wrong += [f"MOMENTS has what is not listed, or the other way round: {name}" for name in sorted(listed ^ tests())]
     for line in wrong:
         print(line, file=sys.stderr)
     return 1 if wrong else 0
