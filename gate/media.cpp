@@ -20,6 +20,7 @@
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #ifndef MS_NOSYMFOLLOW
@@ -138,11 +139,13 @@ std::uint64_t availableMemory()
     return 0;
 }
 
-/// Starts the owner's program and does not wait for it.
-void tellOwner(const std::string &program, const char *what, const std::string &name, const std::string &line)
+/// Starts the owner's program, does not wait for it, and returns its process, if it has become one.
+pid_t tellOwner(const std::string &program, const char *what, const std::string &name,
+                const std::string &line)
 {
-    if (program.empty() || fork() != 0)
-        return;
+    const pid_t process = program.empty() ? -1 : fork();
+    if (process != 0)
+        return process;
     execl(program.c_str(), program.c_str(), what, name.c_str(), line.c_str(), nullptr);
     say(name, program + ": " + systemError());
     _exit(ExitFailed);
@@ -244,7 +247,7 @@ int mountMedium(const Medium &medium, const Places &places)
 
 int unmountMedium(const std::string &name, const Places &places)
 {
-    const Descriptor own = lock(places.run + '/' + name + ".lock");
+    Descriptor own = lock(places.run + '/' + name + ".lock");
     const std::string directory = places.media + '/' + name;
     bool isUnmounted = false;
     // With whatever is mounted in it, and what it covers.
@@ -255,7 +258,12 @@ int unmountMedium(const std::string &name, const Places &places)
     if (unlink(refusalMark(name, places).c_str()) == 0) {
         say(name, "removed");
         const std::optional<Settings> settings = settingsOf(places);
-        tellOwner(settings ? settings->onRefused : std::string(), "removed", name, std::string());
+        own = Descriptor();
+        // A service takes whatever it has started with it when it has stopped.
+        const pid_t process =
+            tellOwner(settings ? settings->onRefused : std::string(), "removed", name, std::string());
+        if (process > 0)
+            waitpid(process, nullptr, 0);
     }
     if (!isMounted(directory))
         return ExitDone;
