@@ -95,7 +95,7 @@ class Controller:
         case.make(medium)
         for node, (kind, major, minor) in medium.nodes.items():
             os.mknod(medium.path(node), kind | 0o600, os.makedev(major, minor))
-        medium.install(self.path("media.conf"), self.path("keys.d"), self.path("serial"))
+        medium.install(self.path("media.conf"), self.path("keys.d"), self.path("state", "serial"))
         return medium
 
     def faults(self, case: Case, name: str, keep: bool) -> list[str]:
@@ -104,12 +104,13 @@ class Controller:
         before, last = mounts(), tools_medium()
         code, said = self.zul_media("mount", name)
         found = []
-        wanted = case.said(name, self.path("media.conf"), self.path("keys.d"), self.path("serial"))
+        wanted = case.said(name, self.path("media.conf"), self.path("keys.d"), self.path("state", "serial"))
         if not mediacases.is_said(wanted, said):
             found.append(f"it says {said!r}, and not {wanted!r}")
         if code != EXIT_CODES[case.verdict]:
             found.append(f"it ends with {code}")
-        serial = mediacases.contents(self.path("serial")) if os.path.exists(self.path("serial")) else None
+        remembered = self.path("state", "serial")
+        serial = mediacases.contents(remembered) if os.path.exists(remembered) else None
         if serial != (case.serial_after or medium.serial):
             found.append(f"the serial is {serial!r}")
         if case.verdict == REFUSED:

@@ -217,6 +217,7 @@ class Medium:
         files[serial] = self.serial
         for path, data in files.items():
             if data is not None:
+                os.makedirs(os.path.dirname(path), exist_ok=True)
                 with open(path, "wb") as file:
                     file.write(data)
             elif os.path.exists(path):

@@ -517,12 +517,12 @@ void TestMedia::aSerialThatCannotBeWrittenIsTold()
     Manifest manifest;
     manifest.serial = 5;
     sign("sda1", owner, manifest);
-    QVERIFY(QDir(root).mkdir("serial.new"));
+    QVERIFY(QDir(root).mkpath("state/serial.new"));
     QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
     QCOMPARE(
         said,
         QString(
-            "sda1: accepted: signed by owner.pem, serial 5\n%1/serial: cannot be written: Is a directory\n")
+            "sda1: accepted: signed by owner.pem, serial 5\n%1/state/serial: cannot be written: Is a directory\n")
             .arg(root));
 }
 
@@ -607,28 +607,29 @@ void TestMedia::aSerialIsRemembered()
         zulMedia({"unmount", "sda1"});
         return QString::number(result) + ' ' + lines;
     };
+    QVERIFY(!QDir(root).exists("state")); // as where no service has made it
     QCOMPARE(plug(5), QString("0 sda1: accepted: signed by owner.pem, serial 5\n"));
-    QCOMPARE(read(root + "/serial"), QByteArray("5\n"));
+    QCOMPARE(read(root + "/state/serial"), QByteArray("5\n"));
     QCOMPARE(plug(4), QString("1 sda1: refused: serial 4, and 5 is the lowest that is accepted\n"));
     QCOMPARE(plug(5), QString("0 sda1: accepted: signed by owner.pem, serial 5\n"));
     QCOMPARE(plug(7), QString("0 sda1: accepted: signed by owner.pem, serial 7\n"));
-    QCOMPARE(read(root + "/serial"), QByteArray("7\n"));
+    QCOMPARE(read(root + "/state/serial"), QByteArray("7\n"));
     configure(usual);
     QCOMPARE(plug(4), QString("0 sda1: accepted: signed by owner.pem, serial 4\n"));
-    QCOMPARE(read(root + "/serial"), QByteArray("7\n"));
+    QCOMPARE(read(root + "/state/serial"), QByteArray("7\n"));
 }
 
 void TestMedia::aSerialThatCannotBeReadRefuses()
 {
     configure(QByteArray(usual) + "RememberSerial=yes\n");
     sign("sda1", owner);
-    write(root + "/serial", "seven\n");
+    write(root + "/state/serial", "seven\n");
     QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitRefused));
-    QCOMPARE(said, "sda1: refused: " + root + "/serial: not a serial: seven\\x0a\n");
-    QVERIFY(QFile::remove(root + "/serial"));
-    QVERIFY(QDir(root).mkdir("serial"));
+    QCOMPARE(said, "sda1: refused: " + root + "/state/serial: not a serial: seven\\x0a\n");
+    QVERIFY(QFile::remove(root + "/state/serial"));
+    QVERIFY(QDir(root).mkpath("state/serial"));
     QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitRefused));
-    QCOMPARE(said, "sda1: refused: " + root + "/serial: not a regular file\n");
+    QCOMPARE(said, "sda1: refused: " + root + "/state/serial: not a regular file\n");
 }
 
 void TestMedia::resultsAreWrittenToTheMedium()

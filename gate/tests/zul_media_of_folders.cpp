@@ -93,7 +93,7 @@ int main(int argc, char *argv[])
         return gate::ExitUsage;
     const std::string root = argv[1], command = argv[2], name = argc > 3 ? argv[3] : "";
     const gate::Places places{root + "/media", root + "/run/zul_media", root + "/media.conf",
-                              root + "/keys.d", root + "/serial"};
+                              root + "/keys.d", root + "/state/serial"};
     if (command == "settings")
         return gate::printSettings(places);
     if (!gate::isMediumsName(name))
