@@ -2,13 +2,12 @@
 # SPDX-FileCopyrightText: 2026 The zul_upgrade authors
 # SPDX-License-Identifier: MIT
 
-"""Signed media in devices that do as they like while they are judged: pulled at each call, answering otherwise when
-they are read again, or never. Whatever they do, the tool gets what was signed, or nothing.
+"""Signed media in devices that do as they like while they are judged: pulled at each call, swapped, answering otherwise
+when they are read again, or never. Whatever they do, the tool gets what was signed, or nothing.
 
-Usage: devious.py PROGRAM [pulled|otherwise|silent]...      PROGRAM is zul_media_of_devious_folders
+Usage: devious.py PROGRAM [pulled|otherwise|silent|swapped]...   PROGRAM is zul_media_of_devious_folders
 
-Does all three when none is named. Says what is not as it has to be, and ends with 1
-then. Only in the sandbox.
+Does all four when none is named. Says what is not as it has to be, and ends with 1 then. Only in the sandbox.
 """
 
 import os
@@ -40,9 +39,9 @@ class Devious:
         if not holds:
             self.faults.append(fault)
 
-    def plug(self, name: str) -> Medium:
+    def plug(self, name: str, case: str = "signed") -> Medium:
         shutil.rmtree(self.controller.path("devices", name), ignore_errors=True)
-        return self.controller.plug(case_of("signed"), name)
+        return self.controller.plug(case_of(case), name)
 
     def start(self, name: str, **behaviour: object) -> "subprocess.Popen[bytes]":
         words = {f"ZUL_DEVICE_{key.upper()}": str(value) for key, value in behaviour.items()}
@@ -118,6 +117,25 @@ class Devious:
             self.pull("mmcblk0p1")
             self.pull("sda1")
 
+    def swapped(self, calls: int) -> None:
+        """For an unsigned one, while it is judged: the other has its own verdict, and nothing of the first is left."""
+        for call in sorted({0, calls // 2, max(calls - 1, 0)}):
+            when = f"swapped at call {call}"
+            self.plug("sda1")
+            judging = self.start("sda1", stops_at=call)
+            self.wait_for_stop(judging)
+            os.rename(self.controller.path("devices", "sda1"), self.controller.path("devices", f"swapped{call}"))
+            self.plug("sda1", "unsigned")
+            another = self.start("sda1")
+            time.sleep(0.2)
+            self.check(another.poll() is None, f"{when}: the second did not wait for the first")
+            judging.send_signal(signal.SIGKILL)
+            judging.communicate(timeout=LIMIT)
+            said = another.communicate(timeout=LIMIT)[0].decode()
+            self.check(said == "sda1: refused: no manifest\n", f"{when}: {said!r}")
+            self.expect_nothing(when)
+            self.pull("sda1")
+
     def wait_for_stop(self, process: "subprocess.Popen[bytes]") -> None:
         """Until its grandchild, the judge, stands still."""
         end = time.monotonic() + LIMIT
@@ -152,12 +170,14 @@ def main(words: list[str]) -> int:
     subprocess.run(["mount", "--make-shared", MEDIA], check=True)
     with tempfile.TemporaryDirectory() as folder:
         devious = Devious(Controller(words[0], ROOT, Keys(folder)))
-        parts = words[1:] or ["pulled", "otherwise", "silent"]
+        parts = words[1:] or ["pulled", "otherwise", "silent", "swapped"]
         calls = devious.pulled_at_each_call() if "pulled" in parts else 0
         if "otherwise" in parts:
             devious.answers_otherwise()
         if "silent" in parts:
             devious.never_answers(calls)
+        if "swapped" in parts:
+            devious.swapped(calls)
     for fault in devious.faults:
         print(fault)
     print(f"pulled at {calls} calls, {len(devious.faults)} faults")

@@ -1189,6 +1189,7 @@ MOMENTS = {
     "pulled at each call of the judge": ["gate.devious-devices"],
     "a device that returns other bytes at the second read, or from the first on": ["gate.devious-devices"],
     "a device that never answers, and another medium that waits": ["gate.devious-devices"],
+    "swapped for an unsigned medium while it is judged": ["gate.devious-devices"],
     "swapped between verification and use": ["simulator.gate-signed-media"],
     "a signed and a refused medium at once": ["gate.media", "simulator.gate-refused-media"],
     "whoever judges is killed, at any moment": ["gate.media"],
