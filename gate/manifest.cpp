@@ -203,6 +203,8 @@ std::string Reader::enter(const ListedFile &file, Manifest *manifest)
         if (files.count(folder) > 0)
             return "the path " + printable(file.path) + " is below a file";
         folders.insert(folder);
+        if (folders.size() > mostFolders)
+            return "more than " + std::to_string(mostFolders) + " folders";
     }
     manifest->files.push_back(file);
     return std::string();

@@ -16,7 +16,8 @@ class VerifiedText;
 
 constexpr std::size_t largestManifest = std::size_t(4) << 20; ///< bytes
 constexpr std::size_t mostFiles = 20000;
-constexpr std::size_t longestPath = 1024; ///< bytes; each name in it up to 255
+constexpr std::size_t mostFolders = 20000; ///< each takes memory that no file's size tells of
+constexpr std::size_t longestPath = 1024;  ///< bytes; each name in it up to 255
 
 /// The folder of the medium that is left to what commands write; no file of it can be signed.
 constexpr char resultsFolder[] = "zul_results";

@@ -277,7 +277,7 @@ bool Stage::separate(std::string *error)
 bool Stage::makeRoom(const Needs &needs)
 {
     const std::uint64_t largest = policy.settings.maximumSize + mostFiles * std::uint64_t(65536);
-    if (needs.bytes > largest || needs.entries > mostFiles * longestPath)
+    if (needs.bytes > largest || needs.entries > mostFiles + mostFolders)
         return false;
     const std::string options = "mode=755,size=" + std::to_string(needs.bytes + spareBytes)
                                 + ",nr_inodes=" + std::to_string(needs.entries + spareEntries);

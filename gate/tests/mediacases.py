@@ -813,6 +813,12 @@ wrong_manifest(
 wrong_manifest(
     "manifest-of-a-line-of-4-mb", 1, 'not "#zul-manifest 1"', HEAD[:-1] + b" " * ((4 << 20) - len(HEAD)) + b"\n"
 )
+wrong_manifest(
+    "manifest-of-50100-folders",
+    81,
+    "more than 20000 folders",
+    HEAD + b"".join(entry(b"%03d/" % number + b"d/" * 500 + b"x") for number in range(100)),
+)
 
 
 def most_files(m: Medium) -> None:

@@ -32,6 +32,7 @@ private slots:
     void twoFilesCannotBeInOnePlace();
     void noCutOffManifestIsWhole();
     void thereAreOnlySoManyFiles();
+    void thereAreOnlySoManyFolders();
     void itIsOnlySoBig();
     void aMillionLinesAreRefusedAtTheFirst();
     void theLargestSizesDoNotOverflow();
@@ -321,6 +322,16 @@ void TestManifest::thereAreOnlySoManyFiles()
         text += fileLines(QByteArray::number(static_cast<qulonglong>(i)));
     QCOMPARE(readWell(text).files.size(), gate::mostFiles);
     QCOMPARE(errorOf(text + fileLines("one more")), QByteArray("line 40003: more than 20000 files"));
+}
+
+/// Few files can be in very many folders, each of which takes memory.
+void TestManifest::thereAreOnlySoManyFolders()
+{
+    QByteArray text = head;
+    for (int i = 0; i < 40; ++i)
+        text += fileLines(QByteArray::number(i) + '/' + QByteArray("d/").repeated(499) + 'x');
+    QCOMPARE(readWell(text).folders().size(), gate::mostFolders);
+    QCOMPARE(errorOf(text + fileLines("one/more")), QByteArray("line 83: more than 20000 folders"));
 }
 
 void TestManifest::itIsOnlySoBig()
