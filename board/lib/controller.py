@@ -257,6 +257,10 @@ class Controller:
         self.board.plug_usb(image, unreadable)
         self.usb = image
 
+    def plug_locked_usb(self, name: str) -> None:
+        self.usb = self.medium(name)
+        self.board.plug_locked_usb(self.usb)
+
     def pull(self) -> None:
         """Pulls everything that is plugged in."""
         if self.sd:

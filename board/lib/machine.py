@@ -244,6 +244,12 @@ class Machine:
             file = {"driver": "blkdebug", "image": file, "inject-error": errors}
         self._plug_usb_node({"driver": "raw", "file": file})
 
+    def plug_locked_usb(self, image: str) -> None:
+        """A drive that takes no writes, as a card reader with a locked card."""
+        locked: dict[str, object] = {"read-only": True}
+        file = {**self._medium(image), **locked}
+        self._plug_usb_node({"driver": "raw", "file": file, **locked})
+
     def plug_recorded_usb(self, image: str) -> str:
         """The same, with what is written to it in a log. Returns the log's file."""
         log = self._new_log(f"usb{self.usb_count + 1}")
@@ -274,6 +280,23 @@ class Machine:
         name, self.plugged_usb = self.plugged_usb, None
         self.monitor.command("device_del", id=f"{name}-drive")
         self.pulled_usb.append(name)
+
+    def take_card_out(self) -> None:
+        """Of the card reader that is plugged in, and stays."""
+        self.monitor.command("blockdev-open-tray", id=self._reader(), force=True)
+        self.monitor.command("blockdev-remove-medium", id=self._reader())
+
+    def put_card_in(self, image: str) -> None:
+        """Into the same reader."""
+        self.card_count += 1
+        name = f"card{self.card_count}"
+        self.monitor.command("blockdev-add", **{"driver": "raw", "file": self._medium(image), "node-name": name})
+        self.monitor.command("blockdev-insert-medium", id=self._reader(), node_name=name)
+        self.monitor.command("blockdev-close-tray", id=self._reader())
+
+    def _reader(self) -> str:
+        """The disk within the USB drive, by the machine's own name."""
+        return f"/machine/peripheral/{self.plugged_usb}-drive/{self.plugged_usb}-drive.0/legacy[0]"
 
     def _forget_pulled_drives(self) -> None:
         for name in list(self.pulled_usb):

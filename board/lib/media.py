@@ -5,19 +5,54 @@
 
 import os
 import subprocess
+import tempfile
+
+MEGABYTE = 1024 * 1024
 
 
 def make_medium(folder: str, image: str, megabytes: int = 48) -> None:
     """A medium as one buys it: one FAT32 partition, filled with the contents of a folder."""
-    start = 1024 * 1024
+    make_drive(image, [("vfat", folder, megabytes - 1)])
+
+
+def make_drive(image: str, partitions: list[tuple[str, str | None, int]]) -> None:
+    """A medium of several partitions: what each has on it, with the contents of a folder, and megabytes."""
+    sizes = [megabytes for _, _, megabytes in partitions]
     with open(image, "wb") as file:
-        file.truncate(megabytes * 1024 * 1024)
-    subprocess.run(["sfdisk", "-q", image], input=b"start=2048, type=c\n", check=True)
-    size = (megabytes - 1) * 1024
-    subprocess.run(
-        ["mkfs.vfat", "-F", "32", "-s", "1", "-n", "UPGRADE", "--offset", "2048", image, str(size)],
-        check=True,
-        stdout=subprocess.DEVNULL,
-    )
-    entries = [os.path.join(folder, name) for name in sorted(os.listdir(folder))]
-    subprocess.run(["mcopy", "-s", "-i", f"{image}@@{start}", *entries, "::/"], check=True)
+        file.truncate((1 + sum(sizes)) * MEGABYTE)
+    table = "".join(f"size={megabytes}MiB, type=c\n" for megabytes in sizes)
+    subprocess.run(["sfdisk", "-q", image], input=table.encode(), check=True)
+    place = MEGABYTE
+    for kind, folder, megabytes in partitions:
+        with tempfile.NamedTemporaryFile(dir=os.path.dirname(image)) as part:
+            make_file_system(part.name, kind, folder, megabytes)
+            copy = ["dd", f"if={part.name}", f"of={image}", "bs=1M", f"seek={place // MEGABYTE}"]
+            subprocess.run([*copy, "conv=notrunc,sparse", "status=none"], check=True)
+        place += megabytes * MEGABYTE
+
+
+# The first bytes of what is no medium.
+BEGINNINGS = {
+    "blank": b"",
+    "luks": b"LUKS\xba\xbe\0\2",
+    "swap": b"SWAPSPACE2".rjust(4096, b"\0"),
+    "ntfs": b"\xeb\x52\x90NTFS    \0\2\x08\0\0\0\0\0\xf8\0\0".ljust(510, b"\0") + b"\x55\xaa",
+}
+
+
+def make_file_system(image: str, kind: str, folder: str | None, megabytes: int) -> None:
+    """One without a partition table, as cameras make them. An exFAT stays empty: nothing here writes to one."""
+    with open(image, "wb") as file:
+        file.write(BEGINNINGS.get(kind, b""))
+        file.truncate(megabytes * MEGABYTE)
+    commands = {
+        # Clusters that are small enough for a FAT32 of this size.
+        "vfat": ["mkfs.vfat", "-F", "32", "-s", "1", "-n", "UPGRADE", "--mbr=n", image],
+        "ext4": ["mke2fs", "-q", "-t", "ext4", *(["-d", folder] if folder else []), image],
+        "exfat": ["mkfs.exfat", image],
+    }
+    if kind in commands:
+        subprocess.run(commands[kind], check=True, stdout=subprocess.DEVNULL)
+    if kind == "vfat" and folder:
+        entries = [os.path.join(folder, name) for name in sorted(os.listdir(folder))]
+        subprocess.run(["mcopy", "-s", "-i", image, *entries, "::/"], check=True)
