@@ -300,8 +300,10 @@ class Mdev(Method):
     """A file for busybox's mdev, which has media mounted and unmounted once it has all; `last` says that it has."""
 
     # What the kernel calls for a device that comes or goes; what is done is logged, the device gone from df.
-    CALLS = """plug() { ACTION=add DEVPATH=/devices/virtual/block/DEVICE DEVNAME=MEDIUM SUBSYSTEM=block busybox mdev; }
-pull() { ACTION=remove DEVPATH=/devices/virtual/block/DEVICE DEVNAME=MEDIUM SUBSYSTEM=block busybox mdev; }
+    CALLS = """export SUBSYSTEM=block DEVPATH=/devices/virtual/block/DEVICE
+event() { env ACTION="$1" DEVNAME="$2" $3 busybox mdev; }
+plug() { event add "${1:-MEDIUM}"; }
+pull() { event remove MEDIUM; }
 is_mounted() { df | grep '^/dev/MEDIUM .* /media/MEDIUM$'; }
 is_gone() { if df | grep /media/MEDIUM; then exit 1; fi; }
 logged() { grep -qx "zul_media: MEDIUM: $1" /log || { cat /log; exit 1; }; }
@@ -332,6 +334,21 @@ is_gone
 logged unmounted
 """
 
+    # The card is another then, which here is the same, and has no partitions.
+    IN_A_READER = """plug MEDIUM1
+event change MEDIUM
+is_mounted
+: >/log
+event change MEDIUM DISK_MEDIA_CHANGE=1
+is_mounted
+cat /media/MEDIUM/file
+grep -qx 'zul_media: MEDIUM1: unmounted' /log
+logged unmounted
+logged 'mounted.*'
+pull
+is_gone
+"""
+
     def __init__(self, file: str, mode: int = 0o644, last: bool = False) -> None:
         self.told = "used by mdev with media, signed ones and others" if last else "written for mdev"
         self.file = file
@@ -352,6 +369,7 @@ logged unmounted
         room.do("apt-get", "-q", "install", "busybox", "psmisc")
         room.write("/usr/local/bin/logger", LOGGER, 0o755)
         self.tried_as("sda1", self.AS_IT_IS, block, house)
+        self.tried_as("sdc", self.IN_A_READER, block, house)
         required = "s/^Signature=.*/Signature=required/; s/^#RememberSerial=.*/RememberSerial=yes/"
         room.do("sed", "-i", required, "/etc/zul/media.conf")
         key = room.root / "etc/zul/keys.d/owner.pem"
