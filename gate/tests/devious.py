@@ -26,6 +26,7 @@ from mediacases import BASE, BY_OWNER, CHANGED, Keys, Medium, case_of  # noqa: E
 ROOT = "/mnt/devious"
 MEDIA = ROOT + "/media"
 LIMIT = 60
+MOST_FAULTS = 20  # then it will not come to an end
 GOOD, EVIL = b"echo updated", b"echo HOSTILE"
 
 
@@ -72,7 +73,7 @@ class Devious:
 
     def pulled_at_each_call(self) -> int:
         medium, call = self.plug("sda1"), 0
-        while (said := self.judged("sda1", goes_at=call)) != f"accepted: {BY_OWNER}":
+        while (said := self.judged("sda1", goes_at=call)) != f"accepted: {BY_OWNER}" and len(self.faults) < MOST_FAULTS:
             self.check(
                 said.startswith("refused: ") and said.endswith("Input/output error"), f"pulled at {call}: {said!r}"
             )
