@@ -131,13 +131,13 @@ def lines_of_the_document() -> list[str]:
 def take_signed_only(c: Controller, owner: Signer, *settings: str) -> None:
     """As the document has it, with the owner's key at hand and more settings. Everything is taken back afterwards."""
     with open(owner.public, encoding="ascii") as file:
-        c.board.shell(f"mkdir -p /tmp/owner && cat >/tmp/owner/owner.pub.pem <<'END'\n{file.read()}END")
-    c.board.shell(f"cp -p {SETTINGS} /tmp/owner/")
-    c.clean_up = (
-        f"cp -p /tmp/owner/media.conf {SETTINGS}; rm -rf /tmp/owner /run/lamp* /var/lib/zul_media/* /etc/zul/keys.d/*"
-    )
+        c.board.shell(f"mkdir -p /var/tmp/owner && cat >/var/tmp/owner/owner.pub.pem <<'END'\n{file.read()}END")
+    c.board.shell(f"cp -p {SETTINGS} /var/tmp/owner/")
+    # Kept where a restart leaves it, and an error where it is not.
+    written = "/var/tmp/owner /run/lamp* /var/lib/zul_media/* /etc/zul/keys.d/*"
+    c.clean_up = f"cp -p /var/tmp/owner/media.conf {SETTINGS} && rm -rf {written}"
     _, copy, change = lines_of_the_document()
-    c.board.shell(f"cd /tmp/owner && {copy}\n{change}")
+    c.board.shell(f"cd /var/tmp/owner && {copy}\n{change}")
     for setting in settings:
         c.board.shell(f"echo '{setting}' >>{SETTINGS}")
     assert c.board.shell("zul_media settings") == "Only what is signed is mounted."
@@ -406,7 +406,8 @@ def three_lines_lead_from_the_packages_to_signed_media_only(c: Controller) -> No
     c.board.shell("dpkg --purge zul-upgrade", BATCH)
     for line in lines_of_the_document():
         c.board.shell(f"cd /var/tmp/packages && {line}", BATCH)
-    c.clean_up = "rm -r /var/tmp/packages /etc/zul/keys.d/*; sed -i s/^Signature=.*/Signature=off/ /etc/zul/media.conf"
+    put_back = "sed -i -e s/^Signature=.*/Signature=off/ -e /^Results=/d /etc/zul/media.conf"
+    c.clean_up = f"{put_back} && rm -r /var/tmp/packages /etc/zul/keys.d/*"
     c.expect_tool_waiting()
     c.board.shell("echo Results=yes >>/etc/zul/media.conf")
     mark, programs = c.mark(), c.running_programs()
