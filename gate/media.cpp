@@ -231,18 +231,22 @@ int mountMedium(const Medium &medium, const Places &places)
     makeDirectory(places.run, 0755);
     const Descriptor own = lock(places.run + '/' + medium.name() + ".lock");
     const std::string directory = places.media + '/' + medium.name();
+    const std::optional<Settings> settings = settingsOf(places);
+    const bool takesAny = settings && settings->signature == Settings::Signature::Off;
     if (isMounted(directory)) {
+        // A copy is in memory. Anything else is there by another's doing, such as a rule of the owner's.
+        if (!takesAny && mountOf(directory).type != "tmpfs")
+            return refuse(medium, places, settings ? settings->onRefused : std::string(),
+                          "mounted already by something else, and not verified");
         say(medium.name(), "mounted already");
         return ExitDone;
     }
-    const std::optional<Settings> settings = settingsOf(places);
     if (!settings)
         return refuse(medium, places, std::string(), "the settings have to be put right first");
     if (!own.isOpen() || !makeDirectory(places.media, 0755) || !makeDirectory(directory, 0755))
         return refuse(medium, places, settings->onRefused, directory + ": " + systemError());
-    return settings->signature == Settings::Signature::Off
-               ? mountAsItIs(medium, directory)
-               : mountWhatIsSigned(medium, places, *settings, directory);
+    return takesAny ? mountAsItIs(medium, directory)
+                    : mountWhatIsSigned(medium, places, *settings, directory);
 }
 
 int unmountMedium(const std::string &name, const Places &places)

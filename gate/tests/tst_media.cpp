@@ -38,6 +38,7 @@ private slots:
     void withoutAGateItIsMountedAsItIs();
     void itIsUnmountedThoughItIsInUse();
     void aSecondCallChangesNothing();
+    void whatSomethingElseHasMountedIsTold();
 
     void whatIsSignedIsMountedAndNothingElse();
     void theCopyIsWhatTheToolTakes_data();
@@ -320,6 +321,24 @@ void TestMedia::aSecondCallChangesNothing()
     QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
     QCOMPARE(said, QString("sda1: mounted already\n"));
     QCOMPARE(mountAt(directory("sda1")).id, first.id);
+}
+
+/// A rule of the owner's that was left beside this one would get the tool whatever is on a medium.
+void TestMedia::whatSomethingElseHasMountedIsTold()
+{
+    configure("Signature=off\n");
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitDone));
+    QCOMPARE(said, QString("sda1: mounted already\n"));
+    configure(usual);
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitRefused));
+    QCOMPARE(said, QString("sda1: refused: mounted already by something else, and not verified\n"));
+    configure("Signature\n");
+    QCOMPARE(zulMedia({"mount", "sda1"}), int(gate::ExitRefused));
+    QVERIFY2(said.endsWith("sda1: refused: mounted already by something else, and not verified\n"),
+             qPrintable(said));
+    QCOMPARE(zulMedia({"unmount", "sda1"}), int(gate::ExitDone));
+    QVERIFY2(said.startsWith("sda1: unmounted\nsda1: removed\n"), qPrintable(said));
 }
 
 void TestMedia::whatIsSignedIsMountedAndNothingElse()
