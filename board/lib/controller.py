@@ -10,6 +10,7 @@ import tempfile
 from collections.abc import Callable, Sequence
 
 import facts
+from blockserver import BlockServer
 from comparison import SAME, difference, is_same
 from machine import Machine
 from media import make_medium
@@ -260,6 +261,10 @@ class Controller:
     def plug_locked_usb(self, name: str) -> None:
         self.usb = self.medium(name)
         self.board.plug_locked_usb(self.usb)
+
+    def plug_usb_server(self, server: BlockServer) -> None:
+        self.board.plug_usb_server(server)
+        self.usb = server.path
 
     def pull(self) -> None:
         """Pulls everything that is plugged in."""

@@ -1,7 +1,8 @@
 # SPDX-FileCopyrightText: 2026 The zul_upgrade authors
 # SPDX-License-Identifier: MIT
 
-"""Media that the gate has to accept or to refuse: those of gate/tests/mediacases.py.
+"""Media that the gate has to accept or to refuse, those of gate/tests/mediacases.py and some that only a machine can
+have: that answer otherwise when they are read again, are swapped, or pulled at any read.
 
 What is refused may be mounted nowhere, and nothing of the tool may follow from it.
 """
@@ -14,19 +15,24 @@ import subprocess
 import sys
 import tarfile
 import tempfile
+import threading
+from collections.abc import Iterable
 
-from controller import BATCH, LIMIT, Controller, shows_application
-from registry import EVERYDAY, scenario
+from blockserver import BlockServer, other_from
+from controller import BATCH, LIMIT, Controller, shows_application, shows_unplug_message
+from registry import EVERYDAY, FULL, scenario
 from waiting import Timeout, wait_until
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.realpath(__file__)), "../../gate/tests"))
 
 import mediacases  # noqa: E402  it is the gate's
-from mediacases import Case, Keys, Medium  # noqa: E402
+from mediacases import ACCEPTED, BASE, REFUSED, Case, Keys, Medium  # noqa: E402
 
 MEGABYTE = 1 << 20
+PARTITIONS_OF_A_DRIVE = 60  # each is a service, and all begin at once
 FAT, EXT4 = "fat", "ext4"
 PLACES = {"settings": "/etc/zul/media.conf", "keys": "/etc/zul/keys.d", "serial": "/var/lib/zul_media/serial"}
+SIGNED = "accepted: signed by owner.pem"
 
 
 # --- Media ------------------------------------------------------------------------------------------------
@@ -46,6 +52,9 @@ class Part:
 
     def said(self) -> str:
         return self.case.said(self.name, **PLACES).splitlines()[-1]
+
+    def settings(self) -> tuple[object, ...]:
+        return (self.medium.settings, tuple(sorted(self.medium.installed.items())), self.medium.serial)
 
 
 def bytes_in(folder: str) -> int:
@@ -180,6 +189,13 @@ class Gate:
         )[1]
         return text.splitlines()
 
+    def expect_gone(self) -> None:
+        """Nothing of a medium is there any more, and nobody works on one."""
+        self.c.board.wait_for(
+            "test -z \"$(systemctl list-units --no-legend --plain 'zul-media@*')\" && ! pidof zul_media"
+        )
+        wait_until(lambda: not self.mounts(), LIMIT, "nothing is mounted any more")
+
     def expect_untouched(self) -> None:
         """The tool has looked, more than once, and has done nothing: the same programs run as before."""
         self.c.let_polls_pass(2)
@@ -221,6 +237,62 @@ def newest_disk(c: Controller, partitions: int) -> str | None:
     return None
 
 
+def judged(gate: Gate, part: Part) -> None:
+    """Once more, as it is set up now."""
+    gate.begin()
+    gate.set_up(part.medium)
+    gate.c.board.console.run(f"systemctl restart zul-media@{part.name}", BATCH)
+    gate.expect(*(line for line in part.case.said(part.name, **PLACES).splitlines()))
+
+
+def go_through(c: Controller, cases: Iterable[Case], kind: str) -> None:
+    """Plugs in every one of them, on as few drives as there can be."""
+    chosen = list(cases)
+    for place in range(0, len(chosen), PARTITIONS_OF_A_DRIVE):
+        gate = Gate(c)
+        parts = [gate.part(case, kind) for case in chosen[place : place + PARTITIONS_OF_A_DRIVE]]
+        usual = gate.part(mediacases.case_of("signed"), kind)
+        gate.set_up(usual.medium)
+        accepted = any(part.case.verdict != REFUSED for part in parts)
+        if accepted:
+            c.board.shell("systemctl stop zul_upgrade")  # its countdown would be over before all are looked at
+        gate.begin()
+        programs = gate.programs
+        plug(gate, parts)
+        gate.expect(*(part.said() for part in parts if part.settings() == usual.settings()))
+        # Every one has its verdict, before it gets another.
+        waiting = "systemctl list-units --no-legend --plain --state=activating 'zul-media@*'"
+        wait_until(lambda: not c.board.shell(waiting), BATCH, "all of them are judged")
+        for part in parts:
+            if part.settings() != usual.settings():
+                judged(gate, part)
+                check_part(gate, part)
+                gate.c.board.console.run(f"systemctl stop zul-media@{part.name}", BATCH)
+        for part in parts:
+            if part.settings() == usual.settings():
+                check_part(gate, part)
+        if not accepted:
+            gate.programs = programs
+            gate.expect_nothing_mounted()
+            gate.expect_untouched()
+        c.pull()
+        wait_until(lambda: not gate.mounts(), BATCH, "nothing is mounted any more")
+        c.say(f"{len(parts)} media on {kind}")
+
+
+def check_part(gate: Gate, part: Part) -> None:
+    where = f"/media/{part.name}"
+    is_mounted = gate.c.board.holds(f"findmnt --mountpoint {where}")
+    assert is_mounted == (part.case.verdict != REFUSED), f"{part.case.name} on {part.name}: mounted: {is_mounted}"
+    if part.case.verdict == ACCEPTED:
+        gate.expect_copy(part)
+        has_results = gate.c.board.holds(f"findmnt -no OPTIONS --mountpoint {where}/zul_results | grep -q noexec")
+        assert has_results == part.case.results, f"{part.case.name}: results: {has_results}"
+    wanted = part.case.serial_after or part.medium.serial
+    if wanted is not None and part.case.verdict == ACCEPTED:
+        assert gate.c.board.shell(f"cat {PLACES['serial']}") == wanted.decode().strip(), "the serial"
+
+
 # --- The list -----------------------------------------------------------------------------------------------
 
 SOME_ON_FAT = [
@@ -259,3 +331,206 @@ def mediacase_settings(gate: Gate) -> Medium:
     medium = gate.medium("signed")[0].medium
     medium.settings = mediacases.USUAL + "MaximumSize=1024G\n"
     return medium
+
+
+@scenario(FULL)
+def whatever_is_wrong_on_fat_is_refused(c: Controller) -> None:
+    go_through(c, (case for case in mediacases.cases_on(FAT) if case.verdict == REFUSED), FAT)
+
+
+@scenario(FULL)
+def whatever_is_wrong_on_ext4_is_refused(c: Controller) -> None:
+    go_through(c, (case for case in mediacases.cases_on(EXT4) if case.verdict == REFUSED), EXT4)
+
+
+@scenario(FULL)
+def whatever_is_signed_is_accepted(c: Controller) -> None:
+    for kind in (FAT, EXT4):
+        go_through(c, (case for case in mediacases.cases_on(kind) if case.verdict != REFUSED), kind)
+
+
+# --- Media that change ----------------------------------------------------------------------------------------
+
+# In one sector, and as long as one another.
+GOOD, EVIL = BASE["update.sh"][0], b"#!/bin/sh\necho HOSTILE\n"
+assert len(GOOD) == len(EVIL)
+SOCKET = "server"
+
+
+class Drive:
+    """A signed medium in a drive that answers as it likes."""
+
+    def __init__(self, gate: Gate, image: str) -> None:
+        self.gate = gate
+        self.server = BlockServer(image, os.path.join(gate.c.folder, SOCKET))
+
+    def plug(self) -> None:
+        self.gate.c.plug_usb_server(self.server)
+
+    def pull(self) -> None:
+        """The machine lets go of a drive when the last request is answered, which for one that is gone is an error."""
+        threading.Timer(1, self.server.pull).start()
+        self.gate.c.pull()
+        self.gate.expect_gone()
+        self.server.close()
+
+
+def verdict(gate: Gate) -> str:
+    """What is said of the drive, whatever it is."""
+    lines = wait_until(
+        lambda: [line for line in gate.lines() if " accepted: " in line or " refused: " in line], BATCH, "a verdict"
+    )
+    assert len(lines) == 1, lines
+    return lines[0].partition(": ")[2]
+
+
+def entry_of_update(image: str) -> dict[bytes, bytes]:
+    """The directory's entry of update.sh on FAT, and the same with another size."""
+    with open(image, "rb") as file:
+        data = file.read()
+    start = data.index(b"UPDATE  SH")
+    entry = data[start : start + 32]
+    assert int.from_bytes(entry[28:], "little") == len(GOOD), "not the entry of update.sh"
+    return {entry: entry[:28] + (len(GOOD) + 1).to_bytes(4, "little")}
+
+
+@scenario(FULL)
+def what_answers_otherwise_the_second_time_gains_nothing(c: Controller) -> None:
+    """The file's bytes, from the first read on, or the second, or until then; and its size in the directory, which more
+    than the judge have read by then. Nothing is kept in memory meanwhile, or there would be no second read."""
+    gate = Gate(c)
+    part = gate.medium("signed")[0]
+    image = gate.image([part])
+    gate.set_up(part.medium)
+    c.board.shell("touch /run/dropping")
+    c.board.start("while test -e /run/dropping; do echo 3 >/proc/sys/vm/drop_caches; sleep 0.05; done")
+    c.clean_up = f"rm -f /run/dropping; {c.clean_up}"
+    hostile = {GOOD: EVIL}
+    resized = entry_of_update(image)
+    answers = [other_from(0, hostile), other_from(1, hostile), other_from(0, hostile, until=1)]
+    answers += [other_from(1, resized), other_from(2, resized)]
+    verdicts = []
+    for answer in answers:
+        drive = Drive(gate, image)
+        drive.server.answer = answer
+        gate.begin()
+        drive.plug()
+        said = verdict(gate)
+        verdicts.append(said)
+        if said == SIGNED:
+            (part.name,) = [os.path.basename(place) for place in c.media_listed()]
+            gate.expect_copy(part)
+            c.board.shell("echo 3 >/proc/sys/vm/drop_caches")
+            gate.expect_copy(part)
+            c.expect_list()
+        else:
+            assert said.startswith("refused: update.sh: is not what was signed"), said
+            gate.expect_nothing_mounted()
+            gate.expect_untouched()
+        c.say(f"{said}; read {drive.server.times_read(GOOD)} times")
+        drive.pull()
+        c.put_to_rest()
+    assert len({said == SIGNED for said in verdicts}) == 2, "never accepted, or never refused"
+
+
+@scenario(FULL)
+def what_was_verified_runs_though_the_medium_is_another_one_now(c: Controller) -> None:
+    gate = Gate(c)
+    part, hostile = gate.medium("signed")[0], gate.medium("unsigned")[0]
+    image, other = gate.image([part]), gate.image([hostile])
+    gate.set_up(part.medium)
+    gate.begin()
+    drive = Drive(gate, image)
+    drive.plug()
+    assert verdict(gate) == SIGNED
+    c.expect_list()
+    with open(other, "rb") as file:
+        data = file.read().replace(GOOD, EVIL)
+    drive.server.data[: len(data)] = data[: len(drive.server.data)]
+    c.board.shell("echo 3 >/proc/sys/vm/drop_caches")
+    c.choose(0)
+    start = c.mark()
+    c.confirm()
+    c.expect_screen(shows_unplug_message, "the request to unplug", BATCH)
+    said = c.lines(after=start)
+    assert "updated" in said and "HOSTILE" not in said, said
+    drive.pull()
+    c.put_to_rest()
+
+    # Right after it was accepted, under the same name.
+    gate.begin()
+    c.plug_usb_image(image)
+    assert verdict(gate) == SIGNED
+    c.pull()
+    gate.begin()
+    c.plug_usb_image(other)
+    gate.expect("sd[a-z]1: refused: no manifest")
+    gate.expect_nothing_mounted()
+    c.expect_rest()
+    assert not c.board.holds("test -e /mnt/upgrade/update.sh"), "it is still there"
+
+
+@scenario(FULL)
+def pulled_at_any_read_it_leaves_nothing(c: Controller) -> None:
+    gate = Gate(c)
+    part = gate.medium("signed")[0]
+    image = gate.image([part])
+    gate.set_up(part.medium)
+    whole = reads_of(gate, image)
+    moments = sorted({round(whole * place / MOMENTS) for place in range(MOMENTS)})
+    for moment in moments:
+        drive = Drive(gate, image)
+        drive.server.silent_from = moment
+        gate.begin()
+        drive.plug()
+        assert drive.server.is_silent.wait(LIMIT), f"there is no read {moment}"
+        drive.pull()
+        assert not any(" accepted: " in line for line in gate.lines()), f"accepted at {moment}: {gate.lines()}"
+        assert shows_application(c.board.screen()), f"pulled at {moment}: the window is there"
+        assert c.running_programs() == gate.programs, f"pulled at {moment}: programs were stopped"
+    gate.expect_untouched()
+    c.say(f"pulled at {len(moments)} of {whole} reads")
+    gate.begin()
+    c.plug_usb_image(image)
+    assert verdict(gate) == SIGNED
+    c.expect_list()
+
+
+MOMENTS = 12
+
+
+def reads_of(gate: Gate, image: str) -> int:
+    """How many it takes until the medium is accepted."""
+    drive = Drive(gate, image)
+    gate.begin()
+    drive.plug()
+    assert verdict(gate) == SIGNED
+    reads = drive.server.reads
+    drive.pull()
+    gate.c.put_to_rest()
+    return reads
+
+
+# --- Two at once --------------------------------------------------------------------------------------------
+
+
+@scenario(FULL)
+def of_two_media_each_has_its_verdict(c: Controller) -> None:
+    gate = Gate(c)
+    signed, another, unsigned = gate.medium("signed", "file-added", "unsigned")
+    images = [gate.image([part]) for part in (signed, another, unsigned)]
+    gate.set_up(signed.medium)
+    for card, drive, lines, mounted in [
+        (images[2], images[0], ["mmcblk0p1: refused: no manifest", "sda1: " + SIGNED], ["/media/sda1"]),
+        (images[0], images[2], ["mmcblk0p1: " + SIGNED, "sda1: refused: no manifest"], ["/media/mmcblk0p1"]),
+        (images[0], images[1], ["mmcblk0p1: " + SIGNED, "sda1: " + SIGNED], ["/media/mmcblk0p1", "/media/sda1"]),
+    ]:
+        gate.begin()
+        c.plug_sd_image(card)
+        c.plug_usb_image(drive)
+        gate.expect(*lines)
+        assert sorted(c.media_listed()) == mounted, c.media_listed()
+        c.expect_list()
+        c.pull()
+        gate.expect_gone()
+        c.put_to_rest()

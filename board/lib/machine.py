@@ -11,6 +11,7 @@ import os
 import subprocess
 from collections.abc import Callable, Sequence
 
+from blockserver import BlockServer
 from console import COMMAND_LIMIT, Console
 from monitor import Monitor
 from screen import HEIGHT, WIDTH, Screen
@@ -255,6 +256,10 @@ class Machine:
         log = self._new_log(f"usb{self.usb_count + 1}")
         self._plug_usb_node(logged(self._medium(image), log, ""))
         return log
+
+    def plug_usb_server(self, server: BlockServer) -> None:
+        """A drive whose answers somebody else gives."""
+        self._plug_usb_node({"driver": "raw", "file": server.node()})
 
     def _new_log(self, name: str) -> str:
         log = os.path.join(self.folder, name + ".log")

@@ -1200,6 +1200,17 @@ MOMENTS = {
     "a signed and a refused medium at once": ["gate.media", "simulator.gate-refused-media"],
     "whoever judges is killed, at any moment": ["gate.media"],
     "some of the list on one drive, FAT and ext4, and a signed card beside it": ["what_is_not_signed_is_not_there"],
+    "all of the list": [
+        "whatever_is_wrong_on_fat_is_refused",
+        "whatever_is_wrong_on_ext4_is_refused",
+        "whatever_is_signed_is_accepted",
+    ],
+    "a drive that returns other bytes, or another size, when it is read again": [
+        "what_answers_otherwise_the_second_time_gains_nothing"
+    ],
+    "a drive that is swapped after its verdict": ["what_was_verified_runs_though_the_medium_is_another_one_now"],
+    "a drive that is pulled at any read": ["pulled_at_any_read_it_leaves_nothing"],
+    "two drives, signed or not": ["of_two_media_each_has_its_verdict"],
 }
 
 
