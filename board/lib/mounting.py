@@ -102,6 +102,14 @@ def card_of_a_reader_that_stays_comes_and_goes(c: Controller) -> None:
     expect_nothing_failed(c)
 
 
+@scenario(FULL)
+def locked_card_is_mounted_for_reading(c: Controller) -> None:
+    start = c.mark()
+    c.plug_locked_usb("continue")
+    c.expect_list()
+    expect_said(c, ["sda1: mounted, read-only: it is locked"], start)
+
+
 # --- Only what is signed ------------------------------------------------------------------------------------
 
 LAMP = """#!/bin/sh
