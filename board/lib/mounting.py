@@ -81,6 +81,25 @@ def each_partition_is_mounted_or_left_alone_with_one_line(c: Controller) -> None
 
 
 @scenario(FULL)
+def disk_without_partitions_is_a_medium_where_it_has_a_file_system(c: Controller) -> None:
+    """The kernel loads what it needs for that; what is not mounted goes without a word."""
+    assert not c.board.holds("lsmod | grep -w ^exfat"), "exFAT is loaded already"
+    for kind, outcome in (("exfat", "mounted"), ("ext4", "mounted"), ("blank", NO_MEDIUM)):
+        image = os.path.join(c.folder, f"{kind}.img")
+        make_file_system(image, kind, c.folder_of("continue") if kind == "ext4" else None, 40)
+        start = c.mark()
+        c.plug_usb_image(image)
+        expect_said(c, [f"sda: {outcome}"], start)
+        if kind == "ext4":
+            c.expect_list()
+        c.pull()
+        c.expect_rest()
+        expect_unit_gone(c, "sda")
+        expect_said(c, [f"sda: {outcome}", *(["sda: unmounted"] if outcome == "mounted" else [])], start)
+    expect_nothing_failed(c)
+
+
+@scenario(FULL)
 def card_of_a_reader_that_stays_comes_and_goes(c: Controller) -> None:
     """The system keeps a disk for the reader, and partitions of the card as long as one is mounted."""
     whole = os.path.join(c.folder, "whole.img")
