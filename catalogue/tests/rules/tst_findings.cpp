@@ -390,7 +390,7 @@ void TestFindings::whatIsWrittenOutsideTheResultsIsFound_data()
     row("cp /mnt/upgrade/update.sh /tmp", "");
     row("cp /var/log/syslog /mnt/upgrade/zul_results", "");
     row("cp /var/log/syslog /mnt/upgrade/zul_results/a", "");
-    row("cp /var/log/syslog /mnt/upgraded", "");
+    row("cp /var/log/syslog /mnt/upgrade.old", "");
     row("cat /mnt/upgrade/update.sh", "");
 }
 
