@@ -3,7 +3,8 @@
 
 """A medium that answers as it likes: a network block device, which the machine has in the place of a drive.
 
-What it answers may depend on how often a place was read before, and it may fall silent at any read.
+What it answers may depend on how often a place was read before, and it may be gone at any read: an error answers that
+and all later ones, as those of a drive that is pulled. (One that is never answered would stop the whole machine.)
 """
 
 import os
@@ -39,8 +40,8 @@ class BlockServer:
         self.answer: Answer | None = None
         self.times: Counter[int] = Counter()  # how often each sector was read
         self.reads = 0
-        self.silent_from: int | None = None  # the read that is not answered any more, counted from 0
-        self.is_silent = threading.Event()  # whether that has come
+        self.gone_from: int | None = None  # the read at which it is pulled, counted from 0
+        self.is_gone = threading.Event()  # whether that has come
         self.is_pulled = threading.Event()  # from then on every read fails
         self.lock = threading.Lock()
         if os.path.exists(path):
@@ -76,9 +77,9 @@ class BlockServer:
             first = start // SECTOR
             before = self.times[first]
             self.times.update(range(first, (start + length + SECTOR - 1) // SECTOR))
-        if self.silent_from is not None and number >= self.silent_from:
-            self.is_silent.set()
-            self.is_pulled.wait()
+        if self.gone_from is not None and number >= self.gone_from:
+            self.is_gone.set()
+            return None
         if self.is_pulled.is_set():
             return None
         data = bytes(self.data[start : start + length])

@@ -480,10 +480,10 @@ def pulled_at_any_read_it_leaves_nothing(c: Controller) -> None:
     moments = sorted({round(whole * place / MOMENTS) for place in range(MOMENTS)})
     for moment in moments:
         drive = Drive(gate, image)
-        drive.server.silent_from = moment
+        drive.server.gone_from = moment
         gate.begin()
         drive.plug()
-        assert drive.server.is_silent.wait(LIMIT), f"there is no read {moment}"
+        assert drive.server.is_gone.wait(LIMIT), f"there is no read {moment}"
         drive.pull()
         assert not any(" accepted: " in line for line in gate.lines()), f"accepted at {moment}: {gate.lines()}"
         assert shows_application(c.board.screen()), f"pulled at {moment}: the window is there"

@@ -276,6 +276,24 @@ def expect_verdict(c: Controller, image: str, verdict: str) -> None:
 
 
 @scenario(FULL)
+def keys_are_changed_with_two_installed_and_then_revoked(c: Controller) -> None:
+    """As docs/signing.md has it: the new one comes with a medium of the old one's."""
+    owner, successor = Signer(c.folder), Signer(c.folder, "successor")
+    unknown = "refused: signature of no known key, or of another manifest"
+    take_signed_only(c, owner)
+    with open(successor.public, encoding="ascii") as file:
+        key = {"successor.pub.pem": file.read()}
+    expect_verdict(c, medium_that_runs(successor, "true"), unknown)
+    brings = medium_that_runs(owner, "cp /mnt/upgrade/successor.pub.pem /etc/zul/keys.d/\nsync", more=key)
+    expect_verdict(c, brings, "accepted: signed by owner.pub.pem")
+    expect_verdict(c, medium_that_runs(owner, "true"), "accepted: signed by owner.pub.pem")
+    revokes = medium_that_runs(successor, "rm -f /etc/zul/keys.d/owner.pub.pem\nsync")
+    expect_verdict(c, revokes, "accepted: signed by successor.pub.pem")
+    expect_verdict(c, brings, unknown)
+    expect_verdict(c, medium_that_runs(successor, "true"), "accepted: signed by successor.pub.pem")
+
+
+@scenario(FULL)
 def signed_medium_has_to_be_for_this_controller_and_new_enough(c: Controller) -> None:
     owner = Signer(c.folder)
     take_signed_only(c, owner, "Compatible=press-800", "RememberSerial=yes")
