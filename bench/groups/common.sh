@@ -52,6 +52,11 @@ tools_first_row() {
 
 # --- The gate -------------------------------------------------------------------------------------------------------
 
+# only_in_the_sandbox - for groups that mount and write below /mnt.
+only_in_the_sandbox() {
+    if [[ ! -e /mnt/.zul-sandbox ]]; then cannot "not in a sandbox"; fi
+}
+
 # make_key SECRET PUBLIC
 make_key() {
     openssl genpkey -algorithm ed25519 -out "$1"

@@ -15,6 +15,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/lib/script.sh"
 # shellcheck source=common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+only_in_the_sandbox
 readonly root=/mnt/gate medium=/mnt/gate/media/sda1 copy=/mnt/copy
 
 # cost COMMAND... - adds up milliseconds, and those of processor time, and keeps the higher peak, in KiB.

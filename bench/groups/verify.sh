@@ -10,8 +10,11 @@
 # of the build. Prints lines "verify<TAB>row<TAB>subject<TAB>million instructions".
 set -euo pipefail
 
+# shellcheck source=../../scripts/lib/script.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/lib/script.sh"
 # shellcheck source=common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+only_in_the_sandbox
 readonly medium=/mnt/medium catalogue=$ZUL_BUILD_DIR/catalogue/zul_catalogue
 
 # count EXPECTED_STATUS ROW SUBJECT COMMAND...
