@@ -20,6 +20,7 @@ from collections.abc import Iterable
 
 from blockserver import BlockServer, other_from
 from controller import BATCH, LIMIT, Controller, shows_application, shows_unplug_message
+from media import MEGABYTE
 from registry import EVERYDAY, FULL, scenario
 from waiting import Timeout, wait_until
 
@@ -28,7 +29,6 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.realpath(__file__)), "..
 import mediacases  # noqa: E402  it is the gate's
 from mediacases import ACCEPTED, BASE, REFUSED, Case, Keys, Medium  # noqa: E402
 
-MEGABYTE = 1 << 20
 PARTITIONS_OF_A_DRIVE = 60  # each is a service, and all begin at once
 FAT, EXT4 = "fat", "ext4"
 PLACES = {"settings": "/etc/zul/media.conf", "keys": "/etc/zul/keys.d", "serial": "/var/lib/zul_media/serial"}
