@@ -5,10 +5,15 @@
 // reported.
 #include <QtWidgets>
 
+#include <optional>
+
 class Planted : public QWidget
 {
 public:
     void use(QProcess *process, QString text, QStringList list);
+
+    // The standard that the compiler here takes without being told, and the reader does not.
+    std::optional<QString> found;
 
 protected:
     bool eventFilter(QObject *object, QEvent *event) override;
