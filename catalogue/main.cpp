@@ -3,6 +3,7 @@
 
 #include "common/failure.h"
 #include "common/share.h"
+#include "kit/kit.h"
 #include "reading/medium.h"
 #include "report/report.h"
 #include "scaffold.h"
@@ -26,14 +27,14 @@ namespace
 
 const char usage[] = R"(Usage: zul_catalogue check [--strict] [--json] [--mounted-at DIR] MEDIUM
        zul_catalogue preview MEDIUM -o DIR [--language LANG] [--mounted-at DIR]
-       zul_catalogue new DIR
+       zul_catalogue new [--kit] DIR
        zul_catalogue sign MEDIUM --key FILE [--compatible NAME] [--serial N]
        zul_catalogue verify MEDIUM --key FILE [--compatible NAME] [--serial N]
 
 check    prints what the controller shows and runs with a medium, then what is
          wrong with it; MEDIUM is its folder, or a system.ini
 preview  draws every screen that the operator sees, as pictures
-new      makes a small, commented medium to start from
+new      makes a small, commented medium; with --kit, one of guarded steps
 sign     checks strictly, then signs; verify says what a controller's gate says
 
   --strict           warnings count: exit code 1;  --json  a report for programs
@@ -61,12 +62,13 @@ struct Options {
     QString mountedAt;
     bool manifestOnly = false;
     Signing signing;
+    bool kit = false;
 };
 
 bool readOptions(const QStringList &arguments, Options *options, QString *error)
 {
     QCommandLineParser parser;
-    const QCommandLineOption strict("strict"), json("json"), help(QStringList{"h", "help"}),
+    const QCommandLineOption strict("strict"), json("json"), kit("kit"), help(QStringList{"h", "help"}),
         version(QStringList{"v", "version"});
     const QCommandLineOption output(QStringList{"o", "output"}, "", "DIR"), language("language", "", "LANG");
     const QCommandLineOption mountedAt("mounted-at", "", "DIR"), key("key", "", "FILE");
@@ -74,6 +76,7 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
     const QCommandLineOption passphrase("passphrase-file", "", "FILE"), manifestOnly("manifest-only");
     parser.addOptions({strict, json, help, version, output, language, mountedAt, key, passphrase,
                        manifestOnly, compatible, serial});
+    parser.addOption(kit);
     if (!parser.parse(arguments)) {
         *error = parser.errorText();
         return false;
@@ -89,6 +92,7 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
                 parser.isSet(manifestOnly),
                 {parser.values(key), parser.value(passphrase),
                  parser.isSet(compatible) ? parser.value(compatible) : QString(), parser.value(serial)}};
+    options->kit = parser.isSet(kit);
     return true;
 }
 
@@ -119,6 +123,8 @@ QString wrongUsage(const Options &options)
         return command + " takes one " + (command == "new" ? "DIR" : "MEDIUM");
     if ((options.strict || options.json) && command != "check")
         return "--strict and --json are for check";
+    if (options.kit && command != "new")
+        return "--kit is for new";
     if (!options.mountedAt.isEmpty() && (command == "new" || isSigning))
         return "--mounted-at is for check and preview";
     if ((!options.output.isEmpty() || !options.language.isEmpty()) && command != "preview")
@@ -231,8 +237,10 @@ int run(const Options &options)
     Failure failure;
     QStringList files;
     const QString command = options.words.at(0);
-    if (command == "new")
-        return printFiles(makeMedium(options.words.at(1), &files, &failure), files, failure);
+    if (command == "new") {
+        const auto make = options.kit ? makeKit : makeMedium;
+        return printFiles(make(options.words.at(1), &files, &failure), files, failure);
+    }
     if (command == "verify")
         return verify(options);
     Medium medium;
