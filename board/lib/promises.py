@@ -5,8 +5,12 @@
 
 Between two reports a file is what it was at the one or what it was at the other. From a report on, what the operation
 has done is there: a row that says "Succeed" is saved.
+
+Files of reports, *.jsonl, are written while an operation is at work. At every moment each of their lines is whole or
+blank, and from a report on there is one for each step that has ended.
 """
 
+import json
 import re
 from collections.abc import Mapping, Sequence
 from dataclasses import dataclass
@@ -41,13 +45,23 @@ def around(reports: Sequence[Report], position: int) -> tuple[Listing, Listing]:
     return reports[before].files, reports[min(before + 1, len(reports) - 1)].files
 
 
-def broken_on_the_controller(reports: Sequence[Report], position: int, found: Listing) -> list[str]:
+def steps_ended(reports: Sequence[Report], position: int, path: str) -> int:
+    """How many of the operations that were reported up to a position have written to a file."""
+    versions = [report.files.get(path) for report in reports if report.position <= position]
+    return sum(version != before for before, version in zip(versions, versions[1:]))
+
+
+def broken_on_the_controller(reports: Sequence[Report], position: int, found: Found) -> list[str]:
     """Files that are neither old nor new. What is in no report is somebody's temporary file."""
     old, new = around(reports, position)
     problems = []
     for path in sorted({path for report in reports for path in report.files}):
-        version = found.get(path)
-        if version not in (old.get(path), new.get(path)):
+        version = found.version(path, True)
+        if version in (old.get(path), new.get(path)):
+            continue
+        if is_of_lines(path) and old.get(path) != new.get(path):
+            problems += broken_lines(path, found, steps_ended(reports, position, path))
+        else:
             problems.append(f"{path} is {describe(version)}, not {describe(old.get(path))}{either(old, new, path)}")
     return problems
 
@@ -59,8 +73,33 @@ def broken_on_the_medium(reports: Sequence[Report], position: int, found: Found)
     for path in sorted(old.keys() & new.keys()):
         version = found.version(path, False)
         grows = new[path] != old[path]
-        if version != old[path] and not (version and grows and found.begins_with(path, old[path])):
+        if is_of_lines(path) and grows:
+            problems += broken_lines(path, found, steps_ended(reports, position, path))
+        elif version != old[path] and not (version and grows and found.begins_with(path, old[path])):
             problems.append(f"{path} is {describe(version)}, not {describe(old[path])}")
+    return problems
+
+
+def is_of_lines(path: str) -> bool:
+    return path.endswith(".jsonl")
+
+
+def broken_lines(path: str, found: Found, steps: int) -> list[str]:
+    """Lines that are half, or are missing. A step that has begun has a line, too, which its end replaces."""
+    if path not in found.files:
+        return [f"{path} is missing"] if steps else []
+    with open(found.files[path], "rb") as file:
+        *lines, rest = file.read().split(b"\n")
+    problems = [f"{path} ends with {rest[:80]!r}"] if rest else []
+    outcomes = []
+    for line in filter(bytes.strip, lines):
+        try:
+            outcomes.append(json.loads(line)["outcome"])
+        except (ValueError, KeyError, TypeError):
+            problems.append(f"{path} has {line[:80]!r}")
+    told = sum(outcome != "begun" for outcome in outcomes)
+    if told < steps:
+        problems.append(f"{path} tells of {told} steps, and {steps} have ended")
     return problems
 
 

@@ -19,7 +19,7 @@ from replay import Recording
 
 PARTITION = 2048  # first sector of a medium's file system, as lib/media.py makes it
 MARKS_ON_A_MEDIUM = 1024  # in the gap before that
-WATCHED = ["/opt/zul", "/etc/default"]
+WATCHED = ["/opt/zul", "/etc/default", "/var/lib/zul_step"]
 
 # What lib/observer.sh prints of the files in the directories "$@".
 LIST_FILES = """find "$@" -type f -printf '%s %m %p\\n'; echo; find "$@" -type f -exec sha256sum {} +"""
@@ -104,7 +104,7 @@ class Recorder:
         image = os.path.join(self.c.folder, f"recorded-{self.count}.img")
         make_medium(medium, image)
         shutil.copyfile(image, base := image + ".base")
-        self.board.shell(f"{prepare}; sync")
+        self.board.shell(f"mkdir -p {' '.join(WATCHED)}; {prepare}; sync")
         self.begin = len(Log(self.log).entries)
         self._observe(busy, card)
         medium_log = self.c.plug_recorded(image, card)

@@ -126,7 +126,7 @@ class Bench:
         reports = self.recording.reports
         if self.recording.kind == "fat":
             return broken_on_the_medium(reports, cut.position, found)
-        return broken_on_the_controller(reports, cut.position, found.listing())
+        return broken_on_the_controller(reports, cut.position, found)
 
 
 def copy(recording: Recording, image: str) -> None:
