@@ -37,6 +37,7 @@ TITLES = {
     "table": "**Rebuilding the status table, in milliseconds of processor time**",
     "catalogue": "**Reading a catalogue until its list is painted, in milliseconds of processor time**",
     "check": "**`zul_catalogue check`, in milliseconds of processor time**",
+    "results": "**`zul_catalogue results`, in milliseconds of processor time**",
     "verify": "**Judging a medium: instructions of `zul_catalogue verify`, million**",
     "gate": "**The gate: mounting a signed medium**",
     "plug": "**From plugging in a signed medium to its list painted, in milliseconds**",
@@ -191,6 +192,8 @@ def size_rows() -> Iterator[Row]:
         )
     yield Growth("catalogue", "catalogue", "1,000", "10,000", "operations", "settings reader", GROWTH)
     yield Row("check", ("check", "10000"), "10,000 operations", "10", "10 operations")
+    what = "Python, that reads the same lines as JSON and nothing else"
+    yield Row("results", ("results", "10000"), "10,000 controllers with 5 steps", "reader", what)
 
 
 def gate_rows() -> Iterator[Row]:

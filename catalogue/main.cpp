@@ -6,6 +6,7 @@
 #include "kit/kit.h"
 #include "reading/medium.h"
 #include "report/report.h"
+#include "results/fleetreport.h"
 #include "scaffold.h"
 #include "signing/signing.h"
 #include "window/language.h"
@@ -28,27 +29,27 @@ namespace
 const char usage[] = R"(Usage: zul_catalogue check [--strict] [--json] [--mounted-at DIR] MEDIUM
        zul_catalogue preview MEDIUM -o DIR [--language LANG] [--mounted-at DIR]
        zul_catalogue new [--kit] DIR
-       zul_catalogue sign MEDIUM --key FILE [--compatible NAME] [--serial N]
-       zul_catalogue verify MEDIUM --key FILE [--compatible NAME] [--serial N]
+       zul_catalogue sign|verify MEDIUM --key FILE [OPTION...]
+       zul_catalogue results [--format FORM] [--expect FILE] [--strict] DIR...
 
-check    prints what the controller shows and runs with a medium, then what is
-         wrong with it; MEDIUM is its folder, or a system.ini
+check    prints what the controller shows and runs, then what is wrong with it
 preview  draws every screen that the operator sees, as pictures
 new      makes a small, commented medium; with --kit, one of guarded steps
 sign     checks strictly, then signs; verify says what a controller's gate says
+results  puts together what steps have reported: which controller got what
 
-  --strict           warnings count: exit code 1;  --json  a report for programs
+  --strict           warnings count, or what is not done; --json  for programs
   --mounted-at DIR   where the controller mounts the medium
   -o, --output DIR   folder for the pictures
   --language LANG    a code such as zh_CN, a translation file, or "all"
   --key FILE         the secret key; to verify, public ones or a folder of them
-  --passphrase-file FILE  what the secret key is encrypted with
-  --manifest-only    sign: leave the signature to another program, with the key
+  --passphrase-file FILE  what that is encrypted with;  --manifest-only  no key
   --compatible NAME  the controller; --serial N  the number, or the lowest one
+  --format FORM      table, csv or json; --expect FILE  the fleet's serials
   -h, --help, -v, --version
-Exit codes: 0 clean, 1 warnings with --strict, 2 errors or refused,
-64 wrong usage, 65 not a catalogue or key, 66 nothing to read, 70 cannot start,
-73 cannot be written. Runs nothing of the medium. Manual: man zul_catalogue
+Exit codes: 0 clean, 1 warnings with --strict, 2 errors or refused, 64 wrong
+usage, 65 bad data, 66 nothing to read, 70 cannot start, 73 cannot be written.
+Runs nothing of the medium. Manual: man zul_catalogue
 )";
 
 struct Options {
@@ -63,6 +64,8 @@ struct Options {
     bool manifestOnly = false;
     Signing signing;
     bool kit = false;
+    QString format = QString();
+    QString expect = QString();
 };
 
 bool readOptions(const QStringList &arguments, Options *options, QString *error)
@@ -72,11 +75,13 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
         version(QStringList{"v", "version"});
     const QCommandLineOption output(QStringList{"o", "output"}, "", "DIR"), language("language", "", "LANG");
     const QCommandLineOption mountedAt("mounted-at", "", "DIR"), key("key", "", "FILE");
+    const QCommandLineOption format("format", "", "FORM"), expect("expect", "", "FILE");
     const QCommandLineOption compatible("compatible", "", "NAME"), serial("serial", "", "N");
     const QCommandLineOption passphrase("passphrase-file", "", "FILE"), manifestOnly("manifest-only");
     parser.addOptions({strict, json, help, version, output, language, mountedAt, key, passphrase,
                        manifestOnly, compatible, serial});
     parser.addOption(kit);
+    parser.addOptions({format, expect});
     if (!parser.parse(arguments)) {
         *error = parser.errorText();
         return false;
@@ -93,6 +98,8 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
                 {parser.values(key), parser.value(passphrase),
                  parser.isSet(compatible) ? parser.value(compatible) : QString(), parser.value(serial)}};
     options->kit = parser.isSet(kit);
+    options->format = parser.value(format);
+    options->expect = parser.value(expect);
     return true;
 }
 
@@ -117,15 +124,25 @@ QString wrongUsage(const Options &options)
     const bool isSigning = command == "sign" || command == "verify";
     if (command.isEmpty())
         return "a command is missing";
-    if (!isSigning && !QStringList{"check", "preview", "new"}.contains(command))
+    if (!isSigning && !QStringList{"check", "preview", "new", "results"}.contains(command))
         return "unknown command: " + command;
-    if (options.words.size() != 2 || options.words.at(1).isEmpty())
+    if (command == "results" ? options.words.size() < 2 : options.words.size() != 2)
+        return command + " takes "
+               + (command == "results" ? "DIRs"
+                  : command == "new"   ? "one DIR"
+                                       : "one MEDIUM");
+    if (options.words.at(1).isEmpty())
         return command + " takes one " + (command == "new" ? "DIR" : "MEDIUM");
-    if ((options.strict || options.json) && command != "check")
+    if ((options.strict && command != "check" && command != "results")
+        || (options.json && command != "check"))
         return "--strict and --json are for check";
+    if (!(options.format + options.expect).isEmpty() && command != "results")
+        return "--format and --expect are for results";
+    if (!QStringList{"", "table", "csv", "json"}.contains(options.format))
+        return "unknown format: " + options.format;
     if (options.kit && command != "new")
         return "--kit is for new";
-    if (!options.mountedAt.isEmpty() && (command == "new" || isSigning))
+    if (!options.mountedAt.isEmpty() && command != "check" && command != "preview")
         return "--mounted-at is for check and preview";
     if ((!options.output.isEmpty() || !options.language.isEmpty()) && command != "preview")
         return "-o and --language are for preview";
@@ -232,6 +249,37 @@ int verify(const Options &options)
     return answer.isAccepted ? ExitClean : ExitErrors;
 }
 
+void tellDamage(const QVector<DamagedLine> &damaged)
+{
+    constexpr int most = 50;
+    for (const DamagedLine &line : damaged.mid(0, most))
+        fail(0, QString("%1:%2: a line %3: ").arg(line.file).arg(line.line).arg(line.why)
+                    + QString::fromUtf8(line.text.left(100)));
+    if (damaged.size() > most)
+        fail(0, QString("and %1 more").arg(damaged.size() - most));
+}
+
+int results(const Options &options)
+{
+    Failure failure;
+    Reports reports;
+    QStringList expected;
+    if ((!options.expect.isEmpty() && !readExpected(options.expect, &expected, &failure))
+        || !readReports(options.words.mid(1), &reports, &failure))
+        return fail(failure.exitCode, failure.message);
+    const Fleet fleet = fleetOf(reports, expected);
+    tellDamage(reports.damaged);
+    const QByteArray text = options.format == "json"  ? fleetJson(fleet, reports)
+                            : options.format == "csv" ? fleetCsv(fleet)
+                                                      : fleetTable(fleet, reports);
+    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout))
+        return fail(ExitNoOutput, "what was found cannot be written");
+    if (!reports.damaged.isEmpty())
+        return ExitErrors;
+    return options.strict && !fleet.isComplete ? ExitWarnings : ExitClean;
+}
+
 int run(const Options &options)
 {
     Failure failure;
@@ -243,6 +291,8 @@ int run(const Options &options)
     }
     if (command == "verify")
         return verify(options);
+    if (command == "results")
+        return results(options);
     Medium medium;
     if (!openMedium(options.words.at(1), &medium, &failure))
         return fail(failure.exitCode, failure.message);

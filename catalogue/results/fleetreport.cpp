@@ -1,0 +1,156 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
+#include "results/fleetreport.h"
+
+#include "report/report.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace
+{
+
+constexpr int formatVersion = 1;
+
+/// "3 controllers"
+QString counted(int count, const QString &what)
+{
+    return QString::number(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+QString exitOf(const Result &result)
+{
+    return result.run.exit < 0 ? "" : QString::number(result.run.exit);
+}
+
+/// What a table has in its columns, for a reader: nothing that a terminal would obey, and no empty column.
+QStringList rowOf(const Result &result)
+{
+    QStringList row{result.controller, result.step.first, result.step.second,           result.outcome,
+                    result.run.time,   exitOf(result),    QString::number(result.runs), result.run.output};
+    for (int column = 0; column < row.size(); ++column)
+        row[column] = printable(row.at(column));
+    for (int column = 0; column < row.size() - 1; ++column) {
+        if (row.at(column).isEmpty())
+            row[column] = "-";
+    }
+    return row;
+}
+
+QByteArray inQuotes(const QString &text)
+{
+    QByteArray bytes = text.toUtf8();
+    if (!bytes.contains(',') && !bytes.contains('"') && !bytes.contains('\n') && !bytes.contains('\r'))
+        return bytes;
+    return '"' + bytes.replace('"', "\"\"") + '"';
+}
+
+QString summaryOf(const Step &step, const QMap<QString, int> &outcomes)
+{
+    QStringList parts;
+    for (auto outcome = outcomes.begin(); outcome != outcomes.end(); ++outcome)
+        parts.append(QString::number(outcome.value()) + ' ' + outcome.key());
+    return printable(step.first) + ": " + printable(step.second) + ": " + parts.join(", ") + '\n';
+}
+
+QJsonObject jsonOf(const Result &result)
+{
+    QJsonObject object{{"controller", result.controller},
+                       {"medium", result.step.first},
+                       {"name", result.step.second},
+                       {"outcome", result.outcome},
+                       {"runs", result.runs}};
+    if (result.isMissing())
+        return object;
+    object["time"] = result.run.time;
+    object["seconds"] = result.run.seconds;
+    object["exit"] = result.run.exit < 0 ? QJsonValue() : QJsonValue(result.run.exit);
+    object["output"] = result.run.output;
+    return object;
+}
+
+} // namespace
+
+QByteArray fleetTable(const Fleet &fleet, const Reports &reports)
+{
+    const QStringList head{"CONTROLLER", "MEDIUM", "STEP", "OUTCOME", "WHEN", "EXIT", "RUNS", "LAST OUTPUT"};
+    QVector<QStringList> rows{head};
+    for (const Result &result : fleet.results)
+        rows.append(rowOf(result));
+    QVector<int> widths(head.size());
+    for (const QStringList &row : rows) {
+        for (int column = 0; column < row.size(); ++column)
+            widths[column] = qMax(widths.at(column), row.at(column).size());
+    }
+    QString text;
+    for (const QStringList &row : rows) {
+        QString line;
+        for (int column = 0; column < row.size(); ++column)
+            line += row.at(column).leftJustified(widths.at(column)) + "  ";
+        while (line.endsWith(' '))
+            line.chop(1);
+        text += line + '\n';
+    }
+    text += '\n';
+    for (auto step = fleet.outcomes.begin(); step != fleet.outcomes.end(); ++step)
+        text += summaryOf(step.key(), step.value());
+    text += counted(fleet.controllers.size(), "controller") + ", " + counted(fleet.steps.size(), "step")
+            + ", " + counted(reports.runs.size(), "report") + " in " + counted(reports.files, "file");
+    if (reports.duplicates > 0)
+        text += ", " + QString::number(reports.duplicates) + " more than once";
+    if (!reports.damaged.isEmpty())
+        text += ", " + counted(reports.damaged.size(), "damaged line");
+    text += '\n';
+    if (!fleet.reborn.isEmpty()) {
+        text += "A new disk, or two controllers with one serial number: " + printable(fleet.reborn.join(", "))
+                + '\n';
+    }
+    return text.toUtf8();
+}
+
+QByteArray fleetCsv(const Fleet &fleet)
+{
+    QByteArray text = "controller,medium,name,outcome,time,exit,seconds,runs,output\n";
+    for (const Result &result : fleet.results) {
+        const StepRun &run = result.run;
+        QByteArray line;
+        for (const QString &field :
+             {result.controller, result.step.first, result.step.second, result.outcome, run.time,
+              exitOf(result), result.isMissing() ? QString() : QString::number(run.seconds),
+              QString::number(result.runs), run.output})
+            line += ',' + inQuotes(field);
+        text += line.mid(1) + '\n';
+    }
+    return text;
+}
+
+QByteArray fleetJson(const Fleet &fleet, const Reports &reports)
+{
+    QJsonArray steps, results, damaged;
+    for (auto step = fleet.outcomes.begin(); step != fleet.outcomes.end(); ++step) {
+        QJsonObject outcomes;
+        for (auto outcome = step->begin(); outcome != step->end(); ++outcome)
+            outcomes[outcome.key()] = outcome.value();
+        steps.append(
+            QJsonObject{{"medium", step.key().first}, {"name", step.key().second}, {"outcomes", outcomes}});
+    }
+    for (const Result &result : fleet.results)
+        results.append(jsonOf(result));
+    for (const DamagedLine &line : reports.damaged) {
+        damaged.append(QJsonObject{{"file", line.file},
+                                   {"line", line.line},
+                                   {"why", line.why},
+                                   {"text", QString::fromUtf8(line.text)}});
+    }
+    return QJsonDocument(QJsonObject{{"format", "zul_catalogue results"},
+                                     {"version", formatVersion},
+                                     {"controllers", QJsonArray::fromStringList(fleet.controllers)},
+                                     {"steps", steps},
+                                     {"results", results},
+                                     {"duplicates", reports.duplicates},
+                                     {"damaged", damaged},
+                                     {"reborn", QJsonArray::fromStringList(fleet.reborn)}})
+        .toJson();
+}
