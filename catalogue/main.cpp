@@ -3,6 +3,7 @@
 
 #include "common/failure.h"
 #include "common/share.h"
+#include "image/image.h"
 #include "kit/kit.h"
 #include "reading/medium.h"
 #include "report/report.h"
@@ -29,27 +30,27 @@ namespace
 const char usage[] = R"(Usage: zul_catalogue check [--strict] [--json] [--mounted-at DIR] MEDIUM
        zul_catalogue preview MEDIUM -o DIR [--language LANG] [--mounted-at DIR]
        zul_catalogue new [--kit] DIR
+       zul_catalogue image MEDIUM -o FILE [--size SIZE]
        zul_catalogue sign|verify MEDIUM --key FILE [OPTION...]
        zul_catalogue results [--format FORM] [--expect FILE] [--strict] DIR...
 
 check    prints what the controller shows and runs, then what is wrong with it
 preview  draws every screen that the operator sees, as pictures
 new      makes a small, commented medium; with --kit, one of guarded steps
+image    makes the image of a card, with one FAT32 partition, for any imager
 sign     checks strictly, then signs; verify says what a controller's gate says
 results  puts together what steps have reported: which controller got what
-
   --strict           warnings count, or what is not done; --json  for programs
   --mounted-at DIR   where the controller mounts the medium
-  -o, --output DIR   folder for the pictures
+  -o, --output DIR   for the pictures; for the image a FILE, --size its SIZE
   --language LANG    a code such as zh_CN, a translation file, or "all"
   --key FILE         the secret key; to verify, public ones or a folder of them
   --passphrase-file FILE  what that is encrypted with;  --manifest-only  no key
   --compatible NAME  the controller; --serial N  the number, or the lowest one
   --format FORM      table, csv or json; --expect FILE  the fleet's serials
-  -h, --help, -v, --version
-Exit codes: 0 clean, 1 warnings with --strict, 2 errors or refused, 64 wrong
-usage, 65 bad data, 66 nothing to read, 70 cannot start, 73 cannot be written.
-Runs nothing of the medium. Manual: man zul_catalogue
+  -h, --help, -v, --version  The manual: man zul_catalogue
+Exit codes: 0 clean, 1 warnings with --strict, 2 errors or refused, 64 usage,
+65 data, 66 input, 69 a program is missing, 70 start, 73 cannot be written.
 )";
 
 struct Options {
@@ -66,6 +67,7 @@ struct Options {
     bool kit = false;
     QString format = QString();
     QString expect = QString();
+    QString size = QString();
 };
 
 bool readOptions(const QStringList &arguments, Options *options, QString *error)
@@ -76,12 +78,13 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
     const QCommandLineOption output(QStringList{"o", "output"}, "", "DIR"), language("language", "", "LANG");
     const QCommandLineOption mountedAt("mounted-at", "", "DIR"), key("key", "", "FILE");
     const QCommandLineOption format("format", "", "FORM"), expect("expect", "", "FILE");
+    const QCommandLineOption size("size", "", "SIZE");
     const QCommandLineOption compatible("compatible", "", "NAME"), serial("serial", "", "N");
     const QCommandLineOption passphrase("passphrase-file", "", "FILE"), manifestOnly("manifest-only");
     parser.addOptions({strict, json, help, version, output, language, mountedAt, key, passphrase,
                        manifestOnly, compatible, serial});
     parser.addOption(kit);
-    parser.addOptions({format, expect});
+    parser.addOptions({format, expect, size});
     if (!parser.parse(arguments)) {
         *error = parser.errorText();
         return false;
@@ -100,6 +103,7 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
     options->kit = parser.isSet(kit);
     options->format = parser.value(format);
     options->expect = parser.value(expect);
+    options->size = parser.value(size);
     return true;
 }
 
@@ -124,7 +128,7 @@ QString wrongUsage(const Options &options)
     const bool isSigning = command == "sign" || command == "verify";
     if (command.isEmpty())
         return "a command is missing";
-    if (!isSigning && !QStringList{"check", "preview", "new", "results"}.contains(command))
+    if (!isSigning && !QStringList{"check", "preview", "new", "results", "image"}.contains(command))
         return "unknown command: " + command;
     if (command == "results" ? options.words.size() < 2 : options.words.size() != 2)
         return command + " takes "
@@ -144,10 +148,16 @@ QString wrongUsage(const Options &options)
         return "--kit is for new";
     if (!options.mountedAt.isEmpty() && command != "check" && command != "preview")
         return "--mounted-at is for check and preview";
-    if ((!options.output.isEmpty() || !options.language.isEmpty()) && command != "preview")
-        return "-o and --language are for preview";
+    if (!options.size.isEmpty() && command != "image")
+        return "--size is for image";
+    if (!options.language.isEmpty() && command != "preview")
+        return "--language is for preview";
+    if (!options.output.isEmpty() && command != "preview" && command != "image")
+        return "-o is for preview and image";
     if (command == "preview" && options.output.isEmpty())
         return "preview needs -o DIR";
+    if (command == "image" && options.output.isEmpty())
+        return "image needs -o FILE";
     return wrongSigning(options, command);
 }
 
@@ -280,6 +290,19 @@ int results(const Options &options)
     return options.strict && !fleet.isComplete ? ExitWarnings : ExitClean;
 }
 
+/// Without the toolkit and its folder for the time being, which nobody would remove.
+int image(const Options &options)
+{
+    Failure failure;
+    Medium medium;
+    if (!openMedium(options.words.at(1), &medium, &failure))
+        return fail(failure.exitCode, failure.message);
+    if (medium.root.isEmpty())
+        return fail(ExitData, medium.catalogue + ": not in a medium, of which an image is made");
+    becomeImageMaker(medium.root, options.output, options.size, &failure);
+    return fail(failure.exitCode, failure.message);
+}
+
 int run(const Options &options)
 {
     Failure failure;
@@ -329,6 +352,8 @@ int main(int argc, char *argv[])
     if (!error.isEmpty())
         return fail(ExitUsage, error + "; see zul_catalogue --help");
 
+    if (options.words.at(0) == "image")
+        return image(options);
     int noArguments = 1;               // the toolkit has options of its own, which are not for the author
     const QTemporaryDir runtimeFolder; // without one, the toolkit would leave one of its own in /tmp
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))

@@ -10,10 +10,11 @@ enum ExitCode {
     ExitWarnings = 1,
     ExitErrors = 2,
     ExitUsage = 64,
-    ExitData = 65,     ///< not a text file, or too big to be a catalogue
-    ExitNoInput = 66,  ///< nothing there, or not readable
-    ExitSoftware = 70, ///< the toolkit cannot be started, or the isolation does not hold
-    ExitNoOutput = 73, ///< cannot be written, or exists already
+    ExitData = 65,        ///< not a text file, or too big to be a catalogue
+    ExitNoInput = 66,     ///< nothing there, or not readable
+    ExitUnavailable = 69, ///< a program that makes images is missing
+    ExitSoftware = 70,    ///< the toolkit cannot be started, or the isolation does not hold
+    ExitNoOutput = 73,    ///< cannot be written, or exists already
 };
 
 #endif
