@@ -1,8 +1,8 @@
 #!/bin/sh
-# Copies the kernel's log to the medium, also when a step has failed before.
+# Notes on the medium how much room the controller's disks have, also when a step has failed before.
 set -eu
 
-log=/mnt/upgrade/zul_results/kernel.log
-dmesg >"$log" || echo "no log can be had" >"$log"
+log=/mnt/upgrade/zul_results/disks.log
+df >"$log"
 sync
 sync "$log" # saved by its name: that empties a USB drive's own memory, too

@@ -1,7 +1,8 @@
 #!/bin/sh
-# Copies the kernel's log to the medium.
+# Notes on the medium how much room the controller's disks have.
 set -eu
 
-dmesg >/mnt/upgrade/zul_results/kernel.log
+log=/mnt/upgrade/zul_results/disks.log
+df >"$log"
 sync
-sync /mnt/upgrade/zul_results/kernel.log # by its name: that empties a USB drive's own memory, too
+sync "$log" # by its name: that empties a USB drive's own memory, too

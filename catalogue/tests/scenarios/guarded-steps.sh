@@ -20,7 +20,7 @@ confirm_choice
 must "the batch ends" within 60 batch_over
 check "the new program is in its place" test "$(on_controller /opt/zul/zul_version)" = "application 2.4.0"
 check "the settings are added" settings_have 1
-check "the log is on the medium" on_controller test -s /media/sda1/zul_results/kernel.log
+check "the log is on the medium" on_controller test -s /media/sda1/zul_results/disks.log
 check "all of it is reported there" test "$(outcomes /media/sda1/zul_results/steps-1.jsonl)" = $'update done 0\nadd done 0\nlog done 0'
 check "and on the controller" test "$(outcomes "$history")" = $'update done 0\nadd done 0\nlog done 0'
 unplug usb
