@@ -35,7 +35,7 @@ set(ZUL_LIBEXEC_DIR ${CMAKE_INSTALL_LIBEXECDIR}/zul-upgrade)
 # The tool and what surrounds it; zul_catalogue is another component, and left out where none is named.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tool)
 if(ZUL_STRIP)
-    foreach(component tool catalogue media)
+    foreach(component tool catalogue media rehearsal)
         install(CODE "set(CMAKE_INSTALL_DO_STRIP ON)" COMPONENT ${component})
     endforeach()
 endif()
