@@ -16,8 +16,8 @@ namespace
 const char step[] = "step";
 const char report[] = "zul_results/steps-1.jsonl";
 
-// What the steps of a controller write their lines over, a sector for each: as many as kit/medium/step makes
-// of its own when there is no room left.
+// What the steps of a controller write their lines over, an empty object for each, of a sector: as many as
+// kit/medium/step makes of its own when there is no room left.
 constexpr int sector = 512;
 constexpr int reportedSteps = 128;
 
@@ -31,7 +31,7 @@ QByteArray mediumName(const QString &folder)
 QByteArray content(const QString &file, const QString &folder)
 {
     if (file == report)
-        return (QByteArray(sector - 1, ' ') + '\n').repeated(reportedSteps);
+        return (QByteArray("{}").leftJustified(sector - 1) + '\n').repeated(reportedSteps);
     QFile resource(":/kit/" + file);
     resource.open(QIODevice::ReadOnly);
     QByteArray bytes = resource.readAll();

@@ -47,9 +47,11 @@ public:
     }
 
 private:
-    /// Where a line is cut off, the next one may stand right behind it.
+    /// Where a line is cut off, the next one may stand right behind it. An empty object is room for a line.
     void takeLine(const QString &path, int number, const QByteArray &line)
     {
+        if (line == "{}")
+            return;
         int begin = 0;
         while (begin < line.size()) {
             const int next = line.indexOf(stepMark, begin + 1);
