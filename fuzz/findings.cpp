@@ -113,10 +113,13 @@ QString told(const QString &what, const Finding &finding)
         return QString::fromLatin1(text.toUtf8().toPercentEncoding(" \"'@()[]|,;=/\\"));
     };
     // At once, as what stands for a place may be in a text.
-    return QString("%1: %2 at %3:%4, %5; right: [%6] in the place of %7 to %8")
+    QString edits;
+    for (const Edit &edit : finding.edits)
+        edits += QString(" [%1] from %2 to %3")
+                     .arg(shown(textOf(edit.text)), QString::number(edit.begin), QString::number(edit.end));
+    return QString("%1: %2 at %3:%4, %5; right: [%6], edits:%7")
         .arg(what, finding.id, QString::number(finding.at.line), QString::number(finding.at.column),
-             shown(finding.message), shown(finding.right), QString::number(finding.replaceBegin),
-             QString::number(finding.replaceEnd));
+             shown(finding.message), shown(finding.right), edits);
 }
 
 // --- Places ---------------------------------------------------------------------------------------------
@@ -158,11 +161,13 @@ void holdPlace(const Check &done, const QList<QByteArray> &lines, const Finding 
     MUST(finding.at.column >= 1 && finding.at.column <= lines.at(finding.at.line - 1).size() + 1,
          told("no such column", finding));
     holdByte(lines, finding);
-    const bool replaces = finding.replaceBegin >= 0;
-    MUST(replaces
-             ? finding.replaceBegin <= finding.replaceEnd && finding.replaceEnd <= done.medium.bytes.size()
-             : finding.replaceBegin == -1 && finding.replaceEnd == -1,
-         told("replaces what is not there", finding));
+    int behind = 0;
+    for (const Edit &edit : finding.edits) {
+        MUST(behind <= edit.begin && edit.begin <= edit.end && edit.end <= done.medium.bytes.size(),
+             told("edits what is not there, or in another order", finding));
+        behind = edit.end;
+    }
+    MUST(!finding.mendable || !finding.edits.isEmpty(), told("can be mended by nothing", finding));
     const auto isLineEnd = [](QChar character) { return character == '\n' || character == '\r'; };
     MUST(std::none_of(finding.right.begin(), finding.right.end(), isLineEnd),
          told("more than one line", finding));
@@ -186,12 +191,12 @@ void holdRight(const Check &done, const Finding &finding, const IniFile &mended)
 {
     const QVector<IniEntry> &before = done.file.entries();
     const bool replacesEntry = std::any_of(before.begin(), before.end(), [&finding](const IniEntry &entry) {
-        return entry.begin == finding.replaceBegin;
+        return entry.begin == finding.edits.first().begin;
     });
-    if (!replacesEntry)
+    if (!replacesEntry || finding.edits.size() > 1)
         return; // of a line without "=", or one inside a value that an open quotation mark has begun
 
-    const QByteArray right = finding.right.toUtf8();
+    const QByteArray right = finding.edits.first().text;
     const IniFile alone("[s]\n" + right);
     if (alone.entries().isEmpty())
         return; // a comment, or a section's head
@@ -201,7 +206,7 @@ void holdRight(const Check &done, const Finding &finding, const IniFile &mended)
         return; // without its zero bytes, this line still goes on behind its end, which others find
     const IniEntry *found = nullptr;
     for (const IniEntry &entry : mended.entries()) {
-        if (entry.begin == finding.replaceBegin)
+        if (entry.begin == finding.edits.first().begin)
             found = &entry;
     }
     MUST(found && found->key == wanted.key && found->value.text == wanted.value.text
@@ -214,12 +219,11 @@ void holdRight(const Check &done, const Finding &finding, const IniFile &mended)
 
 void applyOne(const Check &done, const Finding &finding, const Screen &screen)
 {
-    QByteArray bytes = done.medium.bytes;
-    bytes.replace(finding.replaceBegin, finding.replaceEnd - finding.replaceBegin, finding.right.toUtf8());
-    const Check mended = check(bytes, screen);
+    const Check mended = check(edited(done.medium.bytes, finding.edits), screen);
     holdRight(done, finding, mended.file);
     for (const Finding &other : mended.findings.list)
-        MUST(other.id != finding.id || other.replaceBegin != finding.replaceBegin
+        MUST(other.id != finding.id || other.edits.isEmpty()
+                 || other.edits.first().begin != finding.edits.first().begin
                  || other.at.line != finding.at.line,
              told("is found again", finding));
 }
@@ -291,7 +295,7 @@ void fuzz(const QByteArray &input)
     QVector<Finding> replacing;
     for (const Finding &finding : done.findings.list) {
         holdPlace(done, lines, finding);
-        if (finding.replaceBegin >= 0)
+        if (!finding.edits.isEmpty())
             replacing.append(finding);
         else if (finding.id == "item-without-command")
             holdAddedCommand(finding);

@@ -10,11 +10,6 @@
 namespace
 {
 
-bool isBlank(char byte)
-{
-    return byte == ' ' || byte == '\t';
-}
-
 bool isLineEnd(char byte)
 {
     return byte == '\n' || byte == '\r';
@@ -177,6 +172,11 @@ private:
 
 } // namespace
 
+bool isBlank(char byte)
+{
+    return byte == ' ' || byte == '\t';
+}
+
 bool isHexDigit(char byte)
 {
     return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'f') || (byte >= 'A' && byte <= 'F');
@@ -188,8 +188,9 @@ QString IniEntry::path() const
     return section.isEmpty() && !key.contains('/') ? key : section + '/' + key;
 }
 
-IniFile::IniFile(const QByteArray &bytes)
+IniFile::IniFile(const QByteArray &bytes, OpenQuotes openQuotes)
     : text(bytes)
+    , quotes(openQuotes)
     , byteOrderMark(bytes.startsWith("\xef\xbb\xbf"))
 {
     findLineStarts();
@@ -233,6 +234,19 @@ Position IniFile::position(int offset) const
     return {line, offset - *(next - 1) + 1};
 }
 
+bool IniFile::runsOn() const
+{
+    const auto goesOn = [this](const auto &line) { return lineEnd(text, line.begin) < line.end; };
+    return std::any_of(keyLines.begin(), keyLines.end(), goesOn)
+           || std::any_of(strays.begin(), strays.end(), goesOn)
+           || std::any_of(heads.begin(), heads.end(), goesOn);
+}
+
+int IniFile::lineStart(int offset) const
+{
+    return offset - (position(offset).column - 1);
+}
+
 QByteArray IniFile::lines(int begin, int end) const
 {
     const int first = lineStarts.at(position(begin).line - 1);
@@ -273,7 +287,8 @@ bool IniFile::readLine(int *offset, LogicalLine *line) const
             ++line->begin;
         } else if (byte == ';' && first) {
             skipComment(&i, line);
-        } else if ((isLineEnd(byte) || byte == ';') && !line->openQuote) {
+        } else if ((isLineEnd(byte) && (!line->openQuote || quotes == EndWithLine))
+                   || (byte == ';' && !line->openQuote)) {
             --i;
             line->semicolon = byte == ';' ? i : -1;
             break;
@@ -319,6 +334,16 @@ QVector<int> bareQuotes(const IniFile &file, const IniEntry &entry)
             found.append(i);
     }
     return found;
+}
+
+bool isQuotedWell(const IniFile &file, const IniEntry &entry)
+{
+    const QVector<int> quotes = bareQuotes(file, entry);
+    if (quotes.isEmpty())
+        return true;
+    const QByteArray before = file.bytes().mid(entry.valueBegin, quotes.first() - entry.valueBegin);
+    const QByteArray after = file.bytes().mid(quotes.last() + 1, entry.end - quotes.last() - 1);
+    return quotes.size() <= 2 && before.trimmed().isEmpty() && after.trimmed().isEmpty();
 }
 
 bool swallowsLines(const IniFile &file, const IniEntry &entry)

@@ -30,7 +30,7 @@ struct IniEntry {
     int valueBegin; ///< behind the "="
     int end;        ///< behind the value
     int semicolon;  ///< of the ";" that ended the line, or -1
-    bool openQuote; ///< the file ends inside its quotes
+    bool openQuote; ///< the file, or where that is what counts its line, ends inside its quotes
     DecodedValue value;
 
     /// What the tool asks for: "system/CMD_List".
@@ -51,7 +51,11 @@ struct IniLine {
 class IniFile
 {
 public:
-    explicit IniFile(const QByteArray &bytes);
+    /// Whether a quotation mark that is not closed carries a value over the end of its line, as it does for
+    /// the tool, or ends with it, as its author meant it to.
+    enum OpenQuotes { RunOn, EndWithLine };
+
+    explicit IniFile(const QByteArray &bytes, OpenQuotes openQuotes = RunOn);
 
     const QByteArray &bytes() const
     {
@@ -69,11 +73,15 @@ public:
     {
         return strays;
     }
+    /// Whether a line goes on behind its end.
+    bool runsOn() const;
     bool hasByteOrderMark() const
     {
         return byteOrderMark;
     }
     Position position(int offset) const;
+    /// The offset at which the line with this byte starts.
+    int lineStart(int offset) const;
     /// The bytes of the whole line, or lines, that hold these, without the last line end.
     QByteArray lines(int begin, int end) const;
 
@@ -94,6 +102,7 @@ private:
     void findLineStarts();
 
     QByteArray text;
+    OpenQuotes quotes;
     bool byteOrderMark;
     QString section; ///< while reading
     QVector<IniEntry> keyLines;
@@ -102,11 +111,17 @@ private:
     QVector<int> lineStarts;
 };
 
+/// Blank or tabulator, which count for nothing around a value.
+bool isBlank(char byte);
+
 /// Whether an escape takes the byte in.
 bool isHexDigit(char byte);
 
 /// Offsets of the quotation marks in the value that are not escaped.
 QVector<int> bareQuotes(const IniFile &file, const IniEntry &entry);
+
+/// Whether there is one pair of them around the whole value, or none at all.
+bool isQuotedWell(const IniFile &file, const IniEntry &entry);
 
 /// Whether a quotation mark carries the value over the end of its line.
 bool swallowsLines(const IniFile &file, const IniEntry &entry);

@@ -5,6 +5,8 @@
 
 #include <QStringList>
 
+#include <cstring>
+
 namespace
 {
 
@@ -86,6 +88,41 @@ QString textOfRaw(const QByteArray &raw, bool keepQuotes)
     }
     const IniFile reread("key=\"" + quoted + '"');
     return reread.entries().isEmpty() ? QString() : intendedText(reread, reread.entries().first().value);
+}
+
+QVector<Escape> escapesIn(const QByteArray &raw)
+{
+    constexpr int longest = 6; // the backslash, "x" and four digits
+    QVector<Escape> found;
+    for (int i = 0; i < raw.size(); ++i) {
+        if (raw.at(i) != '\\')
+            continue;
+        int end = qMin(i + 2, raw.size());
+        const bool isNumber = raw.mid(i + 1, 1) == "x" && i + 2 < raw.size() && isHexDigit(raw.at(i + 2));
+        while (isNumber && end < raw.size() && isHexDigit(raw.at(end)))
+            ++end;
+        const QByteArray text = raw.mid(i, end - i);
+        const bool isMeant = isNumber || (text.size() > 1 && strchr("\\\"\n\r", text.at(1)));
+        found.append({i, text, isMeant, text.size() > longest});
+        i = end - 1;
+    }
+    return found;
+}
+
+QByteArray withLiteralBackslashes(const QByteArray &raw)
+{
+    constexpr int longest = 6;
+    QByteArray meant;
+    int at = 0;
+    for (const Escape &escape : escapesIn(raw)) {
+        meant += raw.mid(at, escape.at - at);
+        meant += escape.isMeant ? "" : "\\";
+        meant += escape.text.left(longest);
+        for (const char digit : escape.text.mid(longest))
+            meant += "\\x" + QByteArray::number(digit, 16);
+        at = escape.at + escape.text.size();
+    }
+    return meant + raw.mid(at);
 }
 
 bool isSpecialValue(const QString &text)

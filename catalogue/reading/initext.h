@@ -26,6 +26,20 @@ QString intendedText(const IniFile &file, const DecodedValue &value);
 /// of quotes, its own quotation marks included.
 QString textOfRaw(const QByteArray &raw, bool keepQuotes);
 
+/// A value as it is written, with two backslashes for each that the reader would take for an escape but that
+/// was hardly meant as one, and escapes that end where they were meant to.
+QByteArray withLiteralBackslashes(const QByteArray &raw);
+
+/// A backslash and what it swallows.
+struct Escape {
+    int at;
+    QByteArray text; ///< with the backslash
+    bool isMeant;    ///< of one that an author writes: for a backslash, a quotation mark or a letter's number
+    bool runsOn;     ///< more digits than a letter has
+};
+
+QVector<Escape> escapesIn(const QByteArray &raw);
+
 /// Whether the reader takes a value of this form for something else than a text.
 bool isSpecialValue(const QString &text);
 

@@ -3,53 +3,98 @@
 
 #include "rules/collector.h"
 
+#include "reading/initext.h"
 #include "reading/medium.h"
+#include "rules/rules.h"
 #include "rules/subject.h"
 
-Collector::Collector(const Subject &itsSubject, Findings *itsFindings)
+Collector::Collector(const Subject &itsSubject, Findings *itsFindings, Keep itsKeep)
     : subject(itsSubject)
     , findings(itsFindings)
+    , kept(itsKeep)
 {
 }
 
-void Collector::startRule(const char *ruleId, Severity ruleSeverity)
+void Collector::startRule(const Rule &nextRule)
 {
-    id = ruleId;
-    severity = ruleSeverity;
-    kept = 0;
+    rule = &nextRule;
+    asks = false;
+    count = 0;
 }
 
 bool Collector::hasRoom() const
 {
-    return kept < keptOfAKind;
+    return count < keptOfAKind || (kept == Keep::Mendable && !(rule->change & AsksAuthor));
 }
 
-void Collector::keep(const Finding &finding)
+Collector &Collector::askAuthor()
 {
-    if (hasRoom())
+    asks = true;
+    return *this;
+}
+
+void Collector::keep(Finding finding)
+{
+    finding.id = rule->id;
+    finding.severity = rule->severity;
+    finding.mendable = !finding.edits.isEmpty() && !asks && !(rule->change & AsksAuthor);
+    asks = false;
+    if (count < keptOfAKind || (kept == Keep::Mendable && finding.mendable))
         findings->list.append(finding);
     else
-        ++findings->omitted[id];
-    ++kept;
+        ++findings->omitted[finding.id];
+    ++count;
 }
 
 void Collector::add(int offset, const QString &message, const QString &right)
 {
-    replace(-1, -1, offset, message, right);
+    keep({{}, {}, subject.medium.catalogue, subject.file.position(offset), message, right, {}, false});
+}
+
+void Collector::mend(const QVector<Edit> &edits, int offset, const QString &message, const QString &right)
+{
+    keep({{},
+          {},
+          subject.medium.catalogue,
+          subject.file.position(offset),
+          message,
+          !right.isEmpty() || count >= keptOfAKind ? right : mendedLine(edits),
+          edits,
+          false});
 }
 
 void Collector::replace(const IniEntry &entry, int offset, const QString &message, const QString &right)
 {
-    const int end = entry.semicolon < 0 ? entry.end : lineEnd(subject.file.bytes(), entry.end);
-    replace(entry.begin, end, offset, message, right);
+    replace(entry.begin, subject.textEnd(entry), offset, message, right);
 }
 
 void Collector::replace(int begin, int end, int offset, const QString &message, const QString &right)
 {
-    keep({id, severity, subject.medium.catalogue, subject.file.position(offset), message, right, begin, end});
+    mend({{begin, end, right.toUtf8()}}, offset, message);
 }
 
-void Collector::addOther(const QString &path, const QString &message, const QString &right)
+void Collector::addOther(const QString &path, const QString &message, const QString &right,
+                         const QVector<Edit> &edits)
 {
-    keep({id, severity, path, {1, 1}, message, right});
+    keep({{}, {}, path, {1, 1}, message, right, edits, false});
+}
+
+/// From where the first edit is, all of its line.
+QString Collector::mendedLine(const QVector<Edit> &edits) const
+{
+    const QByteArray &bytes = subject.file.bytes();
+    const int begin = subject.file.lineStart(edits.first().begin);
+    QByteArray line;
+    int at = begin;
+    int end = lineEnd(bytes, at);
+    for (const Edit &edit : edits) {
+        const bool isLineEnd = edit.end > end && (edit.text.isEmpty() || edit.text == "\n");
+        if (edit.begin < at || edit.begin > end || isLineEnd)
+            break; // on another line, or that between the two
+        line += bytes.mid(at, edit.begin - at) + edit.text;
+        at = edit.end;
+        if (at > end)
+            end = lineEnd(bytes, at);
+    }
+    return textOf(line + bytes.mid(at, end - at));
 }

@@ -8,6 +8,7 @@
 
 class Subject;
 struct IniEntry;
+struct Rule;
 
 constexpr int keptOfAKind = 50;
 
@@ -15,27 +16,36 @@ constexpr int keptOfAKind = 50;
 class Collector
 {
 public:
-    Collector(const Subject &subject, Findings *findings);
+    Collector(const Subject &subject, Findings *findings, Keep keep);
 
-    void startRule(const char *id, Severity severity);
+    void startRule(const Rule &rule);
     /// Whether the next one will be kept, or only counted, so that it need not say what would be right.
     bool hasRoom() const;
-    /// At a place in the catalogue.
+    /// The next one is not put right without its author.
+    Collector &askAuthor();
+
+    /// At a place in the catalogue; `right` is a line that is not there yet, a command, or advice.
     void add(int offset, const QString &message, const QString &right);
-    /// At a place in an entry, whose line, or lines, `right` replaces.
+    /// At a place in the catalogue, which the edits put right; `right` is what becomes of its line, where
+    /// that is not the first of them.
+    void mend(const QVector<Edit> &edits, int offset, const QString &message, const QString &right = {});
+    /// At a place in an entry, whose line is `right` then; a comment behind its value stays.
     void replace(const IniEntry &entry, int offset, const QString &message, const QString &right);
     void replace(int begin, int end, int offset, const QString &message, const QString &right);
-    /// On another file of the medium, or on the medium.
-    void addOther(const QString &path, const QString &message, const QString &right);
+    /// On another file of the medium, or on the medium; the edits are in that file.
+    void addOther(const QString &path, const QString &message, const QString &right,
+                  const QVector<Edit> &edits = {});
 
 private:
-    void keep(const Finding &finding);
+    void keep(Finding finding);
+    QString mendedLine(const QVector<Edit> &edits) const;
 
     const Subject &subject;
     Findings *findings;
-    QString id;
-    Severity severity = Severity::Note;
-    int kept = 0;
+    const Keep kept;
+    const Rule *rule = nullptr;
+    bool asks = false;
+    int count = 0;
 };
 
 #endif

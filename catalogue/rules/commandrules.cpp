@@ -30,16 +30,29 @@ int commandOffset(const CommandEntry &command)
     return offsetOf(command, command.entry->value.text.indexOf('@') + 1);
 }
 
-/// A command that runs what this one cannot say, from a script on the medium. The script is named after the
-/// key, as far as that is one word and leaves the command short enough to be shown.
-QString asScript(const Subject &subject, const CommandEntry &command)
+/// A script on the medium for what this command cannot say. It is named after the key, as far as that is one
+/// word and leaves the command short enough to be shown.
+QString scriptFor(const Subject &subject, const CommandEntry &command)
 {
     static const QRegularExpression noLetters("[^\\w.-]");
     QString name = QString(command.entry->key).replace(noLetters, "_");
-    const auto call = [&name] { return QString("sh %1%2.sh").arg(mediumFolder, name); };
-    while (name.size() > 1 && !subject.screen.fitsDetails(call()))
+    while (name.size() > 1 && !subject.screen.fitsDetails(QString("sh %1%2.sh").arg(mediumFolder, name)))
         name.chop(1);
-    return call();
+    return mediumFolder + name + ".sh";
+}
+
+/// Has the author put the command into that script. The line that runs it is right only once it is there.
+void putIntoScript(const Subject &subject, Collector &findings, const CommandEntry &command, int offset,
+                   const QString &message)
+{
+    const QString script = findings.hasRoom() ? scriptFor(subject, command) : QString();
+    const QString line = subject.commandLine(command, "sh " + script);
+    if (subject.hasFile(script))
+        findings.replace(*command.entry, offset, message, line);
+    else
+        findings.add(offset, message,
+                     QString("put it into a script, %1 on the medium, and write %2")
+                         .arg(script.mid(static_cast<int>(sizeof mediumFolder) - 1), line));
 }
 
 // --- Name and command -----------------------------------------------------------------------------------
@@ -61,9 +74,8 @@ void severalAt(const Subject &subject, Collector &findings)
         if (command.ats < 2)
             continue;
         const QString &text = command.entry->value.text;
-        findings.replace(*command.entry, offsetOf(command, text.indexOf('@', text.indexOf('@') + 1)),
-                         "The second \"@\" ends the command; put a command with \"@\" into a script",
-                         subject.commandLine(command, asScript(subject, command)));
+        putIntoScript(subject, findings, command, offsetOf(command, text.indexOf('@', text.indexOf('@') + 1)),
+                      "The second \"@\" ends the command; put a command with \"@\" into a script");
     }
 }
 
@@ -91,11 +103,14 @@ void singleWordSh(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         const QString text = command.command.trimmed();
-        if (!text.isEmpty() && isSkipped(command.command))
-            findings.replace(
-                *command.entry, commandOffset(command),
-                "A command that contains \"sh\" and has no argument is never run, only marked completed",
-                subject.commandLine(command, (text.endsWith(".sh") ? "sh " : "env ") + text));
+        if (text.isEmpty() || !isSkipped(command.command))
+            continue;
+        if (shellWords({text}) > 0)
+            findings.askAuthor(); // what it would run, it would ask for
+        findings.replace(
+            *command.entry, commandOffset(command),
+            "A command that contains \"sh\" and has no argument is never run, only marked completed",
+            subject.commandLine(command, (text.endsWith(".sh") ? "sh " : "env ") + text));
     }
 }
 
@@ -205,7 +220,7 @@ void ownSyncReboot(const Subject &subject, Collector &findings)
         const QString program = words.isEmpty() ? QString() : baseName(words.first());
         if (program != "sync" && program != "reboot")
             continue;
-        QStringList others = subject.itemTexts();
+        QStringList others = subject.meantItems();
         others.removeAll(command.entry->key);
         findings.replace(
             subject.list->begin, subject.list->end, commandOffset(command),
@@ -298,9 +313,8 @@ void commandTooLong(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         if (!subject.screen.fitsDetails(command.command))
-            findings.replace(*command.entry, commandOffset(command),
-                             "This command is wider than the details column; it runs, but is not shown whole",
-                             subject.commandLine(command, asScript(subject, command)));
+            putIntoScript(subject, findings, command, commandOffset(command),
+                          "This command is wider than the details column; it runs, but is not shown whole");
     }
 }
 
@@ -309,24 +323,27 @@ void commandTooLong(const Subject &subject, Collector &findings)
 QVector<Rule> commandRules()
 {
     return {
-        {"no-at", Severity::Error, noAt},
-        {"several-at", Severity::Error, severalAt},
-        {"empty-name", Severity::Warning, emptyName},
-        {"empty-command", Severity::Error, emptyCommand},
-        {"single-word-sh", Severity::Error, singleWordSh},
-        {"shell-pipe", Severity::Error, shellSyntax<pipes>},
-        {"shell-chain", Severity::Error, shellSyntax<chains>},
-        {"shell-redirect", Severity::Error, shellSyntax<redirections>},
-        {"shell-variable", Severity::Warning, shellSyntax<variables>},
-        {"shell-glob", Severity::Warning, shellSyntax<patterns>},
-        {"shell-tilde", Severity::Warning, shellSyntax<tildes>},
-        {"shell-quote", Severity::Error, shellQuote},
-        {"shell-script-split", Severity::Error, shellScriptSplit},
-        {"unbalanced-command-quotes", Severity::Error, unbalancedCommandQuotes},
-        {"own-sync-reboot", Severity::Warning, ownSyncReboot},
-        {"outlasts-countdown", Severity::Warning, outlastsCountdown},
-        {"name-too-long-list", Severity::Warning, nameTooLongList},
-        {"name-too-long-table", Severity::Warning, nameTooLongTable},
-        {"command-too-long", Severity::Note, commandTooLong},
+        {"no-at", Severity::Error, noAt, AsksAuthor, "what the name is, and what the command"},
+        {"several-at", Severity::Error, severalAt, AsksAuthor, "what the script is to do"},
+        {"empty-name", Severity::Warning, emptyName, AsksAuthor, "what the operator is to read"},
+        {"empty-command", Severity::Error, emptyCommand, AsksAuthor, "what is to be run"},
+        {"single-word-sh", Severity::Error, singleWordSh, ChangesCommands, "what the shell is to run"},
+        {"shell-pipe", Severity::Error, shellSyntax<pipes>, ChangesCommands, nullptr},
+        {"shell-chain", Severity::Error, shellSyntax<chains>, ChangesCommands, nullptr},
+        {"shell-redirect", Severity::Error, shellSyntax<redirections>, ChangesCommands, nullptr},
+        {"shell-variable", Severity::Warning, shellSyntax<variables>, ChangesCommands, nullptr},
+        {"shell-glob", Severity::Warning, shellSyntax<patterns>, ChangesCommands, nullptr},
+        {"shell-tilde", Severity::Warning, shellSyntax<tildes>, ChangesCommands, nullptr},
+        {"shell-quote", Severity::Error, shellQuote, ChangesCommands, nullptr},
+        {"shell-script-split", Severity::Error, shellScriptSplit, ChangesCommands, nullptr},
+        {"unbalanced-command-quotes", Severity::Error, unbalancedCommandQuotes, AsksAuthor,
+         "where the argument ends"},
+        {"own-sync-reboot", Severity::Warning, ownSyncReboot, AsksAuthor, "whether it is to be offered"},
+        {"outlasts-countdown", Severity::Warning, outlastsCountdown, AsksAuthor, "how long it may take"},
+        {"name-too-long-list", Severity::Warning, nameTooLongList, AsksAuthor,
+         "what the operator is to read"},
+        {"name-too-long-table", Severity::Warning, nameTooLongTable, AsksAuthor,
+         "what the operator is to read"},
+        {"command-too-long", Severity::Note, commandTooLong, AsksAuthor, "what the script is to do"},
     };
 }

@@ -7,97 +7,148 @@
 #include "reading/shell.h"
 #include "rules/rules.h"
 
-#include <QRegularExpression>
+#include <QMap>
+#include <QSet>
 
 #include <algorithm>
 
 namespace
 {
 
+const QStringList systemLists = {"system/CMD_List", "system/CMD_Type"};
+
 bool isCommand(const IniEntry &entry)
 {
     return entry.path().startsWith("CMD/");
 }
 
-QString firstLine(const QByteArray &bytes, int from)
-{
-    return textOf(bytes.mid(from, lineEnd(bytes, from) - from));
-}
-
 void byteOrderMark(const Subject &subject, Collector &findings)
 {
     if (subject.file.hasByteOrderMark()) {
-        findings.replace(0, lineEnd(subject.file.bytes(), 0), 0,
-                         "The file starts with a byte-order mark, which changes how its letters are read; "
-                         "save it without one",
-                         firstLine(subject.file.bytes(), 3));
+        findings.mend({{0, 3, ""}}, 0,
+                      "The file starts with a byte-order mark, which changes how its letters are read; "
+                      "save it without one");
     }
 }
 
 void lineEnds(const Subject &subject, Collector &findings)
 {
-    const int at = subject.file.bytes().indexOf('\r');
-    if (at >= 0)
-        findings.add(
-            at, "Line ends with a carriage return; the tool reads it, but a shell on the controller does not",
-            "sed -i 's/\\r$//; s/\\r/\\n/g' " + shellWord(subject.medium.catalogue));
+    const QByteArray &bytes = subject.file.bytes();
+    const int first = bytes.indexOf('\r');
+    if (first < 0)
+        return;
+    QVector<Edit> edits;
+    for (int at = first; at >= 0; at = bytes.indexOf('\r', at + 1)) {
+        const bool isPart = bytes.mid(at + 1, 1) == "\n" || (at > 0 && bytes.at(at - 1) == '\n');
+        edits.append({at, at + 1, isPart ? "" : "\n"});
+    }
+    findings.mend(
+        edits, first,
+        "Line ends with a carriage return; the tool reads it, but a shell on the controller does not");
+}
+
+/// The line without its zero bytes.
+QVector<Edit> withoutZeros(const QByteArray &bytes, int begin, int end)
+{
+    QVector<Edit> edits;
+    for (int at = bytes.indexOf('\0', begin); at >= 0 && at < end; at = bytes.indexOf('\0', at)) {
+        const int from = at;
+        // Blanks that come to the front with it are no part of a key any more, as they were behind it.
+        while (at < end && (bytes.at(at) == '\0' || (from == begin && isBlank(bytes.at(at)))))
+            ++at;
+        edits.append({from, at, ""});
+    }
+    if (edits.first().begin == begin && edits.first().end == end)
+        edits.first().text = ";"; // nothing else is on the line
+    return edits;
 }
 
 void nul(const Subject &subject, Collector &findings)
 {
-    const int at = subject.file.bytes().indexOf('\0');
-    if (at < 0)
+    const QByteArray &bytes = subject.file.bytes();
+    if (!bytes.contains('\0'))
         return;
-    QByteArray line = subject.file.lines(at, at);
-    const int begin = at - (subject.file.position(at).column - 1);
-    const int end = begin + line.size();
-    // Blanks that come to the front with it are not part of a key any more, as they were behind a zero byte.
-    const bool isInFront = line.startsWith('\0');
-    line.replace('\0', "");
-    while (isInFront && (line.startsWith(' ') || line.startsWith('\t')))
-        line.remove(0, 1);
-    if (line.isEmpty())
-        line = ";";
-    findings.replace(begin, end, at, "A zero byte: the tool drops the rest of this value", textOf(line));
+    QHash<int, const IniEntry *> values; // by line, where the zero byte is in a value and not in its key
+    for (const IniEntry &entry : subject.asWritten().entries()) {
+        const bool isText = isCommand(entry) || systemLists.contains(entry.path());
+        if (isText && !bytes.mid(entry.begin, entry.valueBegin - entry.begin).contains('\0'))
+            values.insert(subject.file.lineStart(entry.begin), &entry);
+    }
+    for (int at = bytes.indexOf('\0'); at >= 0; at = bytes.indexOf('\0', lineEnd(bytes, at))) {
+        const QString message = "A zero byte: the tool drops the rest of this value";
+        const int begin = subject.file.lineStart(at);
+        const IniEntry *entry = values.value(begin);
+        if (entry && at < subject.textEnd(*entry))
+            findings.replace(*entry, at, message, subject.line(*entry, subject.meantText(*entry)));
+        else
+            findings.mend(withoutZeros(bytes, begin, lineEnd(bytes, at)), at, message);
+    }
 }
 
+/// Where the line that the tool makes of several begins, by the places in those.
+QMap<int, int> linesThatRunOn(const IniFile &file)
+{
+    QMap<int, int> begins;
+    for (const IniEntry &entry : file.entries())
+        begins.insert(entry.end, entry.begin);
+    for (const IniLine &stray : file.strayLines())
+        begins.insert(stray.end, stray.begin);
+    for (const IniLine &head : file.sections())
+        begins.insert(head.end, head.begin);
+    return begins; // by their ends
+}
+
+/// Two marks that are not closed close each other over the lines in between, so they are put right together.
 void unbalancedQuotes(const Subject &subject, Collector &findings)
 {
-    for (const IniEntry &entry : subject.file.entries()) {
+    QMap<int, QVector<Edit>> together;
+    QMap<int, QVector<const IniEntry *>> open;
+    if (!subject.file.runsOn())
+        return;
+    const QMap<int, int> begins = linesThatRunOn(subject.file);
+    for (const IniEntry &entry : subject.asWritten().entries()) {
         if (!swallowsLines(subject.file, entry))
             continue;
-        const int end = lineEnd(subject.file.bytes(), entry.valueBegin);
-        const QByteArray value = subject.file.bytes().mid(entry.valueBegin, end - entry.valueBegin);
-        findings.replace(
-            entry.begin, end, bareQuotes(subject.file, entry).value(0, entry.begin),
-            "This quotation mark is not closed on its line; the lines after it become part of the value",
-            subject.line(entry, textOfRaw(value.trimmed(), false)));
+        const int line = begins.lowerBound(entry.begin + 1) == begins.end()
+                             ? subject.file.bytes().size()
+                             : begins.lowerBound(entry.begin + 1).value();
+        const QString right = subject.line(entry, subject.meantText(entry));
+        together[line].append({entry.begin, subject.textEnd(entry), right.toUtf8()});
+        open[line].append(&entry);
+    }
+    for (auto entries = open.begin(); entries != open.end(); ++entries) {
+        for (const IniEntry *entry : qAsConst(*entries))
+            findings.mend(
+                together.value(entries.key()), bareQuotes(subject.file, *entry).value(0, entry->begin),
+                "This quotation mark is not closed on its line; the lines after it become part of the value",
+                subject.line(*entry, subject.meantText(*entry)));
     }
 }
 
 void hashComment(const Subject &subject, Collector &findings)
 {
+    QSet<int> listed; // a key may be called so
+    for (const Item &item : subject.items)
+        listed.insert(item.entry ? item.entry->begin : -1);
     const auto look = [&](int begin) {
-        if (subject.file.bytes().at(begin) == '#') {
-            const QString line = firstLine(subject.file.bytes(), begin);
-            findings.replace(begin, lineEnd(subject.file.bytes(), begin), begin,
-                             "\"#\" does not start a comment; \";\" does", ';' + line.mid(1));
-        }
+        if (subject.file.bytes().at(begin) == '#')
+            findings.mend({{begin, begin + 1, ";"}}, begin, "\"#\" does not start a comment; \";\" does");
     };
-    for (const IniLine &stray : subject.file.strayLines())
+    for (const IniLine &stray : subject.asWritten().strayLines())
         look(stray.begin);
-    for (const IniEntry &entry : subject.file.entries())
-        look(entry.begin);
+    for (const IniEntry &entry : subject.asWritten().entries()) {
+        if (!listed.contains(entry.begin))
+            look(entry.begin);
+    }
 }
 
 void ignoredLine(const Subject &subject, Collector &findings)
 {
-    for (const IniLine &stray : subject.file.strayLines()) {
-        const QString line = firstLine(subject.file.bytes(), stray.begin);
-        if (!line.startsWith('#') && !line.startsWith(';'))
-            findings.replace(stray.begin, lineEnd(subject.file.bytes(), stray.begin), stray.begin,
-                             "This line has no \"=\", so it is ignored; a comment starts with \";\"",
-                             "; " + line);
+    for (const IniLine &stray : subject.asWritten().strayLines()) {
+        const char first = subject.file.bytes().at(stray.begin);
+        if (first != '#' && first != ';')
+            findings.mend({{stray.begin, stray.begin, "; "}}, stray.begin,
+                          "This line has no \"=\", so it is ignored; a comment starts with \";\"");
     }
 }
 
@@ -124,12 +175,17 @@ void nestedSection(const Subject &subject, Collector &findings)
 {
     for (const IniLine &head : subject.file.sections()) {
         const QString outer = head.section.section('/', 0, 0);
-        if (head.section.contains('/') && (outer == "system" || outer == "CMD"))
-            findings.replace(
-                head.begin, head.end, head.begin,
-                QString("A section within [%1] hides keys of that: the reader looks here for them instead")
-                    .arg(outer),
-                '[' + writtenSection(QString(head.section).replace('/', '-')) + ']');
+        const QString inner = head.section.section('/', 1) + '/';
+        const auto isInside = [&inner](const Item &item) { return item.text.startsWith(inner); };
+        if (!head.section.contains('/') || (outer != "system" && outer != "CMD"))
+            continue;
+        if (std::any_of(subject.items.begin(), subject.items.end(), isInside))
+            findings.askAuthor();
+        findings.replace(
+            head.begin, head.end, head.begin,
+            QString("A section within [%1] hides keys of that: the reader looks here for them instead")
+                .arg(outer),
+            '[' + writtenSection(QString(head.section).replace('/', '-')) + ']');
     }
 }
 
@@ -148,64 +204,42 @@ void rawUtf8(const Subject &subject, Collector &findings)
                          QString("Letters beyond ASCII are read byte by byte: the operator sees \"%1\"; "
                                  "write them as \\x escapes")
                              .arg(value.text.section('@', 0, 0)),
-                         subject.line(*entry, intendedText(subject.file, value)));
+                         subject.line(*entry, subject.meantText(*entry)));
     }
 }
 
-/// Backslashes in a value, each with what it swallows.
-QRegularExpressionMatchIterator escapesIn(const Subject &subject, const IniEntry &entry)
+QByteArray writtenValue(const Subject &subject, const IniEntry &entry)
 {
-    static const QRegularExpression escape("\\\\(x[0-9a-fA-F]+|.|$)",
-                                           QRegularExpression::DotMatchesEverythingOption);
-    const QByteArray raw = subject.file.bytes().mid(entry.valueBegin, entry.end - entry.valueBegin);
-    return escape.globalMatch(QString::fromLatin1(raw));
+    return subject.file.bytes().mid(entry.valueBegin, entry.end - entry.valueBegin);
 }
 
 void backslash(const Subject &subject, Collector &findings)
 {
     for (const IniEntry *entry : subject.textEntries()) {
-        QByteArray raw = subject.file.bytes().mid(entry->valueBegin, entry->end - entry->valueBegin);
-        QRegularExpressionMatch first;
-        int inserted = 0;
-        for (auto escapes = escapesIn(subject, *entry); escapes.hasNext();) {
-            const QRegularExpressionMatch match = escapes.next();
-            const QString behind = match.captured(1);
-            if (behind == "\\" || behind == "\"" || behind.size() > 1 || behind == "\n" || behind == "\r")
+        for (const Escape &escape : escapesIn(writtenValue(subject, *entry))) {
+            if (escape.isMeant)
                 continue;
-            raw.insert(match.capturedStart() + inserted++, '\\');
-            if (!first.hasMatch())
-                first = match;
-        }
-        if (first.hasMatch())
-            findings.replace(*entry, entry->valueBegin + first.capturedStart(),
+            findings.replace(*entry, entry->valueBegin + escape.at,
                              QString("The reader changes or drops \"%1\"; a backslash is written as two")
-                                 .arg(first.captured()),
-                             subject.line(*entry, textOfRaw(raw.trimmed(), false)));
+                                 .arg(QString::fromLatin1(escape.text)),
+                             subject.line(*entry, subject.meantText(*entry)));
+            break;
+        }
     }
 }
 
 void escapeRunsOn(const Subject &subject, Collector &findings)
 {
-    constexpr int longest = 5; // "x" and four digits
     for (const IniEntry *entry : subject.textEntries()) {
-        QByteArray raw = subject.file.bytes().mid(entry->valueBegin, entry->end - entry->valueBegin);
-        int at = -1;
-        for (auto escapes = escapesIn(subject, *entry); escapes.hasNext();) {
-            const QRegularExpressionMatch match = escapes.next();
-            if (match.captured(1).size() <= longest)
+        for (const Escape &escape : escapesIn(writtenValue(subject, *entry))) {
+            if (!escape.runsOn)
                 continue;
-            if (at < 0)
-                at = match.capturedStart();
-            QByteArray split = match.captured().left(1 + longest).toLatin1();
-            for (const char digit : match.captured().mid(1 + longest).toLatin1())
-                split += "\\x" + QByteArray::number(digit, 16);
-            raw.replace(match.captured().toLatin1(), split);
-        }
-        if (at >= 0)
             findings.replace(
-                *entry, entry->valueBegin + at,
+                *entry, entry->valueBegin + escape.at,
                 "A \\x escape takes in every hexadecimal digit behind it; escape the next letter too",
-                subject.line(*entry, textOfRaw(raw.trimmed(), false)));
+                subject.line(*entry, subject.meantText(*entry)));
+            break;
+        }
     }
 }
 
@@ -224,28 +258,15 @@ void specialValue(const Subject &subject, Collector &findings)
     }
 }
 
-/// One pair of quotation marks around the whole value, or none at all, is as it should be.
-bool isQuotedWell(const Subject &subject, const IniEntry &entry)
-{
-    const QVector<int> quotes = bareQuotes(subject.file, entry);
-    if (quotes.isEmpty())
-        return true;
-    const QByteArray before = subject.file.bytes().mid(entry.valueBegin, quotes.first() - entry.valueBegin);
-    const QByteArray after = subject.file.bytes().mid(quotes.last() + 1, entry.end - quotes.last() - 1);
-    return quotes.size() <= 2 && before.trimmed().isEmpty() && after.trimmed().isEmpty();
-}
-
 void quotesEaten(const Subject &subject, Collector &findings)
 {
     for (const IniEntry *entry : subject.textEntries()) {
-        if (isQuotedWell(subject, *entry) || entry->value.comma >= 0 || swallowsLines(subject.file, *entry))
+        if (isQuotedWell(subject.file, *entry) || entry->value.comma >= 0
+            || swallowsLines(subject.file, *entry))
             continue;
-        QByteArray raw = subject.rawValue(*entry);
-        if (raw.startsWith('"') && raw.endsWith('"'))
-            raw = raw.mid(1, raw.size() - 2);
         findings.replace(*entry, bareQuotes(subject.file, *entry).first(),
                          "The reader takes away quotation marks; inside a quoted value they are written \\\"",
-                         subject.line(*entry, textOfRaw(raw, isCommand(*entry))));
+                         subject.line(*entry, subject.meantText(*entry)));
     }
 }
 
@@ -254,7 +275,7 @@ void unquotedComma(const Subject &subject, Collector &findings)
     for (const IniEntry *entry : subject.textEntries()) {
         if (entry->value.comma < 0)
             continue;
-        const QString text = textOfRaw(subject.rawValue(*entry), isCommand(*entry));
+        const QString text = subject.meantText(*entry);
         QStringList items;
         for (const QString &item : text.split(',', QString::SkipEmptyParts))
             items.append(item.trimmed());
@@ -274,7 +295,7 @@ void unquotedSemicolon(const Subject &subject, Collector &findings)
         findings.replace(
             *entry, entry->semicolon,
             "A semicolon outside quotation marks ends the value; the rest of the line is a comment",
-            subject.line(*entry, textOfRaw(subject.rawValue(*entry), true)));
+            subject.line(*entry, subject.meantText(*entry)));
     }
 }
 
@@ -282,21 +303,24 @@ void unquotedSemicolon(const Subject &subject, Collector &findings)
 
 QVector<Rule> fileRules()
 {
+    constexpr unsigned isRewritten = ChangesNames | ChangesCommands;
+    constexpr unsigned isRestored = AddsOperations | ChangesEnding; // lines that were swallowed, or not seen
     return {
-        {"bom", Severity::Warning, byteOrderMark},
-        {"line-ends", Severity::Warning, lineEnds},
-        {"nul", Severity::Error, nul},
-        {"unbalanced-quotes", Severity::Error, unbalancedQuotes},
-        {"hash-comment", Severity::Warning, hashComment},
-        {"ignored-line", Severity::Warning, ignoredLine},
-        {"broken-section", Severity::Warning, brokenSection},
-        {"nested-section", Severity::Error, nestedSection},
-        {"raw-utf8", Severity::Error, rawUtf8},
-        {"backslash", Severity::Error, backslash},
-        {"escape-runs-on", Severity::Error, escapeRunsOn},
-        {"special-value", Severity::Error, specialValue},
-        {"quotes-eaten", Severity::Error, quotesEaten},
-        {"unquoted-comma", Severity::Error, unquotedComma},
-        {"unquoted-semicolon", Severity::Error, unquotedSemicolon},
+        {"bom", Severity::Warning, byteOrderMark, ChangesReading | isRestored, nullptr},
+        {"line-ends", Severity::Warning, lineEnds, ChangesReading, nullptr},
+        {"nul", Severity::Error, nul, ChangesReading | isRestored, nullptr},
+        {"unbalanced-quotes", Severity::Error, unbalancedQuotes, isRewritten | isRestored, nullptr},
+        {"hash-comment", Severity::Warning, hashComment, isRestored, nullptr},
+        {"ignored-line", Severity::Warning, ignoredLine, isRestored, nullptr},
+        {"broken-section", Severity::Warning, brokenSection, ChangesNothing, nullptr},
+        {"nested-section", Severity::Error, nestedSection, isRestored,
+         "what the items that are in it become"},
+        {"raw-utf8", Severity::Error, rawUtf8, isRewritten, nullptr},
+        {"backslash", Severity::Error, backslash, isRewritten, nullptr},
+        {"escape-runs-on", Severity::Error, escapeRunsOn, isRewritten, nullptr},
+        {"special-value", Severity::Error, specialValue, AsksAuthor, "what the operator is to read"},
+        {"quotes-eaten", Severity::Error, quotesEaten, isRewritten, nullptr},
+        {"unquoted-comma", Severity::Error, unquotedComma, isRewritten | isRestored, nullptr},
+        {"unquoted-semicolon", Severity::Error, unquotedSemicolon, isRewritten | isRestored, nullptr},
     };
 }

@@ -5,15 +5,30 @@
 
 #include "rules/rules.h"
 
+#include <QHash>
+
 #include <algorithm>
 #include <tuple>
 
 namespace
 {
 
-QVector<Rule> allRules()
+const QVector<Rule> &allRules()
 {
-    return fileRules() + listRules() + commandRules() + mediumRules() + signingRules();
+    static const QVector<Rule> rules =
+        fileRules() + listRules() + commandRules() + mediumRules() + signingRules();
+    return rules;
+}
+
+const Rule *ruleOf(const QString &id)
+{
+    static const auto byId = [] {
+        QHash<QString, const Rule *> rules;
+        for (const Rule &rule : allRules())
+            rules.insert(rule.id, &rule);
+        return rules;
+    }();
+    return byId.value(id);
 }
 
 } // namespace
@@ -33,13 +48,40 @@ QStringList findingIds()
     return ids;
 }
 
-Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdict, const Screen &screen)
+unsigned changeOf(const QString &id)
+{
+    const Rule *rule = ruleOf(id);
+    return rule ? rule->change : AsksAuthor;
+}
+
+QString questionOf(const QString &id)
+{
+    const Rule *rule = ruleOf(id);
+    return rule ? QString(rule->question) : QString();
+}
+
+QByteArray edited(const QByteArray &bytes, QVector<Edit> edits)
+{
+    std::sort(edits.begin(), edits.end(), [](const Edit &a, const Edit &b) {
+        return std::tie(a.begin, a.end) < std::tie(b.begin, b.end);
+    });
+    QByteArray text;
+    int at = 0;
+    for (const Edit &edit : qAsConst(edits)) {
+        text += bytes.mid(at, edit.begin - at) + edit.text;
+        at = edit.end;
+    }
+    return text + bytes.mid(at);
+}
+
+Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdict, const Screen &screen,
+                 Keep keep)
 {
     Findings findings;
     const Subject subject(medium, file, verdict, screen);
-    Collector collector(subject, &findings);
+    Collector collector(subject, &findings, keep);
     for (const Rule &rule : allRules()) {
-        collector.startRule(rule.id, rule.severity);
+        collector.startRule(rule);
         rule.find(subject, collector);
     }
     const auto place = [&medium](const Finding &finding) {

@@ -17,6 +17,31 @@ struct Verdict;
 
 enum class Severity { Note, Warning, Error };
 
+/// Bytes of a file, and what belongs in their place.
+struct Edit {
+    int begin;
+    int end;
+    QByteArray text;
+
+    bool operator==(const Edit &other) const
+    {
+        return begin == other.begin && end == other.end && text == other.text;
+    }
+};
+
+/// What putting a finding right may do to the operations, beyond what is not seen of it. What is not in here
+/// does not happen: no operation is lost, renamed or put elsewhere, and none runs another command.
+enum Change : unsigned {
+    ChangesNothing = 0,
+    ChangesCommands = 1,   ///< of the lines that are edited
+    ChangesNames = 2,      ///< of the lines that are edited, to what their author has written
+    ChangesReading = 4,    ///< of any line, as it decides how the file is read
+    AddsOperations = 8,    ///< that were written, but not seen by the tool
+    DropsRepetitions = 16, ///< rows of the list that show an operation once more
+    ChangesEnding = 32,    ///< whether a batch ends with closing commands
+    AsksAuthor = 64,       ///< whatever it does, only after its author has answered a question
+};
+
 /// Something about a medium that its author should know.
 struct Finding {
     QString id; ///< stable, for programs and for looking it up in the manual
@@ -24,9 +49,9 @@ struct Finding {
     QString file;
     Position at;
     QString message;
-    QString right;         ///< the line that would be right, or the command that puts the file right
-    int replaceBegin = -1; ///< where `right` takes the place of text in the catalogue; -1 where it does not
-    int replaceEnd = -1;
+    QString right;       ///< the line that would be right, the command that puts the file right, or advice
+    QVector<Edit> edits; ///< in `file`, in order; empty where no line of it would be right
+    bool mendable;       ///< whether the edits can be done without asking the author
 };
 
 struct Findings {
@@ -36,10 +61,24 @@ struct Findings {
     int count(Severity severity) const;
 };
 
+/// How much is kept: the first of a kind, or all that can be put right as well.
+enum class Keep { First, Mendable };
+
 /// Everything that can be said about a medium. `screen` measures names.
-Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdict, const Screen &screen);
+Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdict, const Screen &screen,
+                 Keep keep = Keep::First);
 
 /// The ids that findings can have.
 QStringList findingIds();
+
+/// What putting a finding of this id right may do to the operations: Change flags.
+unsigned changeOf(const QString &id);
+
+/// What only the author can answer before a finding of this id is put right; empty where there is no such
+/// question.
+QString questionOf(const QString &id);
+
+/// The text with the edits in it, which do not overlap; in any order.
+QByteArray edited(const QByteArray &bytes, QVector<Edit> edits);
 
 #endif

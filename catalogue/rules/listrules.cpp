@@ -58,6 +58,12 @@ bool isBlankAround(const Item &item)
     return item.text != item.text.trimmed() && !item.entry;
 }
 
+/// A comma separates the items, and the blanks around one are left out where a list is put right.
+bool canBeListed(const QString &key)
+{
+    return !key.isEmpty() && !key.contains(',') && key == key.trimmed();
+}
+
 void noList(const Subject &subject, Collector &findings)
 {
     QStringList keys;
@@ -67,7 +73,7 @@ void noList(const Subject &subject, Collector &findings)
                             || path.compare("system/CMD_Type", Qt::CaseInsensitive) == 0;
         if (nearly)
             return;
-        if (entry.section == "CMD")
+        if (entry.section == "CMD" && canBeListed(entry.key) && !keys.contains(entry.key))
             keys.append(entry.key);
     }
     findings.add(0, "Section [system] has neither CMD_List nor CMD_Type, so the tool offers and runs nothing",
@@ -78,15 +84,15 @@ void bothLists(const Subject &subject, Collector &findings)
 {
     const IniEntry *direct = subject.entry("system/CMD_Type");
     if (direct && subject.entry("system/CMD_List"))
-        findings.replace(*direct, direct->begin, "CMD_Type is not looked at, because there is a CMD_List",
-                         subject.commented(*direct));
+        findings.mend(subject.commentedOut(*direct), direct->begin,
+                      "CMD_Type is not looked at, because there is a CMD_List");
 }
 
 void blankAfterComma(const Subject &subject, Collector &findings)
 {
     if (!subject.list)
         return;
-    const QString right = subject.listLine(subject.itemTexts());
+    const QString right = subject.listLine(subject.meantItems());
     for (const Item &item : subject.items) {
         if (isBlankAround(item) && !item.text.trimmed().isEmpty())
             findings.replace(
@@ -100,17 +106,19 @@ void emptyItem(const Subject &subject, Collector &findings)
 {
     if (!subject.list)
         return;
-    QStringList texts = subject.itemTexts();
-    if (subject.list->value.text.trimmed().isEmpty()) {
-        for (const IniEntry &entry : subject.file.entries()) {
-            if (entry.section == "CMD")
-                texts.append(entry.key);
-        }
+    QStringList texts = subject.meantItems();
+    const bool isEmpty = texts.isEmpty();
+    for (const IniEntry &entry : subject.file.entries()) {
+        if (isEmpty && entry.section == "CMD" && canBeListed(entry.key) && !texts.contains(entry.key))
+            texts.append(entry.key);
     }
     const QString right = subject.listLine(texts);
     for (const Item &item : subject.items) {
-        if (item.text.trimmed().isEmpty())
-            findings.replace(*subject.list, item.offset, "An empty item, which the tool leaves out", right);
+        if (!item.text.trimmed().isEmpty() || item.entry)
+            continue;
+        if (isEmpty)
+            findings.askAuthor();
+        findings.replace(*subject.list, item.offset, "An empty item, which the tool leaves out", right);
     }
 }
 
@@ -136,17 +144,10 @@ void duplicateKey(const Subject &subject, Collector &findings)
     for (const IniEntry &entry : subject.file.entries()) {
         const IniEntry *last = subject.entry(entry.path());
         if (last != &entry)
-            findings.replace(entry, entry.begin,
-                             QString("\"%1\" is defined again on line %2, and that one counts")
-                                 .arg(subject.rawKey(entry), lineNumber(subject, *last)),
-                             subject.commented(entry));
+            findings.mend(subject.commentedOut(entry), entry.begin,
+                          QString("\"%1\" is defined again on line %2, and that one counts")
+                              .arg(subject.rawKey(entry), lineNumber(subject, *last)));
     }
-}
-
-/// A comma separates the items, and the blanks around one are left out where a list is put right.
-bool canBeListed(const QString &key)
-{
-    return !key.isEmpty() && !key.contains(',') && key == key.trimmed();
 }
 
 void unlistedKey(const Subject &subject, Collector &findings)
@@ -160,7 +161,7 @@ void unlistedKey(const Subject &subject, Collector &findings)
     for (auto miss = misses.begin(); miss != misses.end(); ++miss)
         known.insert(miss.value()->key);
     QVector<const IniEntry *> unlisted;
-    QStringList all = subject.itemTexts();
+    QStringList all = subject.meantItems();
     for (const IniEntry &entry : subject.file.entries()) {
         if (entry.section != "CMD" || entry.key.startsWith('#') || known.contains(entry.key))
             continue;
@@ -177,7 +178,7 @@ void unlistedKey(const Subject &subject, Collector &findings)
         if (canBeListed(entry->key))
             findings.replace(list.begin, list.end, entry->begin, message, right);
         else
-            findings.replace(*entry, entry->begin, message, subject.commented(*entry));
+            findings.mend(subject.commentedOut(*entry), entry->begin, message);
     }
 }
 
@@ -199,7 +200,7 @@ void wrongCapitals(const Subject &subject, Collector &findings)
         const QString right = rightCapitals(entry.key, systemKeys);
         if (entry.section.compare("system", Qt::CaseInsensitive) == 0 && !right.isEmpty())
             findings.replace(entry, entry.begin, QString("Capitals count: the tool looks for %1").arg(right),
-                             iniLine(right, intendedText(subject.file, entry.value)));
+                             iniLine(right, subject.meantText(entry)));
     }
     const auto misses = nearMisses(subject);
     for (auto miss = misses.begin(); miss != misses.end(); ++miss) {
@@ -208,10 +209,9 @@ void wrongCapitals(const Subject &subject, Collector &findings)
                                   && entry.key.compare(miss.key().trimmed(), Qt::CaseInsensitive) == 0
                                   && entry.key != miss.key().trimmed();
         if (capitalsOnly)
-            findings.replace(
-                entry, entry.begin,
-                QString("Capitals count: the list names \"%1\"").arg(miss.key().trimmed()),
-                iniLine(writtenKey(miss.key().trimmed()), intendedText(subject.file, entry.value)));
+            findings.replace(entry, entry.begin,
+                             QString("Capitals count: the list names \"%1\"").arg(miss.key().trimmed()),
+                             iniLine(writtenKey(miss.key().trimmed()), subject.meantText(entry)));
     }
 }
 
@@ -226,21 +226,61 @@ void percentInKey(const Subject &subject, Collector &findings)
         findings.replace(
             entry, entry.begin,
             QString("The reader turns this key into \"%1\", which the list does not name").arg(entry.key),
-            iniLine(writtenKey(key), intendedText(subject.file, entry.value)));
+            iniLine(writtenKey(key), subject.meantText(entry)));
     }
+}
+
+int blankInKey(const Subject &subject, const IniEntry &entry)
+{
+    const int blank = subject.file.bytes().indexOf(' ', entry.begin);
+    const bool isInKey = entry.section == "CMD" && blank >= 0 && blank < entry.keyEnd;
+    return isInKey && !entry.key.startsWith('#') ? blank : -1;
+}
+
+/// All keys with blanks and the list at once, as the list is one line. Empty where two keys would become one.
+QVector<Edit> withoutBlanksInKeys(const Subject &subject)
+{
+    QVector<Edit> edits;
+    QSet<QString> keys;
+    QHash<QString, QString> renamed;
+    for (const IniEntry &entry : subject.file.entries())
+        keys.insert(entry.path());
+    for (const IniEntry &entry : subject.file.entries()) {
+        if (blankInKey(subject, entry) < 0)
+            continue;
+        const QString right = QString(entry.key).replace(' ', '_');
+        if (!renamed.contains(entry.key) && keys.contains("CMD/" + right))
+            return {};
+        keys.insert("CMD/" + right);
+        renamed.insert(entry.key, right);
+        QByteArray raw = subject.file.bytes().mid(entry.begin, entry.keyEnd - entry.begin);
+        edits.append({entry.begin, entry.keyEnd, raw.replace(' ', '_').replace("%20", "_")});
+    }
+    if (!subject.list || renamed.isEmpty())
+        return edits;
+    QStringList items;
+    for (const Item &item : subject.items)
+        items.append(item.entry ? renamed.value(item.text, item.text) : item.text);
+    if (items != subject.itemTexts())
+        edits.append({subject.list->begin, subject.textEnd(*subject.list), subject.listLine(items).toUtf8()});
+    std::sort(edits.begin(), edits.end(), [](const Edit &a, const Edit &b) { return a.begin < b.begin; });
+    return edits;
 }
 
 void spaceInKey(const Subject &subject, Collector &findings)
 {
+    const QVector<Edit> edits = withoutBlanksInKeys(subject);
     for (const IniEntry &entry : subject.file.entries()) {
-        const int blank = subject.file.bytes().indexOf(' ', entry.begin);
-        const bool isInKey = blank >= 0 && blank < entry.keyEnd;
-        if (entry.section == "CMD" && isInKey && !entry.key.startsWith('#'))
-            findings.replace(
-                entry, blank,
-                "A blank in a key: other programs that save the file write it as %20; use another letter",
-                iniLine(subject.rawKey(entry).replace(' ', '_').replace("%20", "_"),
-                        intendedText(subject.file, entry.value)));
+        const int blank = blankInKey(subject, entry);
+        if (blank < 0)
+            continue;
+        const QString message =
+            "A blank in a key: other programs that save the file write it as %20; use another letter";
+        if (edits.isEmpty())
+            findings.askAuthor().replace(entry.begin, entry.keyEnd, blank, message,
+                                         subject.rawKey(entry).replace(' ', '-').replace("%20", "-"));
+        else
+            findings.mend(edits, blank, message);
     }
 }
 
@@ -254,9 +294,8 @@ void unknownKey(const Subject &subject, Collector &findings)
             nearlySystem
             && (systemKeys.contains(entry.key) || !rightCapitals(entry.key, systemKeys).isEmpty());
         if (!known && !nearlyCommand && !entry.key.startsWith('#'))
-            findings.replace(entry, entry.begin,
-                             QString("The tool does not know \"%1\" and never reads it").arg(entry.path()),
-                             subject.commented(entry));
+            findings.mend(subject.commentedOut(entry), entry.begin,
+                          QString("The tool does not know \"%1\" and never reads it").arg(entry.path()));
     }
 }
 
@@ -269,8 +308,13 @@ void endgameValue(const Subject &subject, Collector &findings)
     const QStringList clear = {"true", "1", "false", "0"};
     if (entry->value.comma < 0 && clear.contains(text))
         return;
-    const bool meantFalse = QStringList{"no", "off", "n", "never", "f", "-1", "none"}.contains(text.trimmed())
-                            || text.trimmed() == "false" || text.trimmed() == "0" || text.isEmpty();
+    const QString word = text.trimmed();
+    const bool meantFalse =
+        QStringList{"no", "off", "n", "never", "f", "-1", "none", "false", "0"}.contains(word)
+        || text.isEmpty();
+    const bool meantTrue = QStringList{"yes", "on", "y", "always", "t", "true", "1"}.contains(word);
+    if (entry->value.comma >= 0 || (!meantFalse && !meantTrue))
+        findings.askAuthor();
     findings.replace(*entry, entry->value.at.value(0, entry->valueBegin),
                      QString("The tool takes this value for %1; it knows true and false only")
                          .arg(subject.verdict.endGame ? "true" : "false"),
@@ -281,17 +325,15 @@ void endgameUnused(const Subject &subject, Collector &findings)
 {
     const IniEntry *entry = subject.entry("system/ENDGAME");
     if (entry && subject.verdict.mode == Verdict::Direct)
-        findings.replace(*entry, entry->begin,
-                         "ENDGAME is not looked at in direct mode: write the closing commands yourself",
-                         subject.commented(*entry));
+        findings.mend(subject.commentedOut(*entry), entry->begin,
+                      "ENDGAME is not looked at in direct mode: write the closing commands yourself");
 }
 
 void duplicateName(const Subject &subject, Collector &findings)
 {
     if (subject.verdict.mode != Verdict::Selection)
         return;
-    QStringList unique = subject.itemTexts();
-    unique.removeDuplicates();
+    const QStringList unique = subject.meantItems();
     const QString rightList = unique.size() < subject.items.size() ? subject.listLine(unique) : QString();
     QSet<QString> items;
     for (const Item &item : subject.items) {
@@ -306,7 +348,7 @@ void duplicateName(const Subject &subject, Collector &findings)
     for (const CommandEntry &command : subject.commands) {
         const CommandEntry *first = names.value(command.name);
         if (first)
-            findings.replace(
+            findings.askAuthor().replace(
                 *command.entry, command.entry->value.at.value(0),
                 QString("\"%1\" is the name of line %2 too: both show, and both run this command")
                     .arg(command.name, lineNumber(subject, *first->entry)),
@@ -328,7 +370,7 @@ void needsScrolling(const Subject &subject, Collector &findings)
             QString("%1 operations; %2 are seen at once, the operator has to scroll to the others")
                 .arg(subject.verdict.operations.size())
                 .arg(rows),
-            subject.listLine(subject.itemTexts().mid(0, rows)));
+            subject.listLine(subject.meantItems().mid(0, rows)));
 }
 
 } // namespace
@@ -336,20 +378,22 @@ void needsScrolling(const Subject &subject, Collector &findings)
 QVector<Rule> listRules()
 {
     return {
-        {"no-list", Severity::Error, noList},
-        {"both-lists", Severity::Warning, bothLists},
-        {"blank-after-comma", Severity::Error, blankAfterComma},
-        {"empty-item", Severity::Warning, emptyItem},
-        {"item-without-command", Severity::Error, itemWithoutCommand},
-        {"duplicate-key", Severity::Warning, duplicateKey},
-        {"unlisted-key", Severity::Warning, unlistedKey},
-        {"wrong-capitals", Severity::Error, wrongCapitals},
-        {"percent-in-key", Severity::Error, percentInKey},
-        {"space-in-key", Severity::Warning, spaceInKey},
-        {"unknown-key", Severity::Warning, unknownKey},
-        {"endgame-value", Severity::Warning, endgameValue},
-        {"endgame-unused", Severity::Warning, endgameUnused},
-        {"duplicate-name", Severity::Error, duplicateName},
-        {"needs-scrolling", Severity::Note, needsScrolling},
+        {"no-list", Severity::Error, noList, AsksAuthor, "which operations are offered"},
+        {"both-lists", Severity::Warning, bothLists, ChangesNothing, nullptr},
+        {"blank-after-comma", Severity::Error, blankAfterComma, AddsOperations | DropsRepetitions, nullptr},
+        {"empty-item", Severity::Warning, emptyItem, AddsOperations | DropsRepetitions,
+         "which operations are offered"},
+        {"item-without-command", Severity::Error, itemWithoutCommand, AsksAuthor, "what the item runs"},
+        {"duplicate-key", Severity::Warning, duplicateKey, ChangesNothing, nullptr},
+        {"unlisted-key", Severity::Warning, unlistedKey, AsksAuthor, "whether it is to be offered"},
+        {"wrong-capitals", Severity::Error, wrongCapitals, AddsOperations | ChangesEnding, nullptr},
+        {"percent-in-key", Severity::Error, percentInKey, AddsOperations, nullptr},
+        {"space-in-key", Severity::Warning, spaceInKey, ChangesNothing, "what the key is to be called"},
+        {"unknown-key", Severity::Warning, unknownKey, ChangesNothing, "which key was meant"},
+        {"endgame-value", Severity::Warning, endgameValue, ChangesEnding, "whether the controller reboots"},
+        {"endgame-unused", Severity::Warning, endgameUnused, ChangesNothing, nullptr},
+        {"duplicate-name", Severity::Error, duplicateName, AddsOperations | DropsRepetitions,
+         "what the other one is called"},
+        {"needs-scrolling", Severity::Note, needsScrolling, AsksAuthor, "what can do without being offered"},
     };
 }

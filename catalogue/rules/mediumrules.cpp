@@ -19,6 +19,7 @@
 namespace
 {
 
+constexpr qint64 largestScript = qint64(1024) * 1024; ///< bytes
 constexpr int prefixSize = static_cast<int>(sizeof mediumFolder) - 1;
 
 /// What a command line names on the medium.
@@ -198,6 +199,19 @@ void fatNotExecutable(const Subject &subject, Collector &findings)
             "A FAT card keeps no right to execute: put an interpreter in front, or copy the program first");
 }
 
+/// Without the carriage returns at its line ends; nothing where it is too big to be a script.
+QVector<Edit> withoutReturns(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > largestScript)
+        return {};
+    const QByteArray bytes = file.readAll();
+    QVector<Edit> edits;
+    for (int at = bytes.indexOf("\r\n"); at >= 0; at = bytes.indexOf("\r\n", at + 1))
+        edits.append({at, at + 1, ""});
+    return edits;
+}
+
 void scriptLineEnds(const Subject &subject, Collector &findings)
 {
     QSet<QString> seen;
@@ -211,7 +225,7 @@ void scriptLineEnds(const Subject &subject, Collector &findings)
         if (isScript && start.contains("\r\n"))
             findings.addOther(
                 path, "A script with carriage returns at its line ends does not run on the controller",
-                "sed -i 's/\\r$//' " + shellWord(path));
+                "sed -i 's/\\r$//' " + shellWord(path), withoutReturns(path));
     }
 }
 
@@ -345,15 +359,15 @@ void mountKind(const Subject &subject, Collector &findings)
 QVector<Rule> mediumRules()
 {
     return {
-        {"missing-program", Severity::Error, missingProgram},
-        {"missing-file", Severity::Warning, missingFile},
-        {"path-capitals", Severity::Warning, pathCapitals},
-        {"not-executable", Severity::Error, notExecutable},
-        {"fat-not-executable", Severity::Warning, fatNotExecutable},
-        {"script-line-ends", Severity::Error, scriptLineEnds},
-        {"foreign-files", Severity::Warning, foreignFiles},
-        {"outside-results", Severity::Note, outsideResults},
-        {"mount-space", Severity::Note, mountSpace},
-        {"mount-kind", Severity::Note, mountKind},
+        {"missing-program", Severity::Error, missingProgram, AsksAuthor, "where the file is"},
+        {"missing-file", Severity::Warning, missingFile, AsksAuthor, "where the file is"},
+        {"path-capitals", Severity::Warning, pathCapitals, ChangesCommands, nullptr},
+        {"not-executable", Severity::Error, notExecutable, ChangesCommands, nullptr},
+        {"fat-not-executable", Severity::Warning, fatNotExecutable, ChangesCommands, nullptr},
+        {"script-line-ends", Severity::Error, scriptLineEnds, ChangesNothing, "whether it is a script"},
+        {"foreign-files", Severity::Warning, foreignFiles, AsksAuthor, "whether it can be removed"},
+        {"outside-results", Severity::Note, outsideResults, AsksAuthor, "what reads it there"},
+        {"mount-space", Severity::Note, mountSpace, AsksAuthor, "where the controller mounts it"},
+        {"mount-kind", Severity::Note, mountKind, AsksAuthor, "where the controller mounts it"},
     };
 }

@@ -12,6 +12,8 @@ struct Rule {
     const char *id;
     Severity severity;
     void (*find)(const Subject &subject, Collector &findings);
+    unsigned change;      ///< what its mending may do to the operations: Change flags
+    const char *question; ///< what its author has to answer, always or now and then; null where nothing is
 };
 
 QVector<Rule> fileRules();

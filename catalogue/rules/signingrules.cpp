@@ -114,12 +114,12 @@ void mediumTooBig(const Subject &subject, Collector &findings)
 QVector<Rule> signingRules()
 {
     return {
-        {"no-manifest", Severity::Error, noManifest},
-        {"no-signature", Severity::Error, noSignature},
-        {"manifest-malformed", Severity::Error, manifestMalformed},
-        {"manifest-outdated", Severity::Error, manifestOutdated},
-        {"manifest-lacks-file", Severity::Warning, manifestLacksFile},
-        {"manifest-mode", Severity::Warning, manifestMode},
-        {"medium-too-big", Severity::Note, mediumTooBig},
+        {"no-manifest", Severity::Error, noManifest, AsksAuthor, "which key signs it"},
+        {"no-signature", Severity::Error, noSignature, AsksAuthor, "which key signs it"},
+        {"manifest-malformed", Severity::Error, manifestMalformed, AsksAuthor, "which key signs it"},
+        {"manifest-outdated", Severity::Error, manifestOutdated, AsksAuthor, "which key signs it"},
+        {"manifest-lacks-file", Severity::Warning, manifestLacksFile, AsksAuthor, "which key signs it"},
+        {"manifest-mode", Severity::Warning, manifestMode, AsksAuthor, "which key signs it"},
+        {"medium-too-big", Severity::Note, mediumTooBig, AsksAuthor, "what the controller takes"},
     };
 }

@@ -5,6 +5,7 @@
 
 #include "reading/initext.h"
 
+#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -30,6 +31,8 @@ Subject::Subject(const Medium &itsMedium, const IniFile &itsFile, const Verdict 
     , screen(itsScreen)
     , signedFiles(medium.root.isEmpty() || medium.isToBeSigned ? SignedFiles() : readSignedFiles(medium.root))
 {
+    if (file.runsOn())
+        lineByLine.reset(new IniFile(file.bytes(), IniFile::EndWithLine));
     for (const IniEntry &entry : file.entries())
         byPath.insert(entry.path(), &entry);
     list = byPath.contains(listKey) ? entry(listKey) : entry(directKey);
@@ -87,10 +90,31 @@ QString Subject::rawKey(const IniEntry &entry) const
     return text.toUtf8() == raw && !containsControl(text) ? text : writtenKey(entry.key);
 }
 
+int Subject::textEnd(const IniEntry &entry) const
+{
+    const bool commentBehindQuotes = entry.semicolon >= 0 && isQuotedWell(file, entry);
+    int end = commentBehindQuotes          ? entry.end
+              : swallowsLines(file, entry) ? lineEnd(file.bytes(), entry.valueBegin)
+              : entry.semicolon < 0        ? entry.end
+                                           : lineEnd(file.bytes(), entry.end);
+    while (end > entry.valueBegin && isBlank(file.bytes().at(end - 1)))
+        --end;
+    return end;
+}
+
 QByteArray Subject::rawValue(const IniEntry &entry) const
 {
-    const int end = lineEnd(file.bytes(), entry.end);
-    return file.bytes().mid(entry.valueBegin, end - entry.valueBegin).trimmed();
+    return file.bytes().mid(entry.valueBegin, textEnd(entry) - entry.valueBegin).trimmed();
+}
+
+QString Subject::meantText(const IniEntry &entry) const
+{
+    const bool isCommand = entry.path().startsWith("CMD/");
+    const bool swallows = swallowsLines(file, entry);
+    QByteArray raw = withLiteralBackslashes(rawValue(entry).replace('\0', ""));
+    if (!swallows && raw.size() > 1 && raw.startsWith('"') && raw.endsWith('"'))
+        raw = raw.mid(1, raw.size() - 2);
+    return textOfRaw(raw, isCommand && !swallows);
 }
 
 QString Subject::line(const IniEntry &entry, const QString &text) const
@@ -109,22 +133,40 @@ QString Subject::nameFor(const IniEntry &entry) const
     return name.isEmpty() ? "NAME" : name;
 }
 
-QString Subject::commented(const IniEntry &entry) const
+QVector<Edit> Subject::commentedOut(const IniEntry &entry) const
 {
-    QString text = textOf(file.bytes().mid(entry.begin, entry.end - entry.begin));
-    std::replace_if(
-        text.begin(), text.end(), [](QChar character) { return containsControl(character); }, ' ');
-    return "; " + text; // all of it, however many lines it has
+    QVector<Edit> edits{{entry.begin, entry.begin, "; "}};
+    for (int i = entry.begin; i < entry.end; ++i) {
+        const uchar byte = static_cast<uchar>(file.bytes().at(i));
+        if (byte < ' ' && byte != '\t')
+            edits.append({i, i + 1, " "});
+    }
+    return edits;
 }
 
 QString Subject::listLine(const QStringList &texts) const
 {
-    QStringList right;
-    for (const QString &text : texts) {
-        if (!text.trimmed().isEmpty())
-            right.append(text.trimmed());
+    return iniLine(list ? rawKey(*list) : "CMD_List", texts.join(','));
+}
+
+QStringList Subject::meantItems() const
+{
+    QStringList meant;
+    QSet<QString> seen;
+    for (const Item &item : items) {
+        const QString text = item.entry ? item.text : item.text.trimmed();
+        const bool again = verdict.mode == Verdict::Selection && seen.contains(text);
+        if (!text.isEmpty() && !again)
+            meant.append(text);
+        seen.insert(text);
     }
-    return iniLine(list ? rawKey(*list) : "CMD_List", right.join(','));
+    return meant;
+}
+
+bool Subject::hasFile(const QString &pathOnController) const
+{
+    const QString path = medium.local(pathOnController);
+    return !path.isEmpty() && QFileInfo::exists(path);
 }
 
 QStringList Subject::itemTexts() const

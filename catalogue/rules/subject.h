@@ -9,10 +9,13 @@
 #include "reading/medium.h"
 #include "reading/shell.h"
 #include "reading/signedfiles.h"
+#include "rules/findings.h"
 #include "window/screen.h"
 #include "window/verdict.h"
 
 #include <QHash>
+
+#include <memory>
 
 /// An item of the list, with the place of its first character.
 struct Item {
@@ -44,6 +47,12 @@ public:
     const Screen &screen;
     const SignedFiles signedFiles; ///< none where they do not count
 
+    /// The file as it is written, line by line, whatever an open quotation mark makes the tool read.
+    const IniFile &asWritten() const
+    {
+        return lineByLine ? *lineByLine : file;
+    }
+
     const IniEntry *list = nullptr; ///< the list that counts; null without one, or where it is of no use
     QVector<Item> items;            ///< empty without `list`
     QVector<CommandEntry> commands; ///< each line once, in list order
@@ -58,25 +67,37 @@ public:
 
     /// The key as it is written, or as it could be where that is no text of one line.
     QString rawKey(const IniEntry &entry) const;
-    /// The value as it is written, up to the end of the line, without the blanks around it.
+    /// Where the value ends as it was meant: before a comment behind quotes, but with what an unquoted
+    /// semicolon cuts off, and without the lines that an open quotation mark swallows.
+    int textEnd(const IniEntry &entry) const;
+    /// The value as it is written, up to there, without the blanks around it.
     QByteArray rawValue(const IniEntry &entry) const;
+    /// The value's text as it was meant, whatever is wrong with how it is written. The right line of each
+    /// finding on that has it, so that one puts right what the others are about, too.
+    QString meantText(const IniEntry &entry) const;
     /// The line with another text.
     QString line(const IniEntry &entry, const QString &text) const;
     /// The line with another command.
     QString commandLine(const CommandEntry &command, const QString &text) const;
     /// A name for an operation that has none, after its key.
     QString nameFor(const IniEntry &entry) const;
-    /// The line as a comment.
-    QString commented(const IniEntry &entry) const;
-    /// The list's line with other items: blanks around them and empty ones left out.
+    /// What makes a comment of the entry, of all its lines.
+    QVector<Edit> commentedOut(const IniEntry &entry) const;
+    /// The list's line with other items.
     QString listLine(const QStringList &items) const;
     QStringList itemTexts() const;
+    /// The items as they were meant: without blanks around them, empty ones, and in selection mode those that
+    /// stand there already.
+    QStringList meantItems() const;
+    /// Whether the medium has this file, by a command's path.
+    bool hasFile(const QString &pathOnController) const;
 
 private:
     void readItems();
     void readCommands();
 
     QHash<QString, const IniEntry *> byPath;
+    std::unique_ptr<IniFile> lineByLine; ///< where it differs
 };
 
 #endif

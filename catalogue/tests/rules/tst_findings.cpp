@@ -47,6 +47,11 @@ private slots:
     void aCatalogueTriggersWhatItShould();
     void theRightLineIsRightForWhateverIsWritten_data();
     void theRightLineIsRightForWhateverIsWritten();
+    void aCommandIsSentToAScriptOnlyWhenThereIsOne();
+    void aCommentBehindAValueStays();
+    void everyLineWithAnOpenQuotationMarkIsTold();
+    void aKeyWithABlankIsRenamedInTheListToo();
+    void whatOnlyTheAuthorKnowsIsAsked();
     void aMessageKeepsWhatLooksLikeAPlaceInIt();
     void aSectionWithinAnotherHidesItsKeys();
     void everyRuleKnowsTheSameShells_data();
@@ -238,8 +243,8 @@ void TestFindings::putIntoCatalogue(const QString &path, const Finding &finding)
     QVERIFY(file.open(QIODevice::ReadWrite));
     QByteArray text = file.readAll();
     const QByteArray right = finding.right.toUtf8();
-    if (finding.replaceBegin >= 0)
-        text.replace(finding.replaceBegin, finding.replaceEnd - finding.replaceBegin, right);
+    if (!finding.edits.isEmpty())
+        text = edited(text, finding.edits);
     else if (right.startsWith("CMD_List"))
         text.replace("[system]\n", "[system]\n" + right + '\n');
     else
@@ -524,14 +529,12 @@ void TestFindings::theRightLineIsRightForWhateverIsWritten_data()
         "; 3\" disk\nb=\"B@y\"\n");
     row("a comment on a line without =", list, "nothing ; else\n", "ignored-line", 1, "; nothing ; else\n");
     row("a key that no list can name", list, "b,c=\"B@y\"\n", "unlisted-key", 1, "; b,c=\"B@y\"\n");
-    row("a blank behind a letter of two bytes", "[system]\nCMD_List=\"\xc3\xa4 b\"\n[CMD]\n",
-        "\xc3\xa4 b=\"B@y\"\n", "space-in-key", 3, "\xc3\xa4_b=\"B@y\"\n");
+    row("a blank behind a letter of two bytes", list, "\xc3\xa4 b=\"B@y\"\n", "space-in-key", 3,
+        "\xc3\xa4_b=\"B@y\"\n");
     row("a key that is no UTF-8", "[system]\nCMD_List=\"\xe4\"\n[CMD]\n", "\xe4=\"B@y.sh\"\n",
         "single-word-sh", 6, "%e4=\"B@sh y.sh\"\n");
     row("a key with an at sign", "[system]\nCMD_List=\"a@b\"\n[CMD]\n", "a@b=\"B\"\n", "no-at", 6,
         "a@b=\"a b@B\"\n");
-    row("a script after a key that is no word", "[system]\nCMD_List=\"a %/b\"\n[CMD]\n",
-        "a%20%25\\b=\"B@c@d\"\n", "several-at", 15, "a%20%25\\b=\"B@sh /mnt/upgrade/a___b.sh\"\n");
     row("a name with blanks at the front", "[system]\nCMD_List=\"b\"\n[CMD]\n",
         "b=\"" + QByteArray(200, ' ') + "B@y\"\n", "name-too-long-list", 4, "b=\"NAME@y\"\n");
 }
@@ -547,14 +550,74 @@ void TestFindings::theRightLineIsRightForWhateverIsWritten()
         if (finding.id != id)
             continue;
         QTEST(finding.at.column, "column");
-        QByteArray mended = text;
-        mended.replace(finding.replaceBegin, finding.replaceEnd - finding.replaceBegin,
-                       finding.right.toUtf8());
+        const QByteArray mended = edited(text, finding.edits);
         QCOMPARE(mended, before + right);
+        QVERIFY(right.contains(finding.right.toUtf8())); // it is shown as it becomes
         QVERIFY(!idsOf(checkText(mended)).contains(id));
         return;
     }
     QFAIL("not found");
+}
+
+void TestFindings::aCommandIsSentToAScriptOnlyWhenThereIsOne()
+{
+    const QByteArray text = "[system]\nCMD_List=\"a %/b\"\n[CMD]\na%20%25\\b=\"B@c@d\"\n";
+    const QString line = "a%20%25\\b=\"B@sh /mnt/upgrade/a___b.sh\"";
+    const Findings without = checkText(text);
+    QCOMPARE(idsOf(without), QStringList("several-at"));
+    QCOMPARE(without.list.first().right, "put it into a script, a___b.sh on the medium, and write " + line);
+    QVERIFY(without.list.first().edits.isEmpty());
+    const QString folder = work.filePath(QString::number(copies));
+    put(folder + "/a___b.sh", "#!/bin/sh\ntrue\n");
+    const Finding with = check(folder).list.first();
+    QCOMPARE(with.right, line);
+    QCOMPARE(edited(text, with.edits), text.left(text.indexOf("a%20")) + line.toUtf8() + '\n');
+    QVERIFY(!with.mendable); // what the script does, only its author knows
+}
+
+void TestFindings::aCommentBehindAValueStays()
+{
+    const QByteArray text = "[system]\nCMD_List=\"a\"\n[CMD]\na = \"A@ls | wc\"  ; why\n";
+    const Finding finding = checkText(text).list.first();
+    QCOMPARE(finding.right, QString("a=\"A@sh -c \\\"ls | wc\\\"\"  ; why"));
+    QCOMPARE(edited(text, finding.edits), text.left(text.indexOf("a = ")) + finding.right.toUtf8() + '\n');
+}
+
+void TestFindings::everyLineWithAnOpenQuotationMarkIsTold()
+{
+    const Findings findings = checkText("[system]\nCMD_List=\"a,b,c\n[CMD]\na=\"A@x\nb=\"B@y\"\nc=\"C@z\n");
+    QVector<int> lines;
+    for (const Finding &finding : findings.list) {
+        if (finding.id == "unbalanced-quotes")
+            lines.append(finding.at.line);
+    }
+    QCOMPARE(lines, (QVector<int>{2, 4, 6}));
+}
+
+void TestFindings::aKeyWithABlankIsRenamedInTheListToo()
+{
+    const QByteArray text =
+        "[system]\nCMD_List=\"a b,c,a  d\"\n[CMD]\na b=\"A@x\"\nc=\"C@y\"\na  d=\"D@z\"\n";
+    const Findings findings = checkText(text);
+    QCOMPARE(idsOf(findings), QStringList("space-in-key"));
+    const QByteArray mended = edited(text, findings.list.first().edits);
+    QCOMPARE(mended,
+             QByteArray("[system]\nCMD_List=\"a_b,c,a__d\"\n[CMD]\na_b=\"A@x\"\nc=\"C@y\"\na__d=\"D@z\"\n"));
+    QCOMPARE(idsOf(checkText(mended)), QStringList());
+    // Two keys are not to become one.
+    const Findings taken = checkText("[system]\nCMD_List=\"a b,a_b\"\n[CMD]\na b=\"A@x\"\na_b=\"B@y\"\n");
+    QVERIFY(!taken.list.first().mendable);
+}
+
+void TestFindings::whatOnlyTheAuthorKnowsIsAsked()
+{
+    for (const QString &id : findingIds()) {
+        const Findings findings = check(fixture(id), mountDirectoryOf(fixture(id)));
+        for (const Finding &finding : findings.list) {
+            QVERIFY2(finding.mendable || !questionOf(id).isEmpty(), qPrintable(id));
+            QVERIFY2(!finding.mendable || !(changeOf(id) & AsksAuthor), qPrintable(id));
+        }
+    }
 }
 
 void TestFindings::aMessageKeepsWhatLooksLikeAPlaceInIt()
