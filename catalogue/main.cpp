@@ -5,17 +5,18 @@
 #include "common/share.h"
 #include "image/image.h"
 #include "kit/kit.h"
+#include "options.h"
 #include "reading/medium.h"
 #include "report/report.h"
 #include "results/fleetreport.h"
 #include "scaffold.h"
 #include "signing/signing.h"
+#include "usage.h"
 #include "window/language.h"
 #include "window/preview.h"
 #include "window/screen.h"
 
 #include <QApplication>
-#include <QCommandLineParser>
 #include <QFile>
 #include <QFontInfo>
 #include <QTemporaryDir>
@@ -26,140 +27,6 @@
 
 namespace
 {
-
-const char usage[] = R"(Usage: zul_catalogue check [--strict] [--json] [--mounted-at DIR] MEDIUM
-       zul_catalogue preview MEDIUM -o DIR [--language LANG] [--mounted-at DIR]
-       zul_catalogue new [--kit] DIR
-       zul_catalogue image MEDIUM -o FILE [--size SIZE]
-       zul_catalogue sign|verify MEDIUM --key FILE [OPTION...]
-       zul_catalogue results [--format FORM] [--expect FILE] [--strict] DIR...
-
-check    prints what the controller shows and runs, then what is wrong with it
-preview  draws every screen that the operator sees, as pictures
-new      makes a small, commented medium; with --kit, one of guarded steps
-image    makes the image of a card, with one FAT32 partition, for any imager
-sign     checks strictly, then signs; verify says what a controller's gate says
-results  puts together what steps have reported: which controller got what
-  --strict           warnings count, or what is not done; --json  for programs
-  --mounted-at DIR   where the controller mounts the medium
-  -o, --output DIR   for the pictures; for the image a FILE, --size its SIZE
-  --language LANG    a code such as zh_CN, a translation file, or "all"
-  --key FILE         the secret key; to verify, public ones or a folder of them
-  --passphrase-file FILE  what that is encrypted with;  --manifest-only  no key
-  --compatible NAME  the controller; --serial N  the number, or the lowest one
-  --format FORM      table, csv or json; --expect FILE  the fleet's serials
-  -h, --help, -v, --version  The manual: man zul_catalogue
-Exit codes: 0 clean, 1 warnings with --strict, 2 errors or refused, 64 usage,
-65 data, 66 input, 69 a program is missing, 70 start, 73 cannot be written.
-)";
-
-struct Options {
-    QStringList words; ///< the command and its arguments
-    bool strict = false;
-    bool json = false;
-    bool help = false;
-    bool version = false;
-    QString output;
-    QString language;
-    QString mountedAt;
-    bool manifestOnly = false;
-    Signing signing;
-    bool kit = false;
-    QString format = QString();
-    QString expect = QString();
-    QString size = QString();
-};
-
-bool readOptions(const QStringList &arguments, Options *options, QString *error)
-{
-    QCommandLineParser parser;
-    const QCommandLineOption strict("strict"), json("json"), kit("kit"), help(QStringList{"h", "help"}),
-        version(QStringList{"v", "version"});
-    const QCommandLineOption output(QStringList{"o", "output"}, "", "DIR"), language("language", "", "LANG");
-    const QCommandLineOption mountedAt("mounted-at", "", "DIR"), key("key", "", "FILE");
-    const QCommandLineOption format("format", "", "FORM"), expect("expect", "", "FILE");
-    const QCommandLineOption size("size", "", "SIZE");
-    const QCommandLineOption compatible("compatible", "", "NAME"), serial("serial", "", "N");
-    const QCommandLineOption passphrase("passphrase-file", "", "FILE"), manifestOnly("manifest-only");
-    parser.addOptions({strict, json, help, version, output, language, mountedAt, key, passphrase,
-                       manifestOnly, compatible, serial});
-    parser.addOption(kit);
-    parser.addOptions({format, expect, size});
-    if (!parser.parse(arguments)) {
-        *error = parser.errorText();
-        return false;
-    }
-    *options = {parser.positionalArguments(),
-                parser.isSet(strict),
-                parser.isSet(json),
-                parser.isSet(help),
-                parser.isSet(version),
-                parser.value(output),
-                parser.value(language),
-                parser.value(mountedAt),
-                parser.isSet(manifestOnly),
-                {parser.values(key), parser.value(passphrase),
-                 parser.isSet(compatible) ? parser.value(compatible) : QString(), parser.value(serial)}};
-    options->kit = parser.isSet(kit);
-    options->format = parser.value(format);
-    options->expect = parser.value(expect);
-    options->size = parser.value(size);
-    return true;
-}
-
-QString wrongSigning(const Options &options, const QString &command)
-{
-    const Signing &signing = options.signing;
-    const bool isSigning = command == "sign" || command == "verify";
-    if (!isSigning && !(signing.keys.join("") + signing.compatible + signing.serial).isEmpty())
-        return "--key, --compatible and --serial are for sign and verify";
-    if ((options.manifestOnly || !signing.passphraseFile.isEmpty()) && command != "sign")
-        return "--manifest-only and --passphrase-file are for sign";
-    if (options.manifestOnly && !(signing.keys.join("") + signing.passphraseFile).isEmpty())
-        return "--manifest-only takes no key";
-    if (isSigning && !options.manifestOnly && (signing.keys.isEmpty() || signing.keys.contains("")))
-        return command + " needs --key FILE";
-    return command == "sign" && signing.keys.size() > 1 ? "sign takes one --key" : QString();
-}
-
-QString wrongUsage(const Options &options)
-{
-    const QString command = options.words.value(0);
-    const bool isSigning = command == "sign" || command == "verify";
-    if (command.isEmpty())
-        return "a command is missing";
-    if (!isSigning && !QStringList{"check", "preview", "new", "results", "image"}.contains(command))
-        return "unknown command: " + command;
-    if (command == "results" ? options.words.size() < 2 : options.words.size() != 2)
-        return command + " takes "
-               + (command == "results" ? "DIRs"
-                  : command == "new"   ? "one DIR"
-                                       : "one MEDIUM");
-    if (options.words.at(1).isEmpty())
-        return command + " takes one " + (command == "new" ? "DIR" : "MEDIUM");
-    if ((options.strict && command != "check" && command != "results")
-        || (options.json && command != "check"))
-        return "--strict and --json are for check";
-    if (!(options.format + options.expect).isEmpty() && command != "results")
-        return "--format and --expect are for results";
-    if (!QStringList{"", "table", "csv", "json"}.contains(options.format))
-        return "unknown format: " + options.format;
-    if (options.kit && command != "new")
-        return "--kit is for new";
-    if (!options.mountedAt.isEmpty() && command != "check" && command != "preview")
-        return "--mounted-at is for check and preview";
-    if (!options.size.isEmpty() && command != "image")
-        return "--size is for image";
-    if (!options.language.isEmpty() && command != "preview")
-        return "--language is for preview";
-    if (!options.output.isEmpty() && command != "preview" && command != "image")
-        return "-o is for preview and image";
-    if (command == "preview" && options.output.isEmpty())
-        return "preview needs -o DIR";
-    if (command == "image" && options.output.isEmpty())
-        return "image needs -o FILE";
-    return wrongSigning(options, command);
-}
 
 int fail(int exitCode, const QString &message)
 {
@@ -303,6 +170,16 @@ int image(const Options &options)
     return fail(failure.exitCode, failure.message);
 }
 
+int printAbout(const Options &options)
+{
+    const Command *command = commandOf(options.words.value(0));
+    const QByteArray text = options.version ? QByteArray("zul_catalogue " ZUL_VERSION "\n")
+                            : command       ? helpOf(*command)
+                                            : generalHelp();
+    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
+    return ExitClean;
+}
+
 int run(const Options &options)
 {
     Failure failure;
@@ -347,10 +224,7 @@ int main(int argc, char *argv[])
     if (!readOptions(arguments, &options, &error))
         return fail(ExitUsage, error + "; see zul_catalogue --help");
     if (options.help || options.version)
-        return std::printf("%s", options.help ? usage : "zul_catalogue " ZUL_VERSION "\n") < 0;
-    error = wrongUsage(options);
-    if (!error.isEmpty())
-        return fail(ExitUsage, error + "; see zul_catalogue --help");
+        return printAbout(options);
 
     if (options.words.at(0) == "image")
         return image(options);
