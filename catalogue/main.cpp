@@ -5,6 +5,9 @@
 #include "common/share.h"
 #include "image/image.h"
 #include "kit/kit.h"
+#include "mending/diff.h"
+#include "mending/mending.h"
+#include "mending/writing.h"
 #include "options.h"
 #include "reading/medium.h"
 #include "report/report.h"
@@ -83,6 +86,63 @@ int check(const Options &options, const Medium &medium)
                                            : textReport(medium, verdict, findings, wantsColours());
     std::fwrite(report.constData(), 1, static_cast<size_t>(report.size()), stdout);
     return exitCodeOf(findings, options.strict);
+}
+
+/// Prints the patch of a file, as lines that cannot steer a terminal where it is one that shows it.
+void printPatch(const QString &path, const QByteArray &before, const QByteArray &now)
+{
+    const QByteArray name = path.toUtf8();
+    QByteArray diff = unifiedDiff(printable(path).toUtf8() == name ? name : "system.ini", before, now);
+    if (isatty(STDOUT_FILENO)) {
+        QStringList lines;
+        for (const QByteArray &line : diff.split('\n'))
+            lines.append(printable(QString::fromUtf8(line)));
+        diff = lines.join('\n').toUtf8();
+    }
+    std::fwrite(diff.constData(), 1, static_cast<size_t>(diff.size()), stdout);
+}
+
+/// The files that mending has changed, with what they hold now.
+QMap<QString, QByteArray> changedFiles(const Medium &medium, const Mended &mended)
+{
+    QMap<QString, QByteArray> files = mended.others;
+    if (mended.catalogue != medium.bytes)
+        files.insert(medium.catalogue, mended.catalogue);
+    return files;
+}
+
+QByteArray contentOf(const Medium &medium, const QString &path)
+{
+    QFile file(path);
+    return path == medium.catalogue         ? medium.bytes
+           : file.open(QIODevice::ReadOnly) ? file.readAll()
+                                            : QByteArray();
+}
+
+int fix(const Options &options, const Medium &medium)
+{
+    const Screen screen;
+    const Finder find = [&screen](const Medium &one, const IniFile &file, const Verdict &verdict) {
+        return findAll(one, file, verdict, screen, Keep::Mendable);
+    };
+    const Mended mended = mend(medium, find, operationLost);
+    const QMap<QString, QByteArray> files = changedFiles(medium, mended);
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        const QByteArray before = contentOf(medium, file.key());
+        QString kept;
+        Failure failure;
+        if (!options.write)
+            printPatch(file.key(), before, file.value());
+        else if (!replaceFile(file.key(), before, file.value(), &kept, &failure))
+            return fail(failure.exitCode, failure.message);
+        else
+            std::printf("%s, the old one is %s\n", qPrintable(printable(file.key())),
+                        qPrintable(printable(kept)));
+    }
+    FILE *const stream = options.write ? stdout : stderr; // the patch is alone on the other
+    const QByteArray report = mendingReport(mended, isatty(fileno(stream)) && wantsColours());
+    std::fwrite(report.constData(), 1, static_cast<size_t>(report.size()), stream);
+    return exitCodeOf(mended.left, options.strict);
 }
 
 int printFiles(bool done, const QStringList &files, const Failure &failure)
@@ -201,6 +261,8 @@ int run(const Options &options)
     warnOfOtherFonts();
     if (command == "check")
         return check(options, medium);
+    if (command == "fix")
+        return fix(options, medium);
     if (command == "sign")
         return sign(options, medium);
     return printFiles(previewMedium(medium, options.output, options.language, &files, &failure), files,

@@ -115,6 +115,7 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
     options->words = parser.positionalArguments();
     options->strict = parser.isSet("strict");
     options->json = parser.isSet("json");
+    options->write = parser.isSet("write");
     options->help = parser.isSet("help");
     options->version = parser.isSet("version");
     options->kit = parser.isSet("kit");

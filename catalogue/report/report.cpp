@@ -4,6 +4,8 @@
 #include "report/report.h"
 
 #include "common/exitcode.h"
+#include "mending/mending.h"
+#include "reading/initext.h"
 #include "reading/medium.h"
 
 #include <QJsonArray>
@@ -68,6 +70,34 @@ public:
         text += '\n';
         for (const Finding &finding : findings.list)
             addFinding(finding);
+        addCounts(findings);
+    }
+
+    void addMending(const Mended &mended)
+    {
+        text += counted(mended.done.size(), "finding") + " put right, "
+                + counted(mended.left.list.size(), "finding") + " left to you\n";
+        QHash<QString, QString> reasons;
+        for (const Refusal &refusal : mended.refused)
+            reasons.insert(refusal.finding.id + refusal.finding.message, refusal.reason);
+        if (!mended.left.list.isEmpty())
+            text += '\n';
+        for (const Finding &finding : mended.left.list) {
+            addFinding(finding);
+            const QString reason = reasons.value(finding.id + finding.message, questionOf(finding.id));
+            text += "    decide: " + printable(reason) + '\n';
+        }
+        addCounts(mended.left);
+    }
+
+    QByteArray bytes() const
+    {
+        return text.toUtf8();
+    }
+
+private:
+    void addCounts(const Findings &findings)
+    {
         for (auto more = findings.omitted.begin(); more != findings.omitted.end(); ++more)
             text += QString("and %1 more [%2]\n").arg(more.value()).arg(more.key());
         if (!findings.list.isEmpty())
@@ -77,12 +107,6 @@ public:
                 + counted(findings.count(Severity::Note), "note") + '\n';
     }
 
-    QByteArray bytes() const
-    {
-        return text.toUtf8();
-    }
-
-private:
     void addHeading(const Verdict &verdict)
     {
         if (verdict.mode == Verdict::Unrecognised)
@@ -161,11 +185,6 @@ private:
         return line.size() <= most ? line : line.left(most) + QString("... (whole with --json)");
     }
 
-    static QString counted(int count, const QString &what)
-    {
-        return QString("%1 %2%3").arg(count).arg(what, count == 1 ? "" : "s");
-    }
-
     const bool colours;
     QString text;
 };
@@ -193,6 +212,14 @@ QJsonArray operationArray(const QVector<Operation> &operations)
     return array;
 }
 
+QJsonArray editArray(const QVector<Edit> &edits)
+{
+    QJsonArray array;
+    for (const Edit &edit : edits)
+        array.append(QJsonObject{{"begin", edit.begin}, {"end", edit.end}, {"text", textOf(edit.text)}});
+    return array;
+}
+
 QJsonObject findingObject(const Finding &finding)
 {
     return {{"id", finding.id},
@@ -201,7 +228,9 @@ QJsonObject findingObject(const Finding &finding)
             {"line", finding.at.line},
             {"column", finding.at.column},
             {"message", finding.message},
-            {"right", finding.right}};
+            {"right", finding.right},
+            {"mendable", finding.mendable},
+            {"edits", editArray(finding.edits)}};
 }
 
 } // namespace
@@ -212,6 +241,18 @@ QByteArray textReport(const Medium &medium, const Verdict &verdict, const Findin
     report.addVerdict(medium, verdict);
     report.addFindings(findings);
     return report.bytes();
+}
+
+QByteArray mendingReport(const Mended &mended, bool colours)
+{
+    TextReport report(colours);
+    report.addMending(mended);
+    return report.bytes();
+}
+
+QString counted(int count, const QString &what)
+{
+    return QString("%1 %2%3").arg(count).arg(what, count == 1 ? "" : "s");
 }
 
 QByteArray jsonReport(const Medium &medium, const Verdict &verdict, const Findings &findings)

@@ -10,15 +10,22 @@
 #include <QByteArray>
 
 struct Medium;
+struct Mended;
 
 /// The report for people: what the operator sees, what is run, the findings in the style of a compiler.
 QByteArray textReport(const Medium &medium, const Verdict &verdict, const Findings &findings, bool colours);
+
+/// What was put right in a medium, for people; what is left, with the question that its author has to answer.
+QByteArray mendingReport(const Mended &mended, bool colours);
 
 /// The report for programs. Its form has a version; a new field does not change it, anything else does.
 QByteArray jsonReport(const Medium &medium, const Verdict &verdict, const Findings &findings);
 
 /// 0 clean, 1 warnings that count, 2 errors.
 int exitCodeOf(const Findings &findings, bool strict);
+
+/// "2 errors".
+QString counted(int count, const QString &what);
 
 /// The text with control characters as escapes, so that a catalogue cannot steer the terminal that shows it.
 QString printable(const QString &text);

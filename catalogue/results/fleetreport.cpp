@@ -14,12 +14,6 @@ namespace
 
 constexpr int formatVersion = 1;
 
-/// "3 controllers"
-QString counted(int count, const QString &what)
-{
-    return QString::number(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
 QString exitOf(const Result &result)
 {
     return result.run.exit < 0 ? "" : QString::number(result.run.exit);
