@@ -18,6 +18,9 @@ const QString shellCommand = "(?:" + shellName + "|(?:\\S*/)?busybox\\s+" + shel
 int shellWords(const QStringList &words)
 {
     static const QRegularExpression shell("^" + shellCommand + "$");
+    const QString first = words.value(0);
+    if (!first.endsWith(QLatin1String("sh")) && !first.endsWith(QLatin1String("busybox")))
+        return 0; // most commands are none
     for (const int count : {1, 2}) {
         if (shell.match(words.mid(0, count).join(' ')).hasMatch())
             return count;
@@ -29,6 +32,8 @@ ShellCall shellCall(const QString &commandLine)
 {
     static const QRegularExpression call("^(" + shellCommand + "(?:\\s+-\\S+)*?\\s+-\\w*c)\\s+(\\S.*)$",
                                          QRegularExpression::DotMatchesEverythingOption);
+    if (!commandLine.contains(QLatin1String("sh")))
+        return {};
     const QRegularExpressionMatch match = call.match(commandLine);
     // What is written like one need not be one: a quotation mark may make more than a shell's name of it.
     const CommandLine shell = splitCommandLine(match.captured(1));

@@ -156,7 +156,8 @@ private:
         text +=
             QString("%1 %2 %3 [%4]\n")
                 .arg(strong(place), severityLabel(finding.severity), printable(finding.message), finding.id);
-        text += "    right: " + shortened(printable(finding.right)) + '\n';
+        text +=
+            (finding.isAdvice ? "    advice: " : "    right: ") + shortened(printable(finding.right)) + '\n';
     }
 
     QString brackets(const QStringList &words) const
@@ -229,6 +230,7 @@ QJsonObject findingObject(const Finding &finding)
             {"column", finding.at.column},
             {"message", finding.message},
             {"right", finding.right},
+            {"advice", finding.isAdvice},
             {"mendable", finding.mendable},
             {"edits", editArray(finding.edits)}};
 }

@@ -18,6 +18,7 @@ Collector::Collector(const Subject &itsSubject, Findings *itsFindings, Keep itsK
 void Collector::startRule(const Rule &nextRule)
 {
     rule = &nextRule;
+    id = nextRule.id;
     asks = false;
     count = 0;
 }
@@ -35,20 +36,25 @@ Collector &Collector::askAuthor()
 
 void Collector::keep(Finding finding)
 {
-    finding.id = rule->id;
+    finding.id = id;
     finding.severity = rule->severity;
     finding.mendable = !finding.edits.isEmpty() && !asks && !(rule->change & AsksAuthor);
     asks = false;
     if (count < keptOfAKind || (kept == Keep::Mendable && finding.mendable))
         findings->list.append(finding);
     else
-        ++findings->omitted[finding.id];
+        ++findings->omitted[id];
     ++count;
 }
 
 void Collector::add(int offset, const QString &message, const QString &right)
 {
-    keep({{}, {}, subject.medium.catalogue, subject.file.position(offset), message, right, {}, false});
+    keep({{}, {}, subject.medium.catalogue, subject.file.position(offset), message, right, {}, false, false});
+}
+
+void Collector::advise(int offset, const QString &message, const QString &advice)
+{
+    keep({{}, {}, subject.medium.catalogue, subject.file.position(offset), message, advice, {}, false, true});
 }
 
 void Collector::mend(const QVector<Edit> &edits, int offset, const QString &message, const QString &right)
@@ -60,6 +66,7 @@ void Collector::mend(const QVector<Edit> &edits, int offset, const QString &mess
           message,
           !right.isEmpty() || count >= keptOfAKind ? right : mendedLine(edits),
           edits,
+          false,
           false});
 }
 
@@ -76,7 +83,7 @@ void Collector::replace(int begin, int end, int offset, const QString &message, 
 void Collector::addOther(const QString &path, const QString &message, const QString &right,
                          const QVector<Edit> &edits)
 {
-    keep({{}, {}, path, {1, 1}, message, right, edits, false});
+    keep({{}, {}, path, {1, 1}, message, right, edits, false, false});
 }
 
 /// From where the first edit is, all of its line.

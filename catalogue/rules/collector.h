@@ -26,6 +26,8 @@ public:
 
     /// At a place in the catalogue; `right` is a line that is not there yet, a command, or advice.
     void add(int offset, const QString &message, const QString &right);
+    /// At a place in the catalogue, for which there is no right line, only advice.
+    void advise(int offset, const QString &message, const QString &advice);
     /// At a place in the catalogue, which the edits put right; `right` is what becomes of its line, where
     /// that is not the first of them.
     void mend(const QVector<Edit> &edits, int offset, const QString &message, const QString &right = {});
@@ -44,6 +46,7 @@ private:
     Findings *findings;
     const Keep kept;
     const Rule *rule = nullptr;
+    QString id; ///< of the rule
     bool asks = false;
     int count = 0;
 };

@@ -45,14 +45,18 @@ QString scriptFor(const Subject &subject, const CommandEntry &command)
 void putIntoScript(const Subject &subject, Collector &findings, const CommandEntry &command, int offset,
                    const QString &message)
 {
-    const QString script = findings.hasRoom() ? scriptFor(subject, command) : QString();
+    if (!findings.hasRoom()) {
+        findings.advise(offset, message, QString());
+        return;
+    }
+    const QString script = scriptFor(subject, command);
     const QString line = subject.commandLine(command, "sh " + script);
     if (subject.hasFile(script))
         findings.replace(*command.entry, offset, message, line);
     else
-        findings.add(offset, message,
-                     QString("put it into a script, %1 on the medium, and write %2")
-                         .arg(script.mid(static_cast<int>(sizeof mediumFolder) - 1), line));
+        findings.advise(offset, message,
+                        QString("put it into a script, %1 on the medium, and write %2")
+                            .arg(script.mid(static_cast<int>(sizeof mediumFolder) - 1), line));
 }
 
 // --- Name and command -----------------------------------------------------------------------------------
@@ -60,7 +64,11 @@ void putIntoScript(const Subject &subject, Collector &findings, const CommandEnt
 void noAt(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
-        if (command.ats == 0)
+        // One of another keyboard is told as that.
+        const auto isWritten = [&command] {
+            return command.name.normalized(QString::NormalizationForm_KC).contains('@');
+        };
+        if (command.ats == 0 && !isWritten())
             findings.replace(
                 *command.entry, offsetOf(command, 0),
                 "Without \"@\" all of this is the name, and nothing is run",
@@ -103,7 +111,7 @@ void singleWordSh(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         const QString text = command.command.trimmed();
-        if (text.isEmpty() || !isSkipped(command.command))
+        if (text.isEmpty() || !command.isSkipped)
             continue;
         if (shellWords({text}) > 0)
             findings.askAuthor(); // what it would run, it would ask for

@@ -15,8 +15,8 @@ namespace
 
 const QVector<Rule> &allRules()
 {
-    static const QVector<Rule> rules =
-        fileRules() + listRules() + commandRules() + mediumRules() + signingRules();
+    static const QVector<Rule> rules = fileRules() + listRules() + commandRules() + programRules()
+                                       + textRules() + mediumRules() + signingRules();
     return rules;
 }
 

@@ -52,6 +52,7 @@ struct Finding {
     QString right;       ///< the line that would be right, the command that puts the file right, or advice
     QVector<Edit> edits; ///< in `file`, in order; empty where no line of it would be right
     bool mendable;       ///< whether the edits can be done without asking the author
+    bool isAdvice;       ///< `right` is neither a line nor a command
 };
 
 struct Findings {

@@ -70,7 +70,8 @@ void noList(const Subject &subject, Collector &findings)
     for (const IniEntry &entry : subject.file.entries()) {
         const QString path = entry.path();
         const bool nearly = path.compare("system/CMD_List", Qt::CaseInsensitive) == 0
-                            || path.compare("system/CMD_Type", Qt::CaseInsensitive) == 0;
+                            || path.compare("system/CMD_Type", Qt::CaseInsensitive) == 0 || path == "CMD_List"
+                            || path == "CMD_Type"; // before the sections
         if (nearly)
             return;
         if (entry.section == "CMD" && canBeListed(entry.key) && !keys.contains(entry.key))
@@ -284,9 +285,18 @@ void spaceInKey(const Subject &subject, Collector &findings)
     }
 }
 
+bool isBeforeSections(const Subject &subject, const IniEntry &entry)
+{
+    return subject.file.sections().isEmpty() || entry.begin < subject.file.sections().first().begin;
+}
+
 void unknownKey(const Subject &subject, Collector &findings)
 {
     for (const IniEntry &entry : subject.file.entries()) {
+        const bool isBefore =
+            entry.section.isEmpty() && (systemKeys.contains(entry.key) || entry.value.text.contains('@'));
+        if (isBefore && isBeforeSections(subject, entry))
+            continue; // told as that
         const bool nearlySystem = entry.section.compare("system", Qt::CaseInsensitive) == 0;
         const bool nearlyCommand =
             entry.section.compare("CMD", Qt::CaseInsensitive) == 0 || entry.path().startsWith("CMD/");

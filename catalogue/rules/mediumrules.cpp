@@ -56,6 +56,8 @@ QStringList sourceWords(const QStringList &words)
 QVector<Use> usesOf(const CommandEntry &command)
 {
     QVector<Use> uses;
+    if (!command.command.contains(QLatin1String(mediumFolder)))
+        return uses;
     const QStringList &words = command.split.words;
     const int interpreter = interpreterWords(words);
     const bool interpreted = interpreter > 0 && !words.value(interpreter).startsWith('-');
@@ -77,7 +79,7 @@ QVector<Use> usesOf(const Subject &subject)
         return uses;
     SpelledFiles files(subject.medium.root);
     for (const CommandEntry &command : subject.commands) {
-        if (isSkipped(command.command))
+        if (command.isSkipped)
             continue;
         for (Use use : usesOf(command)) {
             use.found = files.spelling(use.path.mid(prefixSize));

@@ -19,6 +19,8 @@ struct Rule {
 QVector<Rule> fileRules();
 QVector<Rule> listRules();
 QVector<Rule> commandRules();
+QVector<Rule> programRules();
+QVector<Rule> textRules();
 QVector<Rule> mediumRules();
 QVector<Rule> signingRules();
 

@@ -21,6 +21,14 @@ bool containsControl(const QString &text)
     return std::any_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < ' '; });
 }
 
+QVector<Step> stepsOf(const CommandLine &split, const ShellCall &shell)
+{
+    if (!shell.shell.isEmpty())
+        return stepsOf(splitCommandLine(shell.script).words.value(0));
+    const QStringList run = withoutWrappers(split.words);
+    return {{split.words, run, programOf(run), {}, 1}};
+}
+
 } // namespace
 
 Subject::Subject(const Medium &itsMedium, const IniFile &itsFile, const Verdict &itsVerdict,
@@ -67,7 +75,8 @@ void Subject::readCommands()
         const QString command = text.section('@', 1, 1);
         const CommandLine split = splitCommandLine(command);
         const ShellCall shell = shellCall(command);
-        commands.append({item.entry, text.section('@', 0, 0), command, text.count('@'), split, shell,
+        commands.append({item.entry, text.section('@', 0, 0), command, isSkipped(command), text.count('@'),
+                         split, shell, stepsOf(split, shell),
                          shell.shell.isEmpty() ? split.bare : QString()});
     }
 }

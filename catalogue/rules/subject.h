@@ -7,6 +7,7 @@
 #include "reading/commandline.h"
 #include "reading/inifile.h"
 #include "reading/medium.h"
+#include "reading/script.h"
 #include "reading/shell.h"
 #include "reading/signedfiles.h"
 #include "rules/findings.h"
@@ -29,10 +30,12 @@ struct CommandEntry {
     const IniEntry *entry;
     QString name;
     QString command;
-    int ats;           ///< number of "@" in it
-    CommandLine split; ///< the command's
-    ShellCall shell;   ///< the command's, where it is one
-    QString bare;      ///< the command with "x" for what is quoted; empty when it is handed to a shell
+    bool isSkipped;      ///< marked completed, but never run
+    int ats;             ///< number of "@" in it
+    CommandLine split;   ///< the command's
+    ShellCall shell;     ///< the command's, where it is one
+    QVector<Step> steps; ///< what it runs: itself, or what its shell does
+    QString bare;        ///< the command with "x" for what is quoted; empty when it is handed to a shell
 };
 
 /// All that a rule may look at.

@@ -217,6 +217,8 @@ void TestFindings::theRightLinePutsTheFixtureRight()
         QCOMPARE(finding.right, QString("MaximumSize=301M"));
         return;
     }
+    if (finding.isAdvice)
+        return; // what would be right, only its author knows
     if (finding.file == mountDirectory)
         mountDirectory = finding.right;
     else if (QRegularExpression("^(sed|rm|cp|zul_catalogue) ").match(finding.right).hasMatch())
@@ -490,6 +492,63 @@ void TestFindings::aCatalogueTriggersWhatItShould_data()
     line("minutes of sleep", "\"A@sh -c \\\"sleep 5m; a\\\"\"", {"outlasts-countdown"});
     line("quotes at the end", "A@a \"b c\"", {"quotes-eaten"});
     line("bytes that are not UTF-8", "\"\xe4@x\"", {"raw-utf8"});
+    // What a shell knows is known where there is one.
+    line("a builtin for a shell", "\"A@sh -c \\\"cd /opt && rm -rf app\\\"\"", {});
+    line("a builtin that is a program as well", "\"A@echo a\"", {});
+    line("an assignment and nothing else", "\"A@LANG=C\"", {"assignment-in-front"});
+    line("an assignment behind the program", "\"A@env LANG=C cp /a /b\"", {});
+    line("an assignment for a shell", "\"A@sh -c \\\"LANG=C cp /a /b\\\"\"", {});
+    line("an editor in a script", "\"A@sh -c \\\"x; vi /etc/hosts\\\"\"", {"needs-terminal"});
+    line("top once", "\"A@top -b -n 1\"", {});
+    line("top for ever", "\"A@top -b\"", {"never-ends"});
+    line("ping with a count", "\"A@ping -c 3 10.0.0.1\"", {});
+    line("ping without", "\"A@ping 10.0.0.1\"", {"never-ends"});
+    line("ping with a time limit", "\"A@timeout 9 ping 10.0.0.1\"", {});
+    line("the last lines", "\"A@tail -n 5 /a\"", {});
+    line("sleeping for ever", "\"A@sleep infinity\"", {"never-ends"});
+    line("a program of the path", "\"A@app -f x/y\"", {});
+    line("a folder of nowhere", "\"A@bin/app\"", {"relative-path"});
+    line("a script of nowhere", "\"A@sh update.sh\"", {"relative-path"});
+    line("calibration with an argument", "\"A@ts_calibrate -r 90\"", {"calibration-name"});
+    line("calibration with capitals", "\"A@TS_Calibrate\"", {"calibration-name"});
+    line("a program like it", "\"A@ts_calibrated\"", {});
+    line("calibration by its mark", "\"A@/opt/TSTAPP -c\"", {});
+    line("another mount", "\"A@umount /opt/data\"", {});
+    line("every mount", "\"A@umount -a\"", {"loses-medium"});
+    line("the link", "\"A@rm -f /mnt/upgrade\"", {"loses-medium"});
+    line("a file on the medium", "\"A@rm -f /mnt/upgrade/log\"", {});
+    line("another program", "\"A@killall app\"", {});
+    line("the tool", "\"A@killall -9 zul_upgrade\"", {"stops-tool"});
+    line("the tool in a script", "\"A@sh -c \\\"a; pkill zul_upgrade\\\"\"", {"stops-tool"});
+    line("the status of the tool", "\"A@systemctl status zul_upgrade\"", {});
+    line("a picture on the screen", "\"A@sh -c \\\"cat /a >/dev/fb0\\\"\"", {"takes-screen"});
+    line("nowhere", "\"A@sh -c \\\"cat /a >/dev/null\\\"\"", {});
+    line("a partition", "\"A@mkfs.ext4 /dev/mmcblk0p3\"", {});
+    line("a disk", "\"A@dd if=/opt/a of=/dev/mmcblk0\"", {"overwrites-device"});
+    line("a list of disks", "\"A@fdisk -l /dev/sda\"", {});
+    line("a folder of an application", "\"A@rm -rf /opt/app\"", {});
+    line("everything", "\"A@rm -rf /\"", {"deletes-too-much"});
+    line("everything on the medium", "\"A@sh -c \\\"rm -rf /mnt/upgrade/*\\\"\"", {"deletes-too-much"});
+    line("a folder that is only read", "\"A@ls -R /etc\"", {});
+    line("a mount directory", "\"A@cp /media/usb0/a /opt\"", {"mount-directory"});
+    line("a word like it", "\"A@cp /opt/media/usb0 /opt/b\"", {});
+    line("a restart in selection mode", "\"A@sh -c \\\"a; reboot\\\"\"", {});
+    // What the eye cannot see.
+    line("typographic quotation marks in a name", "\"\\x201e\\x41\\x201c B@x\"", {});
+    line("typographic quotation marks in a command", "\"A@echo \\x201cx y\\x201d\"", {"foreign-punctuation"});
+    line("a no-break space in a name", "\"A\\xa0\\x42@x\"", {});
+    line("a no-break space in a command", "\"A@cp\\xa0/a /b\"", {"invisible-character"});
+    line("joined letters", "\"\\x645\\x6cc\\x200c\\x62e\\x648@x\"", {});
+    line("two alphabets, a word each", "\"Service \\x421\\x435\\x440\\x432\\x438\\x441@x\"", {});
+    row("a comma of another keyboard",
+        "[system]\nCMD_List=\"a\xef\xbc\x8c\x62\"\n[CMD]\na=\"A@x\"\nb=\"B@y\"\n",
+        {"foreign-separator", "item-without-command", "unlisted-key"});
+    row("an invisible character in a key", "[system]\nCMD_List=\"a\"\n[CMD]\na\xe2\x80\x8b=\"A@x\"\n",
+        {"invisible-character", "item-without-command", "unlisted-key"});
+    row("commands before their section", "a=\"A@x\"\n[system]\nCMD_List=\"a\"\n",
+        {"item-without-command", "key-before-section"});
+    row("a restart in direct mode", "[system]\nCMD_Type=\"a\"\n[CMD]\na=\"A@sh -c \\\"x; reboot\\\"\"\n",
+        {"reboots-again"});
 }
 
 void TestFindings::aCatalogueTriggersWhatItShould()

@@ -1,0 +1,438 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
+// Findings on what the eye cannot see: characters that are not the ones that they look like, and lines that
+// are not where they seem to be.
+
+#include "reading/initext.h"
+#include "rules/rules.h"
+
+#include <QHash>
+#include <QRegularExpression>
+#include <QSet>
+
+#include <algorithm>
+
+namespace
+{
+
+QString codeOf(QChar character)
+{
+    return "U+" + QString::number(character.unicode(), 16).toUpper().rightJustified(4, '0');
+}
+
+/// The number, and the character itself where there is something to be seen of it.
+QString named(QChar character)
+{
+    static const QHash<ushort, QString> names = {
+        {0x00a0, "a no-break space"},     {0x00ad, "a soft hyphen"},
+        {0x200b, "a zero-width space"},   {0x200c, "a zero-width non-joiner"},
+        {0x200d, "a zero-width joiner"},  {0x200e, "a left-to-right mark"},
+        {0x200f, "a right-to-left mark"}, {0x202f, "a narrow no-break space"},
+        {0x2060, "a word joiner"},        {0x3000, "an ideographic space"},
+        {0xfeff, "a byte-order mark"},    {0x2028, "a line separator"}};
+    const QString known = names.value(character.unicode());
+    if (!known.isEmpty())
+        return known + " (" + codeOf(character) + ')';
+    if (character.isSpace())
+        return "a blank of another kind (" + codeOf(character) + ')';
+    if (character.category() == QChar::Other_Format)
+        return "an invisible character (" + codeOf(character) + ')';
+    return '"' + QString(character) + "\" (" + codeOf(character) + ')';
+}
+
+/// Where in the file the character of the entry is written, as it is or as an escape.
+int offsetOf(const Subject &subject, const IniEntry &entry, QChar character)
+{
+    const QByteArray &bytes = subject.file.bytes();
+    const int raw = bytes.indexOf(QString(character).toUtf8(), entry.begin);
+    if (raw >= 0 && raw < entry.end)
+        return raw;
+    const QByteArray line = bytes.mid(entry.begin, entry.end - entry.begin).toLower();
+    const int escape = line.indexOf("\\x" + QByteArray::number(character.unicode(), 16));
+    return escape < 0 ? entry.begin : entry.begin + escape;
+}
+
+/// Nothing is drawn for it.
+bool isInvisible(QChar character)
+{
+    return character.unicode() >= 0x80
+           && (character.category() == QChar::Other_Format || character.category() == QChar::Separator_Line
+               || character.category() == QChar::Separator_Paragraph);
+}
+
+/// It looks like a blank, but separates nothing.
+bool isOtherBlank(QChar character)
+{
+    return character.unicode() >= 0x80 && character.isSpace() && !isInvisible(character);
+}
+
+/// Whether it is there for a reason: it joins the letters of a script that needs it, or orders those that are
+/// written from the right.
+bool isNeeded(const QString &text, int at)
+{
+    const auto isOfScript = [&text](int place) {
+        return place >= 0 && place < text.size() && text.at(place).unicode() >= 0x300
+               && !isInvisible(text.at(place)) && !isOtherBlank(text.at(place));
+    };
+    const auto fromRight = [](QChar one) {
+        return one.direction() == QChar::DirR || one.direction() == QChar::DirAL;
+    };
+    const ushort code = text.at(at).unicode();
+    if (code == 0x200c || code == 0x200d)
+        return isOfScript(at - 1) && isOfScript(at + 1);
+    const bool isMark =
+        text.at(at).category() == QChar::Other_Format && code >= 0x200e && code <= 0x2069 && code != 0x2060;
+    return isMark && std::any_of(text.begin(), text.end(), fromRight);
+}
+
+/// The first character that is not to be seen; in a name, blanks of any kind are what they look like.
+int firstUnseen(const QString &text, bool isName)
+{
+    for (int i = 0; i < text.size(); ++i) {
+        if ((isInvisible(text.at(i)) && !isNeeded(text, i)) || (!isName && isOtherBlank(text.at(i))))
+            return i;
+    }
+    return -1;
+}
+
+QString withoutUnseen(const QString &text, bool isName)
+{
+    QString seen;
+    for (int i = 0; i < text.size(); ++i) {
+        if (isOtherBlank(text.at(i)) && !isName)
+            seen += ' ';
+        else if (!isInvisible(text.at(i)) || isNeeded(text, i))
+            seen += text.at(i);
+    }
+    return seen;
+}
+
+/// Its UTF-8 in these bytes, taken away.
+QVector<Edit> withoutUnseenIn(const QByteArray &bytes, int begin, int end)
+{
+    QVector<Edit> edits;
+    for (int at = begin; at < end;) {
+        const int size = (bytes.at(at) & 0xe0) == 0xc0 ? 2 : (bytes.at(at) & 0xf0) == 0xe0 ? 3 : 1;
+        const QString text = QString::fromUtf8(bytes.constData() + at, qMin(size, end - at));
+        if (size > 1 && text.size() == 1 && (isInvisible(text.at(0)) || isOtherBlank(text.at(0))))
+            edits.append({at, at + size, ""});
+        at += size;
+    }
+    return edits;
+}
+
+void inKeysAndLists(const Subject &subject, Collector &findings)
+{
+    const QByteArray &bytes = subject.file.bytes();
+    for (const IniEntry &entry : subject.asWritten().entries()) {
+        const bool isList = entry.path() == "system/CMD_List" || entry.path() == "system/CMD_Type";
+        const QVector<Edit> edits =
+            withoutUnseenIn(bytes, entry.begin, isList ? subject.textEnd(entry) : entry.keyEnd);
+        if (edits.isEmpty() || subject.file.hasByteOrderMark())
+            continue;
+        const Edit &first = edits.first();
+        findings.mend(edits, first.begin,
+                      QString("Here is %1: two keys with and without it look the same and are not")
+                          .arg(named(textOf(bytes.mid(first.begin, first.end - first.begin)).at(0))));
+    }
+}
+
+void invisibleCharacter(const Subject &subject, Collector &findings)
+{
+    inKeysAndLists(subject, findings);
+    for (const CommandEntry &command : subject.commands) {
+        const int inName = firstUnseen(command.name, true);
+        const int inCommand = firstUnseen(command.command, false);
+        if (inName < 0 && inCommand < 0)
+            continue;
+        const QChar character = inCommand >= 0 ? command.command.at(inCommand) : command.name.at(inName);
+        findings.replace(
+            *command.entry, offsetOf(subject, *command.entry, character),
+            QString("Here is %1, which nobody sees and the %2")
+                .arg(named(character), inCommand >= 0 ? "program gets" : "name is another one with"),
+            subject.line(*command.entry,
+                         withoutUnseen(command.name, true) + '@' + withoutUnseen(command.command, false)));
+    }
+}
+
+// --- Punctuation from another keyboard ------------------------------------------------------------------
+
+/// The ASCII character that was meant by one of another keyboard; null where it is none, or is one itself.
+QChar asciiFor(QChar character)
+{
+    if (character.unicode() < 0x80)
+        return QChar();
+    static const QHash<ushort, char> others = {{0x3001, ','},  {0x3002, '.'},  {0x060c, ','}, {0x061b, ';'},
+                                               {0x2212, '-'},  {0x2044, '/'},  {0x2215, '/'}, {0x2018, '\''},
+                                               {0x2019, '\''}, {0x201a, '\''}, {0x201b, '\''}};
+    if (others.contains(character.unicode()))
+        return QLatin1Char(others.value(character.unicode()));
+    const QString meant = QString(character).normalized(QString::NormalizationForm_KC);
+    const bool isPlain = meant.size() == 1 && meant.at(0).unicode() > ' ' && meant.at(0).unicode() < 0x7f;
+    if (isPlain)
+        return meant.at(0);
+    switch (character.category()) {
+    case QChar::Punctuation_InitialQuote:
+    case QChar::Punctuation_FinalQuote:
+        return character.unicode() == 0x2039 || character.unicode() == 0x203a ? '\'' : '"';
+    case QChar::Punctuation_Dash:
+        return '-';
+    case QChar::Punctuation_Open: // a quotation mark at the bottom of the line
+        return character.unicode() == 0x201e ? QChar('"') : QChar();
+    default:
+        return meant.size() == 1 && others.contains(meant.at(0).unicode())
+                   ? QChar(QLatin1Char(others.value(meant.at(0).unicode())))
+                   : QChar();
+    }
+}
+
+int firstForeign(const QString &text, const QString &meant = QString())
+{
+    for (int i = 0; i < text.size(); ++i) {
+        const QChar ascii = asciiFor(text.at(i));
+        if (!ascii.isNull() && (meant.isEmpty() || meant.contains(ascii)))
+            return i;
+    }
+    return -1;
+}
+
+QString inAscii(QString text)
+{
+    for (QChar &character : text) {
+        const QChar ascii = asciiFor(character);
+        character = ascii.isNull() ? character : ascii;
+    }
+    return text;
+}
+
+QString looksLike(QChar character)
+{
+    return QString("Here is %1, not %2")
+        .arg(named(character), asciiFor(character) == '"' ? "a straight quotation mark"
+                                                          : QString('"') + asciiFor(character) + '"');
+}
+
+void inTheList(const Subject &subject, Collector &findings)
+{
+    if (!subject.list)
+        return;
+    QStringList items;
+    int first = -1;
+    QChar character;
+    for (const Item &item : subject.items) {
+        const QString text = textOf(item.text.toLatin1());
+        const int at = item.entry ? -1 : firstForeign(text, ",;");
+        if (at < 0) {
+            items.append(item.text);
+            continue;
+        }
+        if (first < 0) {
+            first = item.offset;
+            character = text.at(at);
+        }
+        QString right = text;
+        for (QChar &one : right)
+            one = QString(",;").contains(asciiFor(one)) && !asciiFor(one).isNull() ? QChar(',') : one;
+        for (const QString &part : right.split(',', QString::SkipEmptyParts))
+            items.append(QString::fromLatin1(part.trimmed().toUtf8()));
+    }
+    if (first >= 0)
+        findings.replace(*subject.list, offsetOf(subject, *subject.list, character),
+                         looksLike(character) + ": it separates no items", subject.listLine(items));
+}
+
+void foreignSeparator(const Subject &subject, Collector &findings)
+{
+    inTheList(subject, findings);
+    for (const CommandEntry &command : subject.commands) {
+        const int at = command.ats == 0 ? firstForeign(command.name, "@") : -1;
+        if (at < 0)
+            continue;
+        QString right = command.name;
+        right[at] = '@';
+        findings.replace(*command.entry, offsetOf(subject, *command.entry, command.name.at(at)),
+                         looksLike(command.name.at(at)) + ": all of this is the name, and nothing is run",
+                         subject.line(*command.entry, right));
+    }
+    for (const CommandEntry &command : subject.commands) {
+        const QString text = command.name + '@' + command.command;
+        const bool isAround =
+            command.ats > 0 && asciiFor(text.at(0)) == '"' && asciiFor(text.at(text.size() - 1)) == '"';
+        if (isAround)
+            findings.replace(*command.entry, offsetOf(subject, *command.entry, text.at(0)),
+                             looksLike(text.at(0))
+                                 + ": it is part of the name, and the one at the end of the command",
+                             subject.line(*command.entry, text.mid(1, text.size() - 2)));
+    }
+}
+
+void foreignPunctuation(const Subject &subject, Collector &findings)
+{
+    for (const CommandEntry &command : subject.commands) {
+        const int at = firstForeign(command.command);
+        const bool isAround = asciiFor((command.name + '@').at(0)) == '"';
+        if (at < 0 || isAround)
+            continue;
+        findings.replace(*command.entry, offsetOf(subject, *command.entry, command.command.at(at)),
+                         looksLike(command.command.at(at)) + ": to the program it is a letter like any other",
+                         subject.commandLine(command, inAscii(command.command)));
+    }
+}
+
+// --- Names ----------------------------------------------------------------------------------------------
+
+bool isAscii(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < 0x80; });
+}
+
+/// What is left of a name for the eye.
+QString seenOf(const QString &name)
+{
+    if (isAscii(name))
+        return name.simplified();
+    QString seen;
+    for (const QChar character : name.normalized(QString::NormalizationForm_KC)) {
+        if (character.isSpace() || character.category() == QChar::Separator_Space)
+            seen += ' ';
+        else if (!isInvisible(character) && character.category() != QChar::Other_Control)
+            seen += character;
+    }
+    return seen.simplified();
+}
+
+void lookalikeName(const Subject &subject, Collector &findings)
+{
+    if (subject.verdict.mode != Verdict::Selection)
+        return;
+    QHash<QString, const CommandEntry *> names;
+    for (const CommandEntry &command : subject.commands) {
+        const QString seen = seenOf(command.name);
+        const CommandEntry *first = names.value(seen);
+        if (first && first->name != command.name && !seen.isEmpty())
+            findings.replace(
+                *command.entry, command.entry->value.at.value(0, command.entry->valueBegin),
+                QString(
+                    "To the operator this name is that of line %1; they differ in blanks, or in characters "
+                    "that look the same")
+                    .arg(subject.file.position(first->entry->begin).line),
+                subject.line(
+                    *command.entry,
+                    QString("%1 (%2)@%3").arg(seen, subject.nameFor(*command.entry), command.command)));
+        else if (!first)
+            names.insert(seen, &command);
+    }
+}
+
+/// A letter of a script that has letters like those of another, in a word with letters of that; -1 without
+/// one.
+int strangerIn(const QString &text)
+{
+    const auto isAlike = [](QChar::Script script) {
+        return script == QChar::Script_Cyrillic || script == QChar::Script_Greek
+               || script == QChar::Script_Armenian || script == QChar::Script_Cherokee;
+    };
+    static const QRegularExpression word("\\w{4,}", QRegularExpression::UseUnicodePropertiesOption);
+    for (auto words = word.globalMatch(text); words.hasNext();) {
+        const QRegularExpressionMatch match = words.next();
+        int strangers = 0;
+        int latin = 0;
+        int place = -1;
+        const QString letters = match.captured();
+        for (int i = 0; i < letters.size(); ++i) {
+            const bool isStranger = isAlike(letters.at(i).script());
+            strangers += isStranger;
+            latin += letters.at(i).script() == QChar::Script_Latin;
+            if (isStranger && place < 0)
+                place = match.capturedStart() + i;
+        }
+        if (strangers > 0 && latin > 0)
+            return place;
+    }
+    return -1;
+}
+
+void mixedScripts(const Subject &subject, Collector &findings)
+{
+    for (const CommandEntry &command : subject.commands) {
+        const QString text = command.name + '@' + command.command;
+        const int at = isAscii(text) ? -1 : strangerIn(text);
+        if (at < 0)
+            continue;
+        const QString script = text.at(at).script() == QChar::Script_Greek      ? "Greek"
+                               : text.at(at).script() == QChar::Script_Cyrillic ? "Cyrillic"
+                                                                                : "another";
+        findings.advise(offsetOf(subject, *command.entry, text.at(at)),
+                        QString("Here is %1, a letter of the %2 alphabet among Latin ones")
+                            .arg(named(text.at(at)), script),
+                        "the word typed anew, in one alphabet");
+    }
+}
+
+// --- Lines ----------------------------------------------------------------------------------------------
+
+/// Those that are in no section, and would mean something in one.
+void keyBeforeSection(const Subject &subject, Collector &findings)
+{
+    static const QStringList systemKeys = {"CMD_List", "CMD_Type", "ENDGAME"};
+    const int firstHead = subject.file.sections().isEmpty() ? subject.file.bytes().size()
+                                                            : subject.file.sections().first().begin;
+    QVector<const IniEntry *> lost;
+    bool allSystem = true;
+    bool isTaken = false;
+    for (const IniEntry &entry : subject.file.entries()) {
+        if (entry.begin > firstHead || !entry.section.isEmpty())
+            continue;
+        const bool isSystem = systemKeys.contains(entry.key);
+        if (!isSystem && !entry.value.text.contains('@'))
+            continue;
+        allSystem = allSystem && isSystem;
+        isTaken = isTaken || subject.entry("system/" + entry.key);
+        lost.append(&entry);
+    }
+    for (const IniEntry *entry : qAsConst(lost)) {
+        const QString section = systemKeys.contains(entry->key) ? "[system]" : "[CMD]";
+        const int at = subject.file.lineStart(lost.first()->begin);
+        if (!allSystem || isTaken)
+            findings.askAuthor();
+        findings.mend(
+            {{at, at, section.toUtf8() + '\n'}}, entry->begin,
+            QString("This key stands before its section, so the tool never reads it; %1 belongs above it")
+                .arg(section),
+            section);
+    }
+}
+
+void joinedLines(const Subject &subject, Collector &findings)
+{
+    for (const IniEntry *entry : subject.textEntries()) {
+        const int end = lineEnd(subject.file.bytes(), entry->begin);
+        if (end >= entry->end || swallowsLines(subject.file, *entry) || end == 0
+            || subject.file.bytes().at(end - 1) != '\\')
+            continue;
+        const QByteArray raw =
+            subject.file.bytes().mid(entry->valueBegin, end - entry->valueBegin).trimmed() + '\\';
+        findings.askAuthor().replace(entry->begin, end, end - 1,
+                                     "A backslash at the end of a line: the next one is part of this value",
+                                     subject.line(*entry, textOfRaw(raw, true)));
+    }
+}
+
+} // namespace
+
+QVector<Rule> textRules()
+{
+    constexpr unsigned isRewritten = ChangesNames | ChangesCommands;
+    return {
+        {"invisible-character", Severity::Warning, invisibleCharacter, isRewritten | AddsOperations, nullptr},
+        {"foreign-separator", Severity::Error, foreignSeparator,
+         isRewritten | AddsOperations | DropsRepetitions, nullptr},
+        {"foreign-punctuation", Severity::Warning, foreignPunctuation, ChangesCommands, nullptr},
+        {"lookalike-name", Severity::Warning, lookalikeName, AsksAuthor, "what the other one is called"},
+        {"mixed-scripts", Severity::Warning, mixedScripts, AsksAuthor, "which alphabet was meant"},
+        {"key-before-section", Severity::Error, keyBeforeSection, AddsOperations | ChangesEnding,
+         "which section it belongs to"},
+        {"joined-lines", Severity::Warning, joinedLines, AsksAuthor, "whether the lines belong together"},
+    };
+}
