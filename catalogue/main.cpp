@@ -10,6 +10,8 @@
 #include "mending/writing.h"
 #include "options.h"
 #include "reading/medium.h"
+#include "report/explanation.h"
+#include "report/formats.h"
 #include "report/report.h"
 #include "results/fleetreport.h"
 #include "scaffold.h"
@@ -20,7 +22,11 @@
 #include "window/screen.h"
 
 #include <QApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QFontInfo>
 #include <QTemporaryDir>
 #include <QTextCodec>
@@ -77,15 +83,141 @@ bool wantsColours()
     return isatty(STDOUT_FILENO) && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
 }
 
-int check(const Options &options, const Medium &medium)
+/// A medium and all that is found in it.
+struct Check {
+    Medium medium;
+    Verdict verdict;
+    Findings findings;
+};
+
+/// What stands on the standard input, in a file of its own for the window to read.
+bool openStandardInput(const QTemporaryDir &folder, Medium *medium, Failure *failure)
 {
-    const Verdict verdict = readVerdict(medium.catalogue);
-    const IniFile file(medium.bytes);
-    const Findings findings = findAll(medium, file, verdict, Screen());
-    const QByteArray report = options.json ? jsonReport(medium, verdict, findings)
-                                           : textReport(medium, verdict, findings, wantsColours());
+    QFile input;
+    QFile copy(folder.filePath("standard-input"));
+    if (!input.open(stdin, QIODevice::ReadOnly) || !copy.open(QIODevice::WriteOnly)) {
+        *failure = {ExitNoInput, "the standard input cannot be read"};
+        return false;
+    }
+    copy.write(input.read(largestCatalogue + 1));
+    copy.close();
+    return openMedium(copy.fileName(), medium, failure);
+}
+
+bool readMedium(const Options &options, const QString &argument, Medium *medium, Failure *failure)
+{
+    if (!openMedium(argument, medium, failure))
+        return false;
+    if (!options.mountedAt.isEmpty())
+        medium->mountDirectory = options.mountedAt;
+    return true;
+}
+
+bool checkOne(const Options &options, const QString &argument, const Screen &screen, Check *check,
+              Failure *failure)
+{
+    const QTemporaryDir folder;
+    const bool isInput = argument == "-";
+    if (isInput ? !openStandardInput(folder, &check->medium, failure)
+                : !readMedium(options, argument, &check->medium, failure))
+        return false;
+    Medium &medium = check->medium;
+    check->verdict = readVerdict(medium.catalogue);
+    if (isInput)
+        medium.catalogue = "-";
+    check->findings = findAll(medium, IniFile(medium.bytes), check->verdict, screen);
+    return true;
+}
+
+QByteArray reportOn(const Options &options, const QVector<Check> &checks)
+{
+    QVector<Checked> media;
+    for (const Check &one : checks)
+        media.append({one.medium, one.verdict, one.findings});
+    if (options.format == "sarif")
+        return sarifReport(media, ZUL_VERSION);
+    if (options.format == "github")
+        return githubReport(media);
+    if (options.format == "json")
+        return jsonReports(media);
+    QByteArray report;
+    for (const Check &one : checks)
+        report += (report.isEmpty() ? "" : "\n")
+                  + textReport(one.medium, one.verdict, one.findings, wantsColours());
+    return report;
+}
+
+int checkOnce(const Options &options)
+{
+    const Screen screen;
+    QVector<Check> checks;
+    int exitCode = ExitClean;
+    for (const QString &argument : options.words.mid(1)) {
+        Check one;
+        Failure failure;
+        if (!checkOne(options, argument, screen, &one, &failure)) {
+            exitCode = qMax(exitCode, fail(failure.exitCode, failure.message));
+            continue;
+        }
+        exitCode = qMax(exitCode, exitCodeOf(one.findings, options.strict));
+        checks.append(one);
+    }
+    if (checks.isEmpty())
+        return exitCode;
+    const QByteArray report = reportOn(options, checks);
     std::fwrite(report.constData(), 1, static_cast<size_t>(report.size()), stdout);
-    return exitCodeOf(findings, options.strict);
+    return exitCode;
+}
+
+/// What tells that something has changed: the names, sizes and times of all files.
+QByteArray stateOf(const QStringList &arguments)
+{
+    QByteArray state;
+    const auto add = [&state](const QFileInfo &info) {
+        state += info.filePath().toUtf8() + ' ' + QByteArray::number(info.size()) + ' '
+                 + QByteArray::number(info.lastModified().toMSecsSinceEpoch()) + '\n';
+    };
+    for (const QString &argument : arguments) {
+        add(QFileInfo(argument));
+        if (!QFileInfo(argument).isDir())
+            continue;
+        const auto all = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
+        QDirIterator files(argument, all, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            files.next();
+            add(files.fileInfo());
+        }
+    }
+    return state;
+}
+
+/// Until somebody stops it, or nobody reads it.
+int watch(const Options &options)
+{
+    constexpr unsigned int pause = 300000; // microseconds
+    const QStringList arguments = options.words.mid(1);
+    for (;;) {
+        const QByteArray state = stateOf(arguments);
+        if (isatty(STDOUT_FILENO))
+            std::fputs("\x1b[2J\x1b[H", stdout);
+        checkOnce(options);
+        if (std::fflush(stdout) != 0)
+            return ExitNoOutput;
+        while (stateOf(arguments) == state)
+            usleep(pause);
+    }
+}
+
+int explain(const QStringList &ids)
+{
+    QStringList paragraphs;
+    for (const QString &id : ids) {
+        paragraphs.append(explanationOf(id));
+        if (paragraphs.last().isEmpty())
+            return fail(ExitUsage, id + ": no such finding; see zul_catalogue rules");
+    }
+    std::printf("%s\n", paragraphs.join("\n\n").toUtf8().constData());
+    return ExitClean;
 }
 
 /// Prints the patch of a file, as lines that cannot steer a terminal where it is one that shows it.
@@ -210,8 +342,6 @@ int results(const Options &options)
                             : options.format == "csv" ? fleetCsv(fleet)
                                                       : fleetTable(fleet, reports);
     std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout))
-        return fail(ExitNoOutput, "what was found cannot be written");
     if (!reports.damaged.isEmpty())
         return ExitErrors;
     return options.strict && !fleet.isComplete ? ExitWarnings : ExitClean;
@@ -240,6 +370,13 @@ int printAbout(const Options &options)
     return ExitClean;
 }
 
+/// A report that nobody gets is no outcome, whatever it says.
+int ended(int exitCode)
+{
+    const bool isWritten = std::fflush(stdout) == 0 && !std::ferror(stdout);
+    return isWritten ? exitCode : fail(ExitNoOutput, "the output cannot be written");
+}
+
 int run(const Options &options)
 {
     Failure failure;
@@ -253,14 +390,18 @@ int run(const Options &options)
         return verify(options);
     if (command == "results")
         return results(options);
+    if (command == "explain")
+        return explain(options.words.mid(1));
+    if (command == "rules")
+        return std::printf("%s", ruleList().constData()) < 0 ? ExitNoOutput : ExitClean;
+    if (command == "check") {
+        warnOfOtherFonts();
+        return options.watch ? watch(options) : checkOnce(options);
+    }
     Medium medium;
-    if (!openMedium(options.words.at(1), &medium, &failure))
+    if (!readMedium(options, options.words.at(1), &medium, &failure))
         return fail(failure.exitCode, failure.message);
-    if (!options.mountedAt.isEmpty())
-        medium.mountDirectory = options.mountedAt;
     warnOfOtherFonts();
-    if (command == "check")
-        return check(options, medium);
     if (command == "fix")
         return fix(options, medium);
     if (command == "sign")
@@ -286,7 +427,7 @@ int main(int argc, char *argv[])
     if (!readOptions(arguments, &options, &error))
         return fail(ExitUsage, error + "; see zul_catalogue --help");
     if (options.help || options.version)
-        return printAbout(options);
+        return ended(printAbout(options));
 
     if (options.words.at(0) == "image")
         return image(options);
@@ -297,5 +438,5 @@ int main(int argc, char *argv[])
     QApplication::setDesktopSettingsAware(false); // as the tool
     QApplication application(noArguments, argv);
     Language::speakEnglish();
-    return run(options);
+    return ended(run(options));
 }

@@ -95,6 +95,8 @@ QString wrongUsage(const Options &options, const QCommandLineParser &parser)
     }
     for (const CommandOption &option : command->options)
         wrong.append(wrongValue(*command, option, parser.values(option.name())));
+    if (options.watch && options.words.contains("-"))
+        wrong.append("what is read once cannot be watched");
     if (name == "sign")
         wrong.append(wrongSigning(options));
     wrong.removeAll({});
@@ -114,7 +116,7 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
     }
     options->words = parser.positionalArguments();
     options->strict = parser.isSet("strict");
-    options->json = parser.isSet("json");
+    options->watch = parser.isSet("watch");
     options->write = parser.isSet("write");
     options->help = parser.isSet("help");
     options->version = parser.isSet("version");
@@ -123,7 +125,7 @@ bool readOptions(const QStringList &arguments, Options *options, QString *error)
     options->output = parser.value("output");
     options->language = parser.value("language");
     options->mountedAt = parser.value("mounted-at");
-    options->format = parser.value("format");
+    options->format = parser.isSet("json") ? "json" : parser.value("format");
     options->expect = parser.value("expect");
     options->size = parser.value("size");
     options->signing = {parser.values("key"), parser.value("passphrase-file"),

@@ -13,7 +13,7 @@
 struct Options {
     QStringList words; ///< the command and its arguments
     bool strict = false;
-    bool json = false;
+    bool watch = false;
     bool write = false;
     bool help = false;
     bool version = false;

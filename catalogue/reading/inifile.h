@@ -82,6 +82,11 @@ public:
     Position position(int offset) const;
     /// The offset at which the line with this byte starts.
     int lineStart(int offset) const;
+    /// The offset at which the line of this number, from 1, starts; -1 where there is none.
+    int lineBegin(int line) const
+    {
+        return lineStarts.value(line - 1, -1);
+    }
     /// The bytes of the whole line, or lines, that hold these, without the last line end.
     QByteArray lines(int begin, int end) const;
 

@@ -17,19 +17,6 @@ namespace
 
 constexpr int formatVersion = 1;
 
-QString severityName(Severity severity)
-{
-    switch (severity) {
-    case Severity::Error:
-        return "error";
-    case Severity::Warning:
-        return "warning";
-    case Severity::Note:
-        break;
-    }
-    return "note";
-}
-
 QString modeName(Verdict::Mode mode)
 {
     switch (mode) {
@@ -228,6 +215,8 @@ QJsonObject findingObject(const Finding &finding)
             {"file", finding.file},
             {"line", finding.at.line},
             {"column", finding.at.column},
+            {"endLine", finding.end.line},
+            {"endColumn", finding.end.column},
             {"message", finding.message},
             {"right", finding.right},
             {"advice", finding.isAdvice},
@@ -236,6 +225,19 @@ QJsonObject findingObject(const Finding &finding)
 }
 
 } // namespace
+
+QString severityName(Severity severity)
+{
+    switch (severity) {
+    case Severity::Error:
+        return "error";
+    case Severity::Warning:
+        return "warning";
+    case Severity::Note:
+        break;
+    }
+    return "note";
+}
 
 QByteArray textReport(const Medium &medium, const Verdict &verdict, const Findings &findings, bool colours)
 {
@@ -262,6 +264,9 @@ QByteArray jsonReport(const Medium &medium, const Verdict &verdict, const Findin
     QJsonArray list;
     for (const Finding &finding : findings.list)
         list.append(findingObject(finding));
+    QJsonArray suppressed;
+    for (const Finding &finding : findings.suppressed)
+        suppressed.append(findingObject(finding));
     QJsonObject omitted;
     for (auto more = findings.omitted.begin(); more != findings.omitted.end(); ++more)
         omitted[more.key()] = more.value();
@@ -274,6 +279,7 @@ QByteArray jsonReport(const Medium &medium, const Verdict &verdict, const Findin
                              {"closing", operationArray(verdict.closing)},
                              {"log", QJsonArray::fromStringList(verdict.log)},
                              {"findings", list},
+                             {"suppressed", suppressed},
                              {"omitted", omitted},
                              {"errors", findings.count(Severity::Error)},
                              {"warnings", findings.count(Severity::Warning)},

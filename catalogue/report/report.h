@@ -24,6 +24,9 @@ QByteArray jsonReport(const Medium &medium, const Verdict &verdict, const Findin
 /// 0 clean, 1 warnings that count, 2 errors.
 int exitCodeOf(const Findings &findings, bool strict);
 
+/// "error", "warning" or "note".
+QString severityName(Severity severity);
+
 /// "2 errors".
 QString counted(int count, const QString &what);
 

@@ -8,6 +8,8 @@
 #include "rules/rules.h"
 #include "rules/subject.h"
 
+#include <cstring>
+
 Collector::Collector(const Subject &itsSubject, Findings *itsFindings, Keep itsKeep)
     : subject(itsSubject)
     , findings(itsFindings)
@@ -40,11 +42,25 @@ void Collector::keep(Finding finding)
     finding.severity = rule->severity;
     finding.mendable = !finding.edits.isEmpty() && !asks && !(rule->change & AsksAuthor);
     asks = false;
+    finding.end = finding.file == subject.medium.catalogue ? endOf(finding.at) : finding.at;
     if (count < keptOfAKind || (kept == Keep::Mendable && finding.mendable))
         findings->list.append(finding);
     else
         ++findings->omitted[id];
     ++count;
+}
+
+/// Behind the word at this place, or behind its one character.
+Position Collector::endOf(Position at) const
+{
+    const QByteArray &bytes = subject.file.bytes();
+    const int begin = subject.file.lineBegin(at.line) + at.column - 1;
+    int end = begin;
+    while (end < bytes.size() && !strchr(" \t\r\n,;@=\"", bytes.at(end)))
+        ++end;
+    if (end == begin && end < bytes.size() && bytes.at(end) != '\n' && bytes.at(end) != '\r')
+        ++end;
+    return {at.line, at.column + (end - begin)};
 }
 
 void Collector::add(int offset, const QString &message, const QString &right)

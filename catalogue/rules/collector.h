@@ -40,6 +40,7 @@ public:
 
 private:
     void keep(Finding finding);
+    Position endOf(Position at) const;
     QString mendedLine(const QVector<Edit> &edits) const;
 
     const Subject &subject;

@@ -4,6 +4,7 @@
 #include "rules/findings.h"
 
 #include "rules/rules.h"
+#include "rules/suppressions.h"
 
 #include <QHash>
 
@@ -16,7 +17,7 @@ namespace
 const QVector<Rule> &allRules()
 {
     static const QVector<Rule> rules = fileRules() + listRules() + commandRules() + programRules()
-                                       + textRules() + mediumRules() + signingRules();
+                                       + textRules() + mediumRules() + signingRules() + suppressionRules();
     return rules;
 }
 
@@ -46,6 +47,12 @@ QStringList findingIds()
     for (const Rule &rule : allRules())
         ids.append(rule.id);
     return ids;
+}
+
+Severity severityOf(const QString &id)
+{
+    const Rule *rule = ruleOf(id);
+    return rule ? rule->severity : Severity::Note;
 }
 
 unsigned changeOf(const QString &id)
@@ -84,6 +91,7 @@ Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdi
         collector.startRule(rule);
         rule.find(subject, collector);
     }
+    suppress(subject, &findings, collector);
     const auto place = [&medium](const Finding &finding) {
         return std::make_tuple(finding.file != medium.catalogue, finding.file, finding.at.line,
                                finding.at.column);

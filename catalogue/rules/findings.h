@@ -49,15 +49,17 @@ struct Finding {
     QString file;
     Position at;
     QString message;
-    QString right;       ///< the line that would be right, the command that puts the file right, or advice
-    QVector<Edit> edits; ///< in `file`, in order; empty where no line of it would be right
-    bool mendable;       ///< whether the edits can be done without asking the author
-    bool isAdvice;       ///< `right` is neither a line nor a command
+    QString right;         ///< the line that would be right, the command that puts the file right, or advice
+    QVector<Edit> edits;   ///< in `file`, in order; empty where no line of it would be right
+    bool mendable;         ///< whether the edits can be done without asking the author
+    bool isAdvice;         ///< `right` is neither a line nor a command
+    Position end = {1, 1}; ///< behind the word that begins at `at`
 };
 
 struct Findings {
-    QVector<Finding> list;      ///< in the order of the places in the catalogue, those on other files last
-    QMap<QString, int> omitted; ///< by id, how many more there were; only the first of a kind are kept
+    QVector<Finding> list;       ///< in the order of the places in the catalogue, those on other files last
+    QVector<Finding> suppressed; ///< those that their author has given a reason for
+    QMap<QString, int> omitted;  ///< by id, how many more there were; only the first of a kind are kept
 
     int count(Severity severity) const;
 };
@@ -71,6 +73,8 @@ Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdi
 
 /// The ids that findings can have.
 QStringList findingIds();
+
+Severity severityOf(const QString &id);
 
 /// What putting a finding of this id right may do to the operations: Change flags.
 unsigned changeOf(const QString &id);

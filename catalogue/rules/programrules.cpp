@@ -344,14 +344,15 @@ void takesScreen(const Subject &subject, Collector &findings)
     const auto takes = [](const QStringList &words, const Step &step) {
         const QString program = baseName(words.first());
         const auto isScreen = [](const QString &path) { return screen.match(path).hasMatch(); };
+        const bool isCopy = program == QLatin1String("tee") || program == QLatin1String("cp");
+        const bool isRaw = program == QLatin1String("dd");
         const bool writes = std::any_of(step.outputs.begin(), step.outputs.end(), isScreen);
         const bool copies = std::any_of(words.begin() + 1, words.end(), [&](const QString &word) {
-            return (program == "dd" && word.startsWith("of=") && isScreen(word.mid(3)))
-                   || (QStringList{"tee", "cp"}.contains(program) && isScreen(word) && word == words.last());
+            return word.contains(QLatin1String("/dev/"))
+                   && ((isRaw && word.startsWith(QLatin1String("of=")) && isScreen(word.mid(3)))
+                       || (isCopy && isScreen(word) && word == words.last()));
         });
-        return writes || copies
-               || QStringList{"chvt", "con2fbmap", "fbset", "startx", "xinit", "Xorg", "weston", "openvt"}
-                      .contains(program);
+        return writes || copies || (programs.contains(step.program) && !isRaw && !isCopy);
     };
     forEach(subject, programs, takes, [&](const CommandEntry &command, const QStringList &words) {
         findings.advise(

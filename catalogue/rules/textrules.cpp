@@ -16,6 +16,11 @@
 namespace
 {
 
+bool isAscii(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < 0x80; });
+}
+
 QString codeOf(QChar character)
 {
     return "U+" + QString::number(character.unicode(), 16).toUpper().rightJustified(4, '0');
@@ -142,6 +147,8 @@ void invisibleCharacter(const Subject &subject, Collector &findings)
 {
     inKeysAndLists(subject, findings);
     for (const CommandEntry &command : subject.commands) {
+        if (isAscii(command.name) && isAscii(command.command))
+            continue;
         const int inName = firstUnseen(command.name, true);
         const int inCommand = firstUnseen(command.command, false);
         if (inName < 0 && inCommand < 0)
@@ -281,11 +288,6 @@ void foreignPunctuation(const Subject &subject, Collector &findings)
 }
 
 // --- Names ----------------------------------------------------------------------------------------------
-
-bool isAscii(const QString &text)
-{
-    return std::all_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < 0x80; });
-}
 
 /// What is left of a name for the eye.
 QString seenOf(const QString &name)
