@@ -102,6 +102,11 @@ void Collector::addOther(const QString &path, const QString &message, const QStr
     keep({{}, {}, path, {1, 1}, message, right, edits, false, false});
 }
 
+void Collector::adviseOther(const QString &path, int line, const QString &message, const QString &advice)
+{
+    keep({{}, {}, path, {line, 1}, message, advice, {}, false, true});
+}
+
 /// From where the first edit is, all of its line.
 QString Collector::mendedLine(const QVector<Edit> &edits) const
 {

@@ -37,6 +37,7 @@ public:
     /// On another file of the medium, or on the medium; the edits are in that file.
     void addOther(const QString &path, const QString &message, const QString &right,
                   const QVector<Edit> &edits = {});
+    void adviseOther(const QString &path, int line, const QString &message, const QString &advice);
 
 private:
     void keep(Finding finding);

@@ -44,7 +44,8 @@ void lineEnds(const Subject &subject, Collector &findings)
     }
     findings.mend(
         edits, first,
-        "Line ends with a carriage return; the tool reads it, but a shell on the controller does not");
+        "Line ends with a carriage return; the tool reads it, but a shell on the controller does not",
+        "sed -i 's/\\r$//; s/\\r/\\n/g' " + shellWord(subject.medium.catalogue));
 }
 
 /// The line without its zero bytes.

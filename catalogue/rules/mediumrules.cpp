@@ -4,7 +4,9 @@
 // Findings on the other files of the medium, and on the medium itself.
 
 #include "common/controller.h"
+#include "reading/script.h"
 #include "reading/shell.h"
+#include "reading/shellsyntax.h"
 #include "rules/rules.h"
 
 #include "gate/manifest.h"
@@ -13,6 +15,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QMap>
 #include <QRegularExpression>
 #include <QSet>
 
@@ -39,18 +42,73 @@ int interpreterWords(const QStringList &words)
     return others.match(words.value(0)).hasMatch() ? 1 : shellWords(words);
 }
 
-/// The words that name files which have to be there already.
-QStringList sourceWords(const QStringList &words)
+/// Programs that read the files that they are given, but for the last one where that is a target.
+bool readsItsFiles(const QString &program)
 {
-    const QString program = words.value(0).section('/', -1);
+    static const QSet<QString> readers = {
+        "cat",       "insmod",    "dpkg",      "opkg",         "rpm",       "unzip",
+        "gunzip",    "zcat",      "bunzip2",   "bzcat",        "unxz",      "xzcat",
+        "sha256sum", "sha512sum", "sha1sum",   "md5sum",       "cksum",     "grep",
+        "sed",       "awk",       "diff",      "cmp",          "head",      "tail",
+        "wc",        "source",    ".",         "chmod",        "chown",     "losetup",
+        "flashcp",   "nandwrite", "ubiformat", "ubiupdatevol", "fw_setenv", "ls",
+        "mount",     "patch",     "bspatch",   "rauc",         "swupdate",  "loadkeys",
+        "aplay",     "fbv",       "openssl",   "gpg",          "gpgv",      "xargs",
+        "sort",      "uniq",      "sqlite3",   "psql",         "mysql",     "fpgautil",
+        "dfu-util",  "python3",   "perl",      "lua",          "apt",       "apt-get",
+        "pip",       "pip3",      "dtc",       "cp",           "mv",        "install",
+        "ln",        "rsync",     "dd",        "tar",          "gzip",      "xz"};
+    return readers.contains(program);
+}
+
+bool writesLast(const QString &program)
+{
+    return QStringList{"cp", "mv", "install", "ln", "rsync"}.contains(program);
+}
+
+/// Whether the archive, or what is packed, is made by this.
+bool makesArchive(const QString &program, const QStringList &words)
+{
+    const QString mode = words.value(1);
+    if (program == "tar")
+        return mode.contains('c') || mode.contains('r') || words.contains("--create");
+    const bool packs = program == "gzip" || program == "xz";
+    return packs && !mode.contains('d');
+}
+
+/// The words that name files which have to be there already.
+QStringList sourceWords(const Step &step)
+{
+    static const QRegularExpression path("/mnt/upgrade/[^\\s\"'=;:,*?$\\[\\]{}]*");
     QStringList sources;
-    for (const QString &word : words.mid(1)) {
-        if (!word.startsWith('-'))
-            sources.append(word);
+    if (!readsItsFiles(step.program) || makesArchive(step.program, step.run))
+        return sources;
+    for (int i = 1; i < step.run.size(); ++i) {
+        const QString &word = step.run.at(i);
+        const QRegularExpressionMatch match = path.match(word);
+        const bool isTarget =
+            word.startsWith("of=") || word.startsWith("--output") || step.run.at(i - 1) == "-o"
+            || (writesLast(step.program) && i == step.run.size() - 1)
+            || (step.program == "openssl" && step.run.at(i - 1) != "-in" && step.run.at(i - 1) != "-inkey");
+        if (!isTarget && match.hasMatch() && match.capturedEnd() == word.size())
+            sources.append(match.captured());
     }
-    if (QStringList{"cp", "mv", "install"}.contains(program))
-        return sources.mid(0, qMax(0, sources.size() - 1));
-    return QStringList{"cat", "insmod", "dpkg"}.contains(program) ? sources : QStringList();
+    return sources;
+}
+
+/// What a step makes on the medium: of a program that nobody knows here, whatever it names.
+QStringList targetWords(const Step &step)
+{
+    QStringList targets = step.outputs;
+    const QStringList sources = sourceWords(step);
+    const int interpreter = interpreterWords(step.run);
+    for (int i = 1; i < step.run.size(); ++i) {
+        const QString &word = step.run.at(i);
+        const int at = word.indexOf(QLatin1String(mediumFolder));
+        if (at >= 0 && !sources.contains(word.mid(at)) && (interpreter == 0 || i != interpreter))
+            targets.append(word.mid(at));
+    }
+    return targets;
 }
 
 QVector<Use> usesOf(const CommandEntry &command)
@@ -58,17 +116,34 @@ QVector<Use> usesOf(const CommandEntry &command)
     QVector<Use> uses;
     if (!command.command.contains(QLatin1String(mediumFolder)))
         return uses;
-    const QStringList &words = command.split.words;
-    const int interpreter = interpreterWords(words);
-    const bool interpreted = interpreter > 0 && !words.value(interpreter).startsWith('-');
-    const QString program = words.value(interpreted ? interpreter : 0);
-    if (program.startsWith(mediumFolder))
-        uses.append({&command, program, true, interpreted, {}});
-    for (const QString &word : sourceWords(words)) {
-        if (word.startsWith(mediumFolder))
-            uses.append({&command, word, false, false, {}});
+    for (const Step &step : command.steps) {
+        const int interpreter = interpreterWords(step.run);
+        const bool interpreted = interpreter > 0 && !step.run.value(interpreter).startsWith('-');
+        const QString program = step.run.value(interpreted ? interpreter : 0);
+        const bool isPlain = !program.contains('$') && !program.contains('*');
+        if (program.startsWith(mediumFolder) && isPlain)
+            uses.append({&command, program, true, interpreted, {}});
+        for (const QString &word : sourceWords(step)) {
+            if (word != program)
+                uses.append({&command, word, false, false, {}});
+        }
     }
     return uses;
+}
+
+/// What the commands make on the medium themselves, and need not be there before.
+QSet<QString> madeByCommands(const Subject &subject)
+{
+    QSet<QString> made;
+    for (const CommandEntry &command : subject.commands) {
+        if (!command.command.contains(QLatin1String(mediumFolder)))
+            continue;
+        for (const Step &step : command.steps) {
+            for (const QString &path : targetWords(step))
+                made.insert(path);
+        }
+    }
+    return made;
 }
 
 /// All uses by commands that are run; none where the medium is not known.
@@ -97,8 +172,9 @@ int offsetOfPath(const Use &use)
 
 void findMissing(const Subject &subject, Collector &findings, bool programs)
 {
+    const QSet<QString> made = madeByCommands(subject);
     for (const Use &use : usesOf(subject)) {
-        if (use.isProgram != programs || !use.found.isEmpty())
+        if (use.isProgram != programs || !use.found.isEmpty() || made.contains(use.path))
             continue;
         findings.add(offsetOfPath(use), QString("The medium has no such file: %1").arg(use.path),
                      "cp YOUR-FILE " + shellWord(subject.medium.local(use.path)));
@@ -231,6 +307,92 @@ void scriptLineEnds(const Subject &subject, Collector &findings)
     }
 }
 
+/// Scripts for a shell on the medium, each once, by their paths here.
+QMap<QString, QByteArray> shellScripts(const Subject &subject)
+{
+    QMap<QString, QByteArray> scripts;
+    for (const Use &use : usesOf(subject)) {
+        const QString path = subject.medium.root + '/' + use.found;
+        if (!use.isProgram || use.found.isEmpty() || scripts.contains(path))
+            continue;
+        QFile file(path);
+        if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) || file.size() > largestScript)
+            continue;
+        const QByteArray text = file.readAll();
+        const QString interpreter = interpreterOf(text);
+        const bool isForShell =
+            interpreter.isEmpty()
+                ? use.interpreted && shellWords(use.command->split.words) > 0
+                : QStringList{"sh", "ash", "dash", "bash", "busybox sh"}.contains(interpreter);
+        if (isForShell && !text.contains('\0') && !text.contains('\r'))
+            scripts.insert(path, text);
+    }
+    return scripts;
+}
+
+/// The one that can read it: what is written for a bash, a bash.
+QByteArray shellFor(const QByteArray &script)
+{
+    return interpreterOf(script) == "bash" ? "bash" : "sh";
+}
+
+void scriptSyntax(const Subject &subject, Collector &findings)
+{
+    QVector<QByteArray> texts;
+    QVector<const CommandEntry *> commands;
+    for (const CommandEntry &command : subject.commands) {
+        const QString shell = command.shell.shell.section(' ', 0, 0).section('/', -1);
+        if (!QStringList{"sh", "ash", "dash", "busybox"}.contains(shell) || command.split.openQuote)
+            continue;
+        const CommandLine script = splitCommandLine(command.shell.script);
+        if (script.words.size() != 1 || script.bare.contains('\''))
+            continue; // what it gets is not the script that was meant, which is told as that
+        texts.append(script.words.first().toUtf8());
+        commands.append(&command);
+    }
+    for (const SyntaxError &error : syntaxErrors("sh", texts, keptOfAKind)) {
+        const CommandEntry &command = *commands.at(error.script);
+        const DecodedValue &value = command.entry->value;
+        findings.advise(value.at.value(value.text.indexOf('@') + 1, command.entry->valueBegin),
+                        QString("The shell cannot read this script: %1").arg(error.message),
+                        "a script that sh -n takes");
+    }
+    const QMap<QString, QByteArray> scripts = shellScripts(subject);
+    for (auto script = scripts.begin(); script != scripts.end(); ++script) {
+        for (const SyntaxError &error : syntaxErrors(shellFor(*script), {*script}, 1))
+            findings.adviseOther(script.key(), error.line,
+                                 QString("The shell cannot read this script: %1").arg(error.message),
+                                 "a script that sh -n takes");
+    }
+}
+
+void missingInScript(const Subject &subject, Collector &findings)
+{
+    const QMap<QString, QByteArray> scripts = shellScripts(subject);
+    SpelledFiles files(subject.medium.root);
+    for (auto script = scripts.begin(); script != scripts.end(); ++script) {
+        const QVector<Step> steps = stepsOf(QString::fromUtf8(*script));
+        QSet<QString> made;
+        for (const Step &step : steps) {
+            for (const QString &path : targetWords(step))
+                made.insert(path);
+        }
+        for (const Step &step : steps) {
+            QStringList words = sourceWords(step);
+            const int interpreter = interpreterWords(step.run);
+            if (step.run.value(interpreter).startsWith(mediumFolder))
+                words.prepend(step.run.value(interpreter));
+            for (const QString &path : qAsConst(words)) {
+                const bool isPlain = !path.contains('$') && !path.contains('*');
+                if (isPlain && !made.contains(path) && files.spelling(path.mid(prefixSize)).isEmpty())
+                    findings.adviseOther(script.key(), step.line,
+                                         QString("The medium has no such file: %1").arg(path),
+                                         "cp YOUR-FILE " + shellWord(subject.medium.local(path)));
+            }
+        }
+    }
+}
+
 /// A path of the medium to which something is written, and its place among the results; where only signed
 /// media are taken, that is the one folder that can be written to.
 struct Written {
@@ -261,7 +423,7 @@ QStringList redirections(const QString &script)
 }
 
 /// What a command line without a shell writes to.
-QStringList targetWords(const QStringList &words)
+QStringList writtenWords(const QStringList &words)
 {
     const QString program = words.value(0).section('/', -1);
     const QStringList rest = words.mid(1);
@@ -277,7 +439,8 @@ void commandOutsideResults(const Subject &subject, const CommandEntry &command, 
 {
     const bool isShell = !command.shell.shell.isEmpty();
     const DecodedValue &value = command.entry->value;
-    const QStringList paths = isShell ? redirections(command.shell.script) : targetWords(command.split.words);
+    const QStringList paths =
+        isShell ? redirections(command.shell.script) : writtenWords(command.split.words);
     for (const Written &written : outsideOf(results, paths)) {
         // Not the beginning of a longer path.
         const QRegularExpression path(QRegularExpression::escape(written.path) + "(?![^\\s\"'`;|&<>()])");
@@ -367,6 +530,8 @@ QVector<Rule> mediumRules()
         {"not-executable", Severity::Error, notExecutable, ChangesCommands, nullptr},
         {"fat-not-executable", Severity::Warning, fatNotExecutable, ChangesCommands, nullptr},
         {"script-line-ends", Severity::Error, scriptLineEnds, ChangesNothing, "whether it is a script"},
+        {"script-syntax", Severity::Error, scriptSyntax, AsksAuthor, "what the script is to do"},
+        {"missing-in-script", Severity::Warning, missingInScript, AsksAuthor, "where the file is"},
         {"foreign-files", Severity::Warning, foreignFiles, AsksAuthor, "whether it can be removed"},
         {"outside-results", Severity::Note, outsideResults, AsksAuthor, "what reads it there"},
         {"mount-space", Severity::Note, mountSpace, AsksAuthor, "where the controller mounts it"},

@@ -533,6 +533,17 @@ void TestFindings::aCatalogueTriggersWhatItShould_data()
     line("a mount directory", "\"A@cp /media/usb0/a /opt\"", {"mount-directory"});
     line("a word like it", "\"A@cp /opt/media/usb0 /opt/b\"", {});
     line("a restart in selection mode", "\"A@sh -c \\\"a; reboot\\\"\"", {});
+    // Files of the medium.
+    line("a file in a script", "\"A@sh -c \\\"tar xf /mnt/upgrade/a\\\"\"", {"missing-file"});
+    line("a file with an option", "\"A@dd if=/mnt/upgrade/a of=/opt/b\"", {"missing-file"});
+    line("a file that is made", "\"A@dd if=/opt/b of=/mnt/upgrade/a\"", {});
+    line("an archive that is made", "\"A@tar czf /mnt/upgrade/a /opt\"", {});
+    line("a target of a copy", "\"A@cp /opt/b /mnt/upgrade/b\"", {});
+    line("made before it is read", "\"A@sh -c \\\"x >/mnt/upgrade/a; cat /mnt/upgrade/a\\\"\"",
+         {"command-too-long"});
+    line("behind a variable", "\"A@sh -c \\\"cat /mnt/upgrade/$a\\\"\"", {});
+    line("a script that no shell reads", "\"A@sh -c \\\"if true\\\"\"", {"script-syntax"});
+    line("a script for another shell", "\"A@zsh -c \\\"if true\\\"\"", {});
     // What the eye cannot see.
     line("typographic quotation marks in a name", "\"\\x201e\\x41\\x201c B@x\"", {});
     line("typographic quotation marks in a command", "\"A@echo \\x201cx y\\x201d\"", {"foreign-punctuation"});
