@@ -16,8 +16,8 @@ namespace
 
 const QVector<Rule> &allRules()
 {
-    static const QVector<Rule> rules = fileRules() + listRules() + commandRules() + programRules()
-                                       + textRules() + mediumRules() + signingRules() + suppressionRules();
+    static const QVector<Rule> rules = fileRules() + listRules() + textRules() + commandRules()
+                                       + programRules() + mediumRules() + signingRules() + suppressionRules();
     return rules;
 }
 
