@@ -309,7 +309,7 @@ QVector<Rule> fileRules()
     return {
         {"bom", Severity::Warning, byteOrderMark, ChangesReading | isRestored, nullptr},
         {"line-ends", Severity::Warning, lineEnds, ChangesReading, nullptr},
-        {"nul", Severity::Error, nul, ChangesReading | isRestored, nullptr},
+        {"nul", Severity::Error, nul, isRewritten | isRestored, nullptr},
         {"unbalanced-quotes", Severity::Error, unbalancedQuotes, isRewritten | isRestored, nullptr},
         {"hash-comment", Severity::Warning, hashComment, isRestored, nullptr},
         {"ignored-line", Severity::Warning, ignoredLine, isRestored, nullptr},

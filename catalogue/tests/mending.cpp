@@ -43,15 +43,22 @@ constexpr int bigOne = 2000;
 constexpr int smallOnesPerBig = 500;
 
 /// What findings are about, as the manual has it: these change a name, these a command, on their line.
-const QStringList namesOfLine = {"invisible-character", "foreign-separator",  "raw-utf8",
-                                 "backslash",           "escape-runs-on",     "quotes-eaten",
-                                 "unquoted-comma",      "unquoted-semicolon", "unbalanced-quotes"};
+const QStringList namesOfLine = {"nul",
+                                 "invisible-character",
+                                 "foreign-separator",
+                                 "raw-utf8",
+                                 "backslash",
+                                 "escape-runs-on",
+                                 "quotes-eaten",
+                                 "unquoted-comma",
+                                 "unquoted-semicolon",
+                                 "unbalanced-quotes"};
 const QStringList commandsOfLine = {
     "single-word-sh", "shell-pipe",         "shell-chain",        "shell-redirect",
     "shell-variable", "shell-glob",         "shell-tilde",        "shell-quote",
     "path-capitals",  "shell-script-split", "fat-not-executable", "assignment-in-front",
     "relative-path",  "calibration-name",   "mount-directory",    "foreign-punctuation"};
-const QStringList everyLine = {"bom", "nul", "line-ends"}; // how all of them are read
+const QStringList everyLine = {"bom", "line-ends"}; // how all of them are read
 const QStringList restoring = {"invisible-character",
                                "foreign-separator",
                                "key-before-section",
