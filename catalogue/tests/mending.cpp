@@ -54,10 +54,10 @@ const QStringList namesOfLine = {"nul",
                                  "unquoted-semicolon",
                                  "unbalanced-quotes"};
 const QStringList commandsOfLine = {
-    "single-word-sh", "shell-pipe",         "shell-chain",        "shell-redirect",
-    "shell-variable", "shell-glob",         "shell-tilde",        "shell-quote",
-    "path-capitals",  "shell-script-split", "fat-not-executable", "assignment-in-front",
-    "relative-path",  "calibration-name",   "mount-directory",    "foreign-punctuation"};
+    "single-word-sh",      "shell-pipe",          "shell-chain",   "shell-redirect",   "shell-variable",
+    "shell-glob",          "shell-tilde",         "shell-quote",   "path-capitals",    "shell-script-split",
+    "fat-not-executable",  "assignment-in-front", "relative-path", "calibration-name", "mount-directory",
+    "foreign-punctuation", "not-executable"};
 const QStringList everyLine = {"bom", "line-ends"}; // how all of them are read
 const QStringList restoring = {"invisible-character",
                                "foreign-separator",
