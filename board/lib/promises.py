@@ -6,8 +6,9 @@
 Between two reports a file is what it was at the one or what it was at the other. From a report on, what the operation
 has done is there: a row that says "Succeed" is saved.
 
-Files of reports, *.jsonl, are written while an operation is at work. At every moment each of their lines is whole or
-room for one, and from a report on there is one for each step that has ended.
+Files of reports, *.jsonl, are written while an operation is at work. At every moment, also while they are made, each
+of their lines is whole or room for one, and from a report on there is one for each step that has ended. No such file
+gets shorter.
 """
 
 import json
@@ -60,7 +61,7 @@ def broken_on_the_controller(reports: Sequence[Report], position: int, found: Fo
         if version in (old.get(path), new.get(path)):
             continue
         if is_of_lines(path) and old.get(path) != new.get(path):
-            problems += broken_lines(path, found, steps_ended(reports, position, path))
+            problems += broken_lines(path, found, steps_ended(reports, position, path), old.get(path))
         else:
             problems.append(f"{path} is {describe(version)}, not {describe(old.get(path))}{either(old, new, path)}")
     return problems
@@ -70,11 +71,12 @@ def broken_on_the_medium(reports: Sequence[Report], position: int, found: Found)
     """Files that were there and are not whole. One that is being written has to begin with what it was."""
     old, new = around(reports, position)
     problems = []
-    for path in sorted(old.keys() & new.keys()):
+    reported = {path for path in old.keys() | new.keys() if is_of_lines(path)}
+    for path in sorted(reported | (old.keys() & new.keys())):
         version = found.version(path, False)
-        grows = new[path] != old[path]
+        grows = new.get(path) != old.get(path)
         if is_of_lines(path) and grows:
-            problems += broken_lines(path, found, steps_ended(reports, position, path))
+            problems += broken_lines(path, found, steps_ended(reports, position, path), old.get(path))
         elif version != old[path] and not (version and grows and found.begins_with(path, old[path])):
             problems.append(f"{path} is {describe(version)}, not {describe(old[path])}")
     return problems
@@ -84,13 +86,16 @@ def is_of_lines(path: str) -> bool:
     return path.endswith(".jsonl")
 
 
-def broken_lines(path: str, found: Found, steps: int) -> list[str]:
+def broken_lines(path: str, found: Found, steps: int, before: Version | None) -> list[str]:
     """Lines that are half, or are missing. A step that has begun has a line, too, which its end replaces."""
     if path not in found.files:
-        return [f"{path} is missing"] if steps else []
+        return [f"{path} is missing"] if before else []
     with open(found.files[path], "rb") as file:
-        *lines, rest = file.read().split(b"\n")
+        data = file.read()
+    *lines, rest = data.split(b"\n")
     problems = [f"{path} ends with {rest[:80]!r}"] if rest else []
+    if before and len(data) < before.size:
+        problems.append(f"{path} has {len(data)} bytes, and had {before.size}")
     outcomes = []
     for line in lines:
         if line.strip() in (b"", b"{}"):
