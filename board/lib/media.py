@@ -7,16 +7,23 @@ import os
 import subprocess
 import tempfile
 
+from preview import PROGRAM
+
 MEGABYTE = 1024 * 1024
 
 
 def make_medium(folder: str, image: str, megabytes: int = 48) -> None:
-    """A medium as one buys it: one FAT32 partition, filled with the contents of a folder."""
-    make_drive(image, [("vfat", folder, megabytes - 1)])
+    """A card as its author makes it: one FAT32 partition, filled with the contents of a folder."""
+    if os.path.exists(os.path.join(folder, "zul_install", "system.ini")):
+        size = f"{megabytes}M"  # smaller is possible, but whoever adds to a card on the board needs room
+        subprocess.run([PROGRAM, "image", folder, "-o", image, "--size", size], stdout=subprocess.DEVNULL, check=True)
+    else:  # nothing to upgrade from, so that there is no image of it
+        make_drive(image, [("vfat", folder, megabytes - 1)])
 
 
 def make_drive(image: str, partitions: list[tuple[str, str | None, int]]) -> None:
-    """A medium of several partitions: what each has on it, with the contents of a folder, and megabytes."""
+    """What no author makes: several partitions, other file systems than FAT, or nothing that is one. What each has on
+    it, with the contents of a folder, and megabytes."""
     sizes = [megabytes for _, _, megabytes in partitions]
     with open(image, "wb") as file:
         file.truncate((1 + sum(sizes)) * MEGABYTE)

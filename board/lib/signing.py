@@ -8,7 +8,7 @@ import shutil
 import subprocess
 import tempfile
 
-from media import make_drive
+from media import make_drive, make_medium
 from preview import PROGRAM
 
 
@@ -41,5 +41,8 @@ class Signer:
                 os.makedirs(os.path.dirname(os.path.join(copy, name)), exist_ok=True)
                 with open(os.path.join(copy, name), "wb") as file:
                     file.write(contents)
-            make_drive(image, [(kind, copy, 47)])
+            if kind == "vfat":
+                make_medium(copy, image)
+            else:  # of ext4 there are no images
+                make_drive(image, [(kind, copy, 47)])
         return image
