@@ -44,7 +44,7 @@ boot_controller() {
     echo $! >"$state/boot.pid"
     disown
     exec {log}>&-
-    within 20 test -e "$state/tmp/.booted" || die "the controller does not start; see $transcript"
+    within 20 test -e "$state/tmp/.booted" || die "the controller does not start: $(tail -n 3 "$transcript")"
     rm "$state/tmp/.booted"
     pgrep -P "$(<"$state/boot.pid")" >"$state/init.pid"
 }

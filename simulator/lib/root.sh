@@ -5,7 +5,7 @@
 # The root of a simulated controller: this computer's, with throwaway layers over it. Sourced in a sandbox, never run.
 #
 # For the computer's root it is one layer. For an ordinary user, in a user namespace, it is one a directory, and every
-# directory below /usr and /var exists in the layer, made by that user: there files can be made, removed and replaced.
+# directory below /opt, /usr and /var exists in the layer, made by that user: there files can be made, removed and replaced.
 # A file of this computer's that is neither in /etc nor the user's own cannot be changed in its place, because the
 # changed copy would have to be its owner's, who does not exist in the user namespace.
 
@@ -32,6 +32,7 @@ mount_layers() {
             /proc | /sys | /dev | /run | /tmp | /mnt | /media) mkdir -p "$state/root$path" ;;
             /etc) copy_once "$state" /etc ;;
             /usr) layer "$state" /usr ;;
+            /opt) layer "$state" /opt || true ;;
             /var) layer "$state" /var || true ;;
             # What cannot be looked into, or has something mounted in it, is empty on the controller.
             *) if [[ -L $path ]]; then cp -P "$path" "$state/root/"; else layer "$state" "$path" -maxdepth 0 || true; fi ;;
