@@ -12,6 +12,11 @@ source "$throwaway/../../scripts/lib/roots.sh"
 work=$(mktemp -d -p "$ZUL_SCRATCH")
 root=$work/root
 
+# names_in FIELD DEB - the packages that a field such as Depends names, of alternatives the first, with commas between.
+names_in() {
+    dpkg-deb --field "$2" "$1" | sed 's/([^)]*)//g; s/|[^,]*//g; s/ //g'
+}
+
 # make_system PACKAGE,... DEB... - with the packages, with what the built packages need, and a watchdog where the
 # controller has it. The built packages are in /tmp/packages and not installed.
 make_system() {
@@ -20,7 +25,7 @@ make_system() {
     shift
     mapfile -t mirrors < <(mirror)
     for deb in "$@"; do
-        packages+=,$(dpkg-deb --field "$deb" Depends | sed 's/([^)]*)//g; s/|[^,]*//g; s/ //g')
+        packages+=,$(names_in Depends "$deb")
     done
     mmdebstrap --quiet --variant=minbase --include="$packages" bookworm "$root" "${mirrors[@]}"
     mkdir -p "$root/opt/zul" "$root/tmp/packages"
