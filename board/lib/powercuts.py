@@ -18,10 +18,15 @@ from replay import Recording, Result, make_image, replay
 
 EXAMPLES = os.path.join(os.path.dirname(os.path.realpath(__file__)), "..", "..", "examples")
 
+LINE = 512  # of a report
+
 # Of a faulty medium, until its mistake has shown.
 RECORDINGS = 3
 
 LOGS = "mkdir -p /opt/zul/logs; dmesg >/opt/zul/logs/kernel.log; seq 20000 >/opt/zul/logs/numbers.log"
+
+# What the recording before has done once, is done again, and what it has installed is replaced by something else.
+NO_STEP_YET = "rm -rf /var/lib/zul_step/*; echo old >/opt/zul/zul_version"
 
 
 def nothing(_: Controller) -> None:
@@ -47,6 +52,7 @@ def shipped(calibrate: Callable[[Controller], None]) -> list[Upgrade]:
     prepare = {
         "chinese-names": LOGS,
         "collect-logs": LOGS,
+        "guarded-steps": NO_STEP_YET,
         "several-steps": f"{LOGS}; cd /opt/zul; echo brightness=90 >settings; mkdir -p cache/a; date >cache/a/b; cd /",
     }
     names = sorted(name for name in os.listdir(EXAMPLES) if os.path.isdir(os.path.join(EXAMPLES, name)))
@@ -68,6 +74,71 @@ def faulty(c: Controller, name: str) -> Upgrade:
     with open(os.path.join(folder, "settings"), "wb") as file:
         file.writelines(b"%s %d\n" % (name.encode(), number) for number in range(10000))
     return Upgrade(folder)
+
+
+# --- Steps of the kit ----------------------------------------------------------------------------------------
+
+
+# What a kit could get wrong, and would be lucky with on most days: functions that its "step" has in place of programs.
+READ_WORDS = """
+    input=/dev/stdin
+    for word in "$@"; do
+        case $word in if=*) input=${word#if=} ;; of=*) output=${word#of=} ;; seek=*) place=${word#seek=} ;; esac
+    done"""
+FAULTY_STEPS = {
+    "saves-nothing": "sync() { :; }",
+    "copies-in-place": """mv() { # -f NEW FILE
+    case $3 in /opt/*) dd if="$2" of="$3" bs=4k oflag=dsync ;; *) command mv "$@" ;; esac
+}""",
+    "keeps-history-in-place": """mv() { # -f NEW FILE
+    case $3 in */history.jsonl) dd if="$2" of="$3" bs=100 oflag=dsync ;; *) command mv "$@" ;; esac
+}""",
+    "reports-in-pieces": f"""dd() {{{READ_WORDS}
+    command dd if="$input" of="$output" bs=64 seek="$((place * 8))" conv=notrunc oflag=dsync
+}}""",
+    "appends-to-the-report": f"""dd() {{{READ_WORDS}
+    cat "$input" >>"$output"
+    return 1 # so that nothing is saved, either
+}}""",
+}
+
+
+def guarded(c: Controller, name: str) -> str:
+    """A folder like examples/guarded-steps, to be changed, with a program that takes a while to write."""
+    folder = os.path.join(c.folder, name)
+    shutil.copytree(os.path.join(EXAMPLES, "guarded-steps"), folder, dirs_exist_ok=True)
+    with open(os.path.join(folder, "zul_install", "zul_version"), "ab") as file:
+        file.writelines(b"# %s %d\n" % (name.encode(), number) for number in range(2000))
+    return folder
+
+
+def faulty_steps(c: Controller, name: str) -> Upgrade:
+    folder = guarded(c, name)
+    spoil(os.path.join(folder, "step"), name)
+    return Upgrade(folder, NO_STEP_YET)
+
+
+def spoil(step: str, name: str) -> None:
+    change(step, "set -u\n", f"set -u\n{FAULTY_STEPS[name]}\n")
+
+
+def change(file: str, old: str, new: str) -> None:
+    with open(file, encoding="utf-8") as source:
+        text = source.read()
+    assert text.count(old) == 1, f"{file} has not one {old!r}"
+    with open(file, "w", encoding="utf-8") as target:
+        target.write(text.replace(old, new))
+
+
+def short_of_room(c: Controller) -> list[Upgrade]:
+    """Media that the steps have to make room on: without a folder for reports, and with one line left in it."""
+    bare, full = guarded(c, "no-room"), guarded(c, "little-room")
+    shutil.rmtree(os.path.join(bare, "zul_results"))
+    os.truncate(os.path.join(full, "zul_results", "steps-1.jsonl"), LINE)
+    return [Upgrade(folder, NO_STEP_YET) for folder in (bare, full)]
+
+
+# --- Recordings ----------------------------------------------------------------------------------------------
 
 
 def record(recorder: Recorder, upgrade: Upgrade, busy: bool = False, card: bool = False) -> list[Recording]:
@@ -98,14 +169,15 @@ def replay_all(c: Controller, recordings: list[Recording], seconds: float | None
 
 
 def expect_bad(c: Controller, recorder: Recorder, upgrade: Upgrade, seconds: float, seed: int) -> None:
-    """Recorded again where nothing is found: the system may have saved by itself what the medium did not, in time."""
+    """On the disk or on the medium. Recorded again where nothing is found: the system may have saved by itself what the
+    medium did not, in time."""
     for _ in range(RECORDINGS):
-        recording = record(recorder, upgrade)[0]
-        result = replay(recording, seed, seconds, until_bad=True)
-        tell(c, recording, result, seed)
-        if result.bad:
-            return
-    raise AssertionError(f"the mistake of {recording.name} was not found in {RECORDINGS} recordings")
+        for recording in reversed(record(recorder, upgrade)):  # the medium's first: it has few states
+            result = replay(recording, seed, seconds, until_bad=True)
+            tell(c, recording, result, seed)
+            if result.bad:
+                return
+    raise AssertionError(f"the mistake of {os.path.basename(upgrade.medium)} was not found in {RECORDINGS} recordings")
 
 
 # --- States that are booted ----------------------------------------------------------------------------------
