@@ -1,3 +1,3 @@
 #!/bin/sh
-# Starts by its name what the card has among its results.
-exec /mnt/upgrade/zul_results/unsigned
+# Starts what the card has among its results.
+cd /mnt/upgrade/zul_results && exec ./unsigned
