@@ -227,8 +227,13 @@ QString interpreterOf(const QByteArray &start)
 /// A command that runs what is on a card without the right to execute.
 QString runnable(const Use &use, const QString &interpreter)
 {
-    if (!interpreter.isEmpty())
-        return interpreter + ' ' + use.command->command;
+    if (!interpreter.isEmpty()) {
+        // In front of the program, whatever stands in front of that.
+        QString command = use.command->command;
+        const int at = qMax(0, command.indexOf(use.path));
+        const bool isQuoted = use.command->shell.shell.isEmpty() && at > 0 && command.at(at - 1) == '"';
+        return command.insert(isQuoted ? at - 1 : at, interpreter + ' ');
+    }
     const QString copy = "/tmp/" + use.path.section('/', -1);
     QString moved = use.command->command;
     moved.replace(use.path, copy);

@@ -57,6 +57,7 @@ private slots:
     void everyRuleKnowsTheSameShells_data();
     void everyRuleKnowsTheSameShells();
     void noRuleTakesAnotherProgramForAShell();
+    void anInterpreterIsPutInFrontOfItsScript();
     void everyFixtureIsThatOfAFinding();
     void everyFindingIsInTheManual();
     void severityDecidesTheExitCode();
@@ -756,6 +757,20 @@ void TestFindings::noRuleTakesAnotherProgramForAShell()
     const Findings quoted = checkCommand("push -c 'a b'");
     QCOMPARE(quoted.list.first().right, iniLine("a", "A@sh -c \"push -c 'a b'\""));
     QCOMPARE(idsOf(checkCommand("push /mnt/upgrade/run")), QStringList());
+}
+
+void TestFindings::anInterpreterIsPutInFrontOfItsScript()
+{
+    const QMap<QString, QString> rights = {
+        {"env A=b /mnt/upgrade/run", "env A=b sh /mnt/upgrade/run"},
+        {"timeout 9 \"/mnt/upgrade/run\" x", "timeout 9 sh \"/mnt/upgrade/run\" x"},
+        {"sh -c \"/mnt/upgrade/run; sync\"", "sh -c \"sh /mnt/upgrade/run; sync\""},
+    };
+    for (auto right = rights.begin(); right != rights.end(); ++right) {
+        const Findings findings = checkCommand(right.key(), "#!/bin/sh\ntrue\n");
+        QCOMPARE(idsOf(findings), QStringList("not-executable"));
+        QCOMPARE(findings.list.first().right, iniLine("a", "A@" + *right));
+    }
 }
 
 void TestFindings::everyFixtureIsThatOfAFinding()
