@@ -44,7 +44,7 @@ public:
         , now(commandsOf(after))
     {
         for (const Finding &finding : round.done) {
-            const unsigned change = changeOf(finding.id);
+            const unsigned change = changeOf(finding);
             all |= change;
             for (const Edit &edit : finding.edits)
                 spans[edit.begin] |= change;

@@ -80,7 +80,7 @@ void Collector::mend(const QVector<Edit> &edits, int offset, const QString &mess
           subject.medium.catalogue,
           subject.file.position(offset),
           message,
-          !right.isEmpty() || count >= keptOfAKind ? right : mendedLine(edits),
+          !right.isEmpty() || count >= keptOfAKind ? right : mendedLine(subject.file.bytes(), edits),
           edits,
           false,
           false});
@@ -107,11 +107,11 @@ void Collector::adviseOther(const QString &path, int line, const QString &messag
     keep({{}, {}, path, {line, 1}, message, advice, {}, false, true});
 }
 
-/// From where the first edit is, all of its line.
-QString Collector::mendedLine(const QVector<Edit> &edits) const
+QString mendedLine(const QByteArray &bytes, const QVector<Edit> &edits)
 {
-    const QByteArray &bytes = subject.file.bytes();
-    const int begin = subject.file.lineStart(edits.first().begin);
+    int begin = edits.first().begin;
+    while (begin > 0 && bytes.at(begin - 1) != '\n' && bytes.at(begin - 1) != '\r')
+        --begin;
     QByteArray line;
     int at = begin;
     int end = lineEnd(bytes, at);

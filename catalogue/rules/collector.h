@@ -12,6 +12,9 @@ struct Rule;
 
 constexpr int keptOfAKind = 50;
 
+/// From where the first edit is, all of its line as it becomes.
+QString mendedLine(const QByteArray &bytes, const QVector<Edit> &edits);
+
 /// Takes the findings of one rule.
 class Collector
 {
@@ -42,7 +45,6 @@ public:
 private:
     void keep(Finding finding);
     Position endOf(Position at) const;
-    QString mendedLine(const QVector<Edit> &edits) const;
 
     const Subject &subject;
     Findings *findings;

@@ -3,6 +3,7 @@
 
 #include "rules/findings.h"
 
+#include "rules/completion.h"
 #include "rules/rules.h"
 #include "rules/suppressions.h"
 
@@ -61,6 +62,14 @@ unsigned changeOf(const QString &id)
     return rule ? rule->change : AsksAuthor;
 }
 
+unsigned changeOf(const Finding &finding)
+{
+    unsigned change = changeOf(finding.id);
+    for (const QString &id : finding.also)
+        change |= changeOf(id);
+    return change;
+}
+
 QString questionOf(const QString &id)
 {
     const Rule *rule = ruleOf(id);
@@ -92,6 +101,7 @@ Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdi
         rule.find(subject, collector);
     }
     suppress(subject, &findings, collector);
+    complete(subject, allRules(), &findings);
     const auto place = [&medium](const Finding &finding) {
         return std::make_tuple(finding.file != medium.catalogue, finding.file, finding.at.line,
                                finding.at.column);

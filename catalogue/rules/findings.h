@@ -54,6 +54,7 @@ struct Finding {
     bool mendable;         ///< whether the edits can be done without asking the author
     bool isAdvice;         ///< `right` is neither a line nor a command
     Position end = {1, 1}; ///< behind the word that begins at `at`
+    QStringList also = {}; ///< ids of what the edits put right on its lines besides, once this is right
 };
 
 struct Findings {
@@ -78,6 +79,8 @@ Severity severityOf(const QString &id);
 
 /// What putting a finding of this id right may do to the operations: Change flags.
 unsigned changeOf(const QString &id);
+/// The same of a finding, with what is put right besides.
+unsigned changeOf(const Finding &finding);
 
 /// What only the author can answer before a finding of this id is put right; empty where there is no such
 /// question.

@@ -39,6 +39,21 @@ Subject::Subject(const Medium &itsMedium, const IniFile &itsFile, const Verdict 
     , screen(itsScreen)
     , signedFiles(medium.root.isEmpty() || medium.isToBeSigned ? SignedFiles() : readSignedFiles(medium.root))
 {
+    read();
+}
+
+Subject::Subject(const Subject &other, const IniFile &itsFile)
+    : medium(other.medium)
+    , file(itsFile)
+    , verdict(other.verdict)
+    , screen(other.screen)
+    , signedFiles(other.signedFiles)
+{
+    read();
+}
+
+void Subject::read()
+{
     if (file.runsOn())
         lineByLine.reset(new IniFile(file.bytes(), IniFile::EndWithLine));
     for (const IniEntry &entry : file.entries())

@@ -43,6 +43,8 @@ class Subject
 {
 public:
     Subject(const Medium &medium, const IniFile &file, const Verdict &verdict, const Screen &screen);
+    /// The same medium with another catalogue, of which there is no verdict yet.
+    Subject(const Subject &other, const IniFile &file);
 
     const Medium &medium;
     const IniFile &file;
@@ -96,6 +98,7 @@ public:
     bool hasFile(const QString &pathOnController) const;
 
 private:
+    void read();
     void readItems();
     void readCommands();
 

@@ -100,6 +100,14 @@ QVector<Rule> suppressionRules()
     return {unused(), withoutReason()};
 }
 
+QHash<int, QStringList> ignoredIds(const Subject &subject)
+{
+    QHash<int, QStringList> ids;
+    for (const Suppression &one : suppressionsIn(subject))
+        ids[one.line] += one.ids;
+    return ids;
+}
+
 void suppress(const Subject &subject, Findings *findings, Collector &collector)
 {
     const QVector<Suppression> suppressions = suppressionsIn(subject);

@@ -198,11 +198,17 @@ private:
                                    false});
     }
 
+    /// Of what its edits put right.
+    static QStringList idsOf(const Finding &finding)
+    {
+        return QStringList(finding.id) + finding.also;
+    }
+
     static QStringList idsOf(const QVector<Finding> &findings)
     {
         QStringList ids;
         for (const Finding &finding : findings)
-            ids.append(finding.id);
+            ids += idsOf(finding);
         ids.removeDuplicates();
         return ids;
     }
@@ -252,8 +258,10 @@ private:
         bool isAll = false;
         for (const Finding &finding : round.done) {
             isAll = isAll || everyLine.contains(finding.id);
-            if (ids.contains(finding.id))
-                lines.insert(finding.at.line);
+            for (const QString &id : idsOf(finding)) {
+                if (ids.contains(id))
+                    lines.insert(finding.at.line);
+            }
         }
         const IniFile file(round.before);
         QHash<QString, bool> isAbout;

@@ -49,6 +49,9 @@ private slots:
     void theRightLineIsRightForWhateverIsWritten();
     void aCommandIsSentToAScriptOnlyWhenThereIsOne();
     void aCommentBehindAValueStays();
+    void theRightLineIsRightInEveryRespect_data();
+    void theRightLineIsRightInEveryRespect();
+    void theRightLineLeavesWhatIsIgnored();
     void everyLineWithAnOpenQuotationMarkIsTold();
     void aKeyWithABlankIsRenamedInTheListToo();
     void whatOnlyTheAuthorKnowsIsAsked();
@@ -652,6 +655,43 @@ void TestFindings::aCommentBehindAValueStays()
     const Finding finding = checkText(text).list.first();
     QCOMPARE(finding.right, QString("a=\"A@sh -c \\\"ls | wc\\\"\"  ; why"));
     QCOMPARE(edited(text, finding.edits), text.left(text.indexOf("a = ")) + finding.right.toUtf8() + '\n');
+}
+
+void TestFindings::theRightLineIsRightInEveryRespect_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("right");
+    const auto row = [](const char *name, const char *line, const char *right) {
+        QTest::newRow(name) << QString(line) << QString(right);
+    };
+    row("of two kinds", "a=\"A@ls a* | wc >/tmp/x\"", "a=\"A@sh -c \\\"ls a* | wc >/tmp/x\\\"\"");
+    row("found only once the letters are right", "a=\"\xc3\x84@cat\xc2\xa0/etc/x | wc\"",
+        "a=\"\\xc4@sh -c \\\"cat /etc/x | wc\\\"\"");
+    row("four, one behind the other", "a=\"\xc3\x84@B=C\xc2\xa0/media/sda1/run\"",
+        "a=\"\\xc4@env B=C sh /mnt/upgrade/run\"");
+    row("a comment", "a=\"\xc3\x84@ls | wc\" ; because", "a=\"\\xc4@sh -c \\\"ls | wc\\\"\" ; because");
+}
+
+void TestFindings::theRightLineIsRightInEveryRespect()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, right);
+    const QByteArray head = "[system]\nCMD_List=\"a\"\n[CMD]\n";
+    const QByteArray script = "#!/bin/sh\ntrue\n";
+    const Findings found = checkText(head + line.toUtf8() + '\n', script);
+    QVERIFY(found.list.size() > 1);
+    for (const Finding &finding : found.list)
+        QCOMPARE(finding.right, right);
+    QCOMPARE(idsOf(checkText(head + right.toUtf8() + '\n', script)), QStringList());
+}
+
+void TestFindings::theRightLineLeavesWhatIsIgnored()
+{
+    const Findings found = checkText(
+        "[system]\nCMD_List=\"a\"\n[CMD]\na=\"\xc3\x84@grep x*\" ; zul: ignore=shell-glob because grep takes it\n");
+    QCOMPARE(idsOf(found), QStringList("raw-utf8"));
+    QVERIFY2(found.list.first().right.startsWith("a=\"\\xc4@grep x*\""),
+             qPrintable(found.list.first().right));
 }
 
 void TestFindings::everyLineWithAnOpenQuotationMarkIsTold()

@@ -1,0 +1,168 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
+#include "rules/completion.h"
+
+#include "rules/suppressions.h"
+
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr int mostLooks = 8; // for the day on which two rules undo each other's work
+
+/// A line of [CMD] that a finding proposes.
+struct Proposal {
+    QByteArray key;      ///< with what stands between it and the value
+    QByteArray value;    ///< what is right by the rules so far
+    QStringList ignored; ///< ids
+    QStringList also;    ///< ids of what is put right as well
+};
+
+/// The lines that the list names, by where they begin.
+QHash<int, const IniEntry *> listedLines(const Subject &subject)
+{
+    QSet<QString> listed;
+    for (const Item &item : subject.items)
+        listed.insert("CMD/" + item.text);
+    QHash<int, const IniEntry *> lines;
+    for (const IniFile *file : {&subject.file, &subject.asWritten()}) {
+        for (const IniEntry &entry : file->entries()) {
+            if (listed.contains(entry.path()))
+                lines.insert(entry.begin, &entry);
+        }
+    }
+    return lines;
+}
+
+/// A catalogue of nothing but these lines, and looking into it.
+class Lines
+{
+public:
+    Lines(const Subject &itsSubject, const QVector<Rule> &itsRules)
+        : subject(itsSubject)
+        , rules(itsRules)
+    {
+    }
+
+    void complete(QVector<Proposal *> open)
+    {
+        for (int look = 0; look < mostLooks && !open.isEmpty(); ++look)
+            open = changed(open);
+    }
+
+private:
+    /// Those that something was found in and put right; the others are complete.
+    QVector<Proposal *> changed(const QVector<Proposal *> &open) const
+    {
+        QByteArray text = "[system]\n";
+        text += subject.verdict.mode == Verdict::Direct ? "CMD_Type=\"k0" : "CMD_List=\"k0";
+        for (int i = 1; i < open.size(); ++i)
+            text += ",k" + QByteArray::number(i);
+        text += "\"\n[CMD]\n";
+        QVector<int> values;
+        for (int i = 0; i < open.size(); ++i) {
+            text += 'k' + QByteArray::number(i) + '=';
+            values.append(text.size());
+            text += open.at(i)->value + '\n';
+        }
+        QVector<Proposal *> found;
+        QSet<int> seen;
+        for (const Finding &finding : findIn(text)) {
+            const int end = finding.edits.constFirst().end;
+            const int i =
+                static_cast<int>(std::upper_bound(values.begin(), values.end(), end) - values.begin()) - 1;
+            const bool isWhole =
+                i >= 0 && finding.edits.size() == 1 && end == values.at(i) + open.at(i)->value.size();
+            if (!isWhole || seen.contains(i) || open.at(i)->ignored.contains(finding.id))
+                continue;
+            const QByteArray &line = finding.edits.constFirst().text;
+            seen.insert(i);
+            open.at(i)->value = line.mid(line.indexOf('=') + 1);
+            open.at(i)->also.append(finding.id);
+            found.append(open.at(i));
+        }
+        return found;
+    }
+
+    /// What can be put right without the author on single lines, in the order of the rules.
+    QVector<Finding> findIn(const QByteArray &text) const
+    {
+        const IniFile file(text);
+        const Subject lines(subject, file);
+        Findings findings;
+        Collector collector(lines, &findings, Keep::Mendable);
+        for (const Rule &rule : rules) {
+            if ((rule.change & AsksAuthor) || !(rule.change & (ChangesNames | ChangesCommands)))
+                continue;
+            collector.startRule(rule);
+            rule.find(lines, collector);
+        }
+        QVector<Finding> mendable;
+        for (const Finding &finding : qAsConst(findings.list)) {
+            if (finding.mendable && finding.file == subject.medium.catalogue)
+                mendable.append(finding);
+        }
+        return mendable;
+    }
+
+    const Subject &subject;
+    const QVector<Rule> &rules;
+};
+
+/// What the edit makes of a whole line, up to the value; empty where it is about something else.
+QByteArray keyIn(const Subject &subject, const QHash<int, const IniEntry *> &lines, const Edit &edit)
+{
+    const IniEntry *entry = lines.value(edit.begin);
+    const bool isWhole = entry && edit.end == subject.textEnd(*entry) && !edit.text.contains('\n');
+    return isWhole ? edit.text.left(edit.text.indexOf('=') + 1) : QByteArray();
+}
+
+} // namespace
+
+void complete(const Subject &subject, const QVector<Rule> &rules, Findings *findings)
+{
+    const QHash<int, const IniEntry *> lines = listedLines(subject);
+    const QHash<int, QStringList> ignored = ignoredIds(subject);
+    QHash<QPair<int, QByteArray>, Proposal>
+        proposals; // by where the line begins, and what is proposed for it
+    const auto forEachLine = [&](const auto &use) {
+        for (Finding &finding : findings->list) {
+            if (finding.file != subject.medium.catalogue)
+                continue;
+            for (int i = 0; i < finding.edits.size(); ++i) {
+                const Edit &edit = finding.edits.at(i);
+                const QByteArray key = keyIn(subject, lines, edit);
+                if (!key.isEmpty())
+                    use(finding, i, key);
+            }
+        }
+    };
+    forEachLine([&](const Finding &finding, int i, const QByteArray &key) {
+        const Edit &edit = finding.edits.at(i);
+        Proposal &proposal = proposals[{edit.begin, edit.text}];
+        if (proposal.key.isEmpty())
+            proposal = {
+                key, edit.text.mid(key.size()), ignored.value(subject.file.position(edit.begin).line), {}};
+    });
+    QVector<Proposal *> open;
+    for (Proposal &proposal : proposals)
+        open.append(&proposal);
+    Lines(subject, rules).complete(open);
+    forEachLine([&](Finding &finding, int i, const QByteArray &) {
+        const Edit before = finding.edits.at(i);
+        const Proposal &proposal = proposals[{before.begin, before.text}];
+        if (proposal.also.isEmpty())
+            return;
+        const bool isItsLine =
+            !finding.right.isEmpty() && finding.right == mendedLine(subject.file.bytes(), finding.edits);
+        finding.edits[i].text = proposal.key + proposal.value;
+        finding.also += proposal.also;
+        if (isItsLine)
+            finding.right = mendedLine(subject.file.bytes(), finding.edits);
+    });
+}

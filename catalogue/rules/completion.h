@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The zul_upgrade authors
+// SPDX-License-Identifier: MIT
+
+#ifndef COMPLETION_H
+#define COMPLETION_H
+
+#include "rules/rules.h"
+
+/// Makes the line that is right by one finding right by all the others, too, which the author need not be
+/// asked about: those on the same line, and those that would be found only once the first is put right. So
+/// that whoever takes the line over has nothing found in it again. What the author has ignored stays.
+void complete(const Subject &subject, const QVector<Rule> &rules, Findings *findings);
+
+#endif
