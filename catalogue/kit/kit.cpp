@@ -21,11 +21,12 @@ const char report[] = "zul_results/steps-1.jsonl";
 constexpr int sector = 512;
 constexpr int reportedSteps = 128;
 
-/// The folder's name, in letters that mean nothing to a shell.
+/// The folder's name, in letters that mean nothing to a shell, in any language.
 QByteArray mediumName(const QString &folder)
 {
+    static const QRegularExpression form("[^\\w. -]", QRegularExpression::UseUnicodePropertiesOption);
     const QString name = QFileInfo(QDir(folder).absolutePath()).fileName();
-    return QString(name).replace(QRegularExpression("[^A-Za-z0-9._ -]"), "-").left(64).toLatin1();
+    return QString(name).replace(form, "-").left(64).toUtf8();
 }
 
 QByteArray content(const QString &file, const QString &folder)

@@ -35,4 +35,4 @@ gives_back_otherwise
 run_them
 check "what is read back otherwise fails" they_are "a done 0" "a done 0" "a failed 1"
 check "and leaves the old one" copied new
-check "nothing half is left" fails on_controller test -e /opt/zul/app.new
+check "nothing half is left" fails on_controller test -e /opt/zul/app.step-new
