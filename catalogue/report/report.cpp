@@ -294,6 +294,13 @@ int exitCodeOf(const Findings &findings, bool strict)
     return strict && findings.count(Severity::Warning) > 0 ? ExitWarnings : ExitClean;
 }
 
+/// What turns the direction of the letters around it, or ends a line.
+static bool turnsText(ushort letter)
+{
+    return letter == 0x61c || letter == 0x200e || letter == 0x200f || (letter >= 0x2028 && letter <= 0x202e)
+           || (letter >= 0x2066 && letter <= 0x2069);
+}
+
 QString printable(const QString &text)
 {
     QString shown;
@@ -302,7 +309,8 @@ QString printable(const QString &text)
             shown += "\\n";
         else if (character == '\t')
             shown += "\\t";
-        else if (character.unicode() < 0x20 || (character.unicode() >= 0x7f && character.unicode() < 0xa0))
+        else if (character.unicode() < 0x20 || (character.unicode() >= 0x7f && character.unicode() < 0xa0)
+                 || turnsText(character.unicode()))
             shown += QString("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
         else
             shown += character;

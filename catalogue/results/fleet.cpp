@@ -6,6 +6,8 @@
 #include "common/failure.h"
 
 #include <QFile>
+#include <QSet>
+#include <QTextCodec>
 
 #include <algorithm>
 #include <tuple>
@@ -46,8 +48,11 @@ Fleet fleetOf(const Reports &reports, const QStringList &expected)
 {
     QMap<QString, QVector<StepRun>> runs;
     QMap<Step, int> steps;
-    for (const QString &controller : expected)
+    QSet<QString> awaited;
+    for (const QString &controller : expected) {
         runs[controller];
+        awaited.insert(controller);
+    }
     for (const StepRun &run : reports.runs) {
         runs[run.controller].append(run);
         steps[{run.medium, run.name}];
@@ -55,6 +60,10 @@ Fleet fleetOf(const Reports &reports, const QStringList &expected)
     Fleet fleet;
     fleet.steps = steps.keys().toVector();
     fleet.controllers = runs.keys();
+    for (auto own = runs.begin(); own != runs.end() && !expected.isEmpty(); ++own) {
+        if (!awaited.contains(own.key()))
+            fleet.unexpected.append(own.key());
+    }
     for (auto own = runs.begin(); own != runs.end(); ++own) {
         sortRuns(&own.value());
         QMap<Step, Result> results;
@@ -83,8 +92,10 @@ bool readExpected(const QString &path, QStringList *expected, Failure *failure)
         *failure = {ExitNoInput, path + ": cannot be read: " + file.errorString()};
         return false;
     }
-    for (const QByteArray &line : file.readAll().split('\n')) {
-        const QString serial = QString::fromUtf8(line).section('#', 0, 0).section(',', 0, 0).trimmed();
+    const QByteArray bytes = file.readAll();
+    const QTextCodec *codec = QTextCodec::codecForUtfText(bytes, QTextCodec::codecForName("UTF-8"));
+    for (const QString &line : codec->toUnicode(bytes).split('\n')) {
+        const QString serial = line.section('#', 0, 0).section(',', 0, 0).trimmed();
         if (!serial.isEmpty())
             expected->append(serial);
     }

@@ -41,6 +41,7 @@ struct Fleet {
     QVector<Step> steps;
     QVector<Result> results;                 ///< by controller, then by step
     QMap<Step, QMap<QString, int>> outcomes; ///< of each step, how many controllers have which
+    QStringList unexpected; ///< controllers that reported, and are not among those that were to
     QStringList reborn; ///< controllers with more than one history: a new disk, or two with one serial number
     bool isComplete = true; ///< everything is done everywhere
 };

@@ -9,6 +9,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <clocale>
+#include <cwchar>
+
 namespace
 {
 
@@ -33,12 +36,69 @@ QStringList rowOf(const Result &result)
     return row;
 }
 
-QByteArray inQuotes(const QString &text)
+/// As a cell of a spreadsheet, which would compute what begins like a formula: with an apostrophe before it.
+QByteArray cell(const QString &text)
 {
     QByteArray bytes = text.toUtf8();
+    const QByteArray begin = bytes.trimmed().left(1);
+    if (!begin.isEmpty() && QByteArray("=+-@").contains(begin))
+        bytes.prepend('\'');
     if (!bytes.contains(',') && !bytes.contains('"') && !bytes.contains('\n') && !bytes.contains('\r'))
         return bytes;
     return '"' + bytes.replace('"', "\"\"") + '"';
+}
+
+/// How many columns texts take on a terminal: a letter of East Asia two, an accent by itself none.
+class Columns
+{
+public:
+    Columns()
+        : unicode(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr))
+        , before(unicode ? uselocale(unicode) : nullptr)
+    {
+    }
+    ~Columns()
+    {
+        if (!unicode)
+            return;
+        uselocale(before);
+        freelocale(unicode);
+    }
+    Q_DISABLE_COPY(Columns)
+
+    int of(const QString &text) const
+    {
+        int columns = 0;
+        for (const uint letter : text.toUcs4()) {
+            const int width = unicode ? wcwidth(static_cast<wchar_t>(letter)) : 1;
+            columns += width < 0 ? 1 : width;
+        }
+        return columns;
+    }
+
+private:
+    const locale_t unicode; ///< null where the computer has no such locale
+    const locale_t before;
+};
+
+QByteArray tableOf(const QVector<QStringList> &rows)
+{
+    const Columns columns;
+    QVector<int> widths(rows.first().size());
+    for (const QStringList &row : rows) {
+        for (int column = 0; column < row.size(); ++column)
+            widths[column] = qMax(widths.at(column), columns.of(row.at(column)));
+    }
+    QString text;
+    for (const QStringList &row : rows) {
+        QString line;
+        for (int column = 0; column < row.size(); ++column)
+            line += row.at(column) + QString(widths.at(column) - columns.of(row.at(column)) + 2, ' ');
+        while (line.endsWith(' '))
+            line.chop(1);
+        text += line + '\n';
+    }
+    return text.toUtf8();
 }
 
 QString summaryOf(const Step &step, const QMap<QString, int> &outcomes)
@@ -73,21 +133,7 @@ QByteArray fleetTable(const Fleet &fleet, const Reports &reports)
     QVector<QStringList> rows{head};
     for (const Result &result : fleet.results)
         rows.append(rowOf(result));
-    QVector<int> widths(head.size());
-    for (const QStringList &row : rows) {
-        for (int column = 0; column < row.size(); ++column)
-            widths[column] = qMax(widths.at(column), row.at(column).size());
-    }
-    QString text;
-    for (const QStringList &row : rows) {
-        QString line;
-        for (int column = 0; column < row.size(); ++column)
-            line += row.at(column).leftJustified(widths.at(column)) + "  ";
-        while (line.endsWith(' '))
-            line.chop(1);
-        text += line + '\n';
-    }
-    text += '\n';
+    QString text = "\n";
     for (auto step = fleet.outcomes.begin(); step != fleet.outcomes.end(); ++step)
         text += summaryOf(step.key(), step.value());
     text += counted(fleet.controllers.size(), "controller") + ", " + counted(fleet.steps.size(), "step")
@@ -101,12 +147,14 @@ QByteArray fleetTable(const Fleet &fleet, const Reports &reports)
         text += "A new disk, or two controllers with one serial number: " + printable(fleet.reborn.join(", "))
                 + '\n';
     }
-    return text.toUtf8();
+    if (!fleet.unexpected.isEmpty())
+        text += "Not among those that were expected: " + printable(fleet.unexpected.join(", ")) + '\n';
+    return tableOf(rows) + text.toUtf8();
 }
 
 QByteArray fleetCsv(const Fleet &fleet)
 {
-    QByteArray text = "controller,medium,name,outcome,time,exit,seconds,runs,output\n";
+    QByteArray text = "controller,medium,name,outcome,time,exit,seconds,runs,output\r\n";
     for (const Result &result : fleet.results) {
         const StepRun &run = result.run;
         QByteArray line;
@@ -114,8 +162,8 @@ QByteArray fleetCsv(const Fleet &fleet)
              {result.controller, result.step.first, result.step.second, result.outcome, run.time,
               exitOf(result), result.isMissing() ? QString() : QString::number(run.seconds),
               QString::number(result.runs), run.output})
-            line += ',' + inQuotes(field);
-        text += line.mid(1) + '\n';
+            line += ',' + cell(field);
+        text += line.mid(1) + "\r\n";
     }
     return text;
 }
@@ -145,6 +193,7 @@ QByteArray fleetJson(const Fleet &fleet, const Reports &reports)
                                      {"results", results},
                                      {"duplicates", reports.duplicates},
                                      {"damaged", damaged},
+                                     {"unexpected", QJsonArray::fromStringList(fleet.unexpected)},
                                      {"reborn", QJsonArray::fromStringList(fleet.reborn)}})
         .toJson();
 }

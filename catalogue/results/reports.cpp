@@ -5,11 +5,15 @@
 
 #include "common/failure.h"
 
+#include <QBuffer>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
+#include <QTextCodec>
+
+#include <cstdio>
 
 namespace
 {
@@ -26,33 +30,58 @@ public:
     {
     }
 
+    /// "-" is the standard input.
     bool readFile(const QString &path, Failure *failure)
     {
         QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) {
-            *failure = {ExitNoInput, path + ": cannot be read: " + file.errorString()};
-            return false;
+        if (path == "-" ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly)) {
+            ++reports->files;
+            readText(path, &file);
+            if (file.error() == QFileDevice::NoError)
+                return true;
         }
-        ++reports->files;
-        int number = 1;
-        for (QByteArray line = file.readLine(longestLine); !line.isEmpty();
-             line = file.readLine(longestLine)) {
-            takeLine(path, number, line.trimmed());
-            number += line.endsWith('\n');
-        }
-        if (file.error() == QFileDevice::NoError)
-            return true;
         *failure = {ExitNoInput, path + ": cannot be read: " + file.errorString()};
         return false;
     }
 
 private:
+    /// What went through a program that writes UTF-16, or a mark of the bytes' order, is read all the same.
+    void readText(const QString &path, QIODevice *device)
+    {
+        const QByteArray begin = device->peek(3);
+        if (begin.startsWith("\xff\xfe") || begin.startsWith("\xfe\xff")) {
+            QByteArray bytes = device->readAll();
+            bytes = QTextCodec::codecForUtfText(bytes)->toUnicode(bytes).toUtf8();
+            QBuffer text(&bytes);
+            text.open(QIODevice::ReadOnly);
+            return readLines(path, &text);
+        }
+        if (begin == "\xef\xbb\xbf")
+            device->read(3);
+        readLines(path, device);
+    }
+
+    void readLines(const QString &path, QIODevice *device)
+    {
+        int number = 1;
+        bool goesOn = false;
+        for (QByteArray line = device->readLine(longestLine); !line.isEmpty();
+             line = device->readLine(longestLine)) {
+            takeLine(path, number, line.trimmed(), goesOn);
+            goesOn = !line.endsWith('\n');
+            number += goesOn ? 0 : 1;
+        }
+    }
+
     /// Where a line is cut off, the next one may stand right behind it. An empty object is room for a line.
-    void takeLine(const QString &path, int number, const QByteArray &line)
+    /// What goes on with a line that is too long has been told with its beginning.
+    void takeLine(const QString &path, int number, const QByteArray &line, bool goesOn)
     {
         if (line == "{}")
             return;
-        int begin = 0;
+        int begin = goesOn ? line.indexOf(stepMark) : 0;
+        if (begin < 0)
+            return;
         while (begin < line.size()) {
             const int next = line.indexOf(stepMark, begin + 1);
             takePart(path, number, line.mid(begin, next < 0 ? -1 : next - begin));
@@ -96,17 +125,30 @@ private:
     QHash<QString, int> places; ///< in the runs
 };
 
-QStringList filesBelow(const QString &place)
+/// Fails when it may not look into one of the folders, so that no report is left out unnoticed.
+bool findFiles(const QString &place, QStringList *files, Failure *failure)
 {
-    if (!QFileInfo(place).isDir())
-        return {place};
-    QStringList files;
-    QDirIterator below(place, {"*.jsonl"}, QDir::Files | QDir::Hidden | QDir::NoSymLinks,
+    files->clear();
+    if (place == "-" || !QFileInfo(place).isDir()) {
+        files->append(place);
+        return true;
+    }
+    QStringList folders{place};
+    QDirIterator below(place, {"*.jsonl"},
+                       QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot | QDir::Hidden | QDir::NoSymLinks,
                        QDirIterator::Subdirectories);
-    while (below.hasNext())
-        files.append(below.next());
-    files.sort();
-    return files;
+    while (below.hasNext()) {
+        const QString path = below.next();
+        (below.fileInfo().isDir() ? &folders : files)->append(path);
+    }
+    for (const QString &folder : qAsConst(folders)) {
+        if (!QFileInfo(folder).isReadable() || !QFileInfo(folder).isExecutable()) {
+            *failure = {ExitNoInput, folder + ": cannot be looked into"};
+            return false;
+        }
+    }
+    files->sort();
+    return true;
 }
 
 } // namespace
@@ -114,12 +156,15 @@ QStringList filesBelow(const QString &place)
 bool readReports(const QStringList &places, Reports *reports, Failure *failure)
 {
     Reader reader(reports);
+    QStringList files;
     for (const QString &place : places) {
-        if (!QFileInfo::exists(place)) {
+        if (place != "-" && !QFileInfo::exists(place)) {
             *failure = {ExitNoInput, place + ": there is no such file or folder"};
             return false;
         }
-        for (const QString &file : filesBelow(place)) {
+        if (!findFiles(place, &files, failure))
+            return false;
+        for (const QString &file : qAsConst(files)) {
             if (!reader.readFile(file, failure))
                 return false;
         }

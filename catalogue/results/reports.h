@@ -27,8 +27,8 @@ struct Reports {
     int duplicates = 0; ///< lines that were there more than once
 };
 
-/// Reads every file *.jsonl below the folders, and each of `places` that is a file. What follows a damaged
-/// part of a line is read all the same. Fails when one of them cannot be read.
+/// Reads every file *.jsonl below the folders, each of `places` that is a file, and for "-" the standard
+/// input. What follows a damaged part of a line is read all the same. Fails when one of them cannot be read.
 bool readReports(const QStringList &places, Reports *reports, Failure *failure);
 
 #endif
