@@ -94,7 +94,7 @@ QVector<Command> all()
          "DIR",
          true,
          "put together what steps have reported: which controller got what",
-         "",
+         "Reads every file *.jsonl below DIR, a file, or - for the standard input.",
          {{{"format"}, "FORMAT", "table, csv or json", false, {"table", "csv", "json"}},
           {{"expect"}, "FILE", "the serials of the controllers that should have reported"},
           strict("what is not done counts: exit code 1")}},
