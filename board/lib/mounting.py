@@ -129,6 +129,24 @@ def locked_card_is_mounted_for_reading(c: Controller) -> None:
     expect_said(c, ["sda1: mounted, read-only: it is locked"], start)
 
 
+@scenario(FULL)
+def what_the_system_runs_from_is_no_medium(c: Controller) -> None:
+    """A drive that the system uses one partition of; the other is as /boot on a controller's card."""
+    image = os.path.join(c.folder, "systems.img")
+    make_drive(image, [("ext4", None, 40), ("vfat", c.folder_of("continue"), 40)])
+    c.board.shell("systemctl mask --runtime zul-media@.service")
+    c.clean_up = "systemctl unmask --runtime zul-media@.service && umount /srv"
+    c.plug_usb_image(image)
+    c.board.wait_for("test -b /dev/sda2")
+    c.board.shell("mount /dev/sda1 /srv && systemctl unmask --runtime zul-media@.service")
+    start = c.mark()
+    c.board.shell("systemctl restart systemd-udev-trigger")
+    reason = "left alone: the system runs from this disk"
+    expect_said(c, [f"sda1: {reason}", f"sda2: {reason}"], start)
+    c.let_polls_pass(1)
+    assert shows_application(c.board.screen()) and c.media_listed() == ["/srv"]
+
+
 # --- Only what is signed ------------------------------------------------------------------------------------
 
 LAMP = """#!/bin/sh
@@ -379,6 +397,41 @@ def with_journal(image: str, file: str, contents: bytes) -> None:
         subprocess.run(
             ["dd", f"if={part}", f"of={image}", "bs=1M", "seek=1", "conv=notrunc", "status=none"], check=True
         )
+
+
+@scenario(FULL)
+def kernel_loads_what_a_signed_medium_needs(c: Controller) -> None:
+    """FAT and exFAT, which are modules, and the alphabets of their names. The exFAT is filled here."""
+    owner = Signer(c.folder)
+    fat, exfat = owner.medium(c.folder_of("signed")), os.path.join(c.folder, "exfat.img")
+    make_file_system(exfat, "exfat", None, 40)
+    c.board.shell("systemctl stop zul_upgrade")
+    c.plug_sd_image(fat)
+    c.plug_usb_image(exfat)
+    c.board.wait_for("mountpoint /media/sda && mountpoint /media/mmcblk0p1")
+    c.board.shell("cp -r /media/mmcblk0p1/. /media/sda/ && umount /media/sda /media/mmcblk0p1")
+    c.pull()
+    for device in ("sda", "mmcblk0p1"):
+        expect_unit_gone(c, device)
+    take_signed_only(c, owner)
+    c.board.shell("systemctl start zul_upgrade")
+    c.expect_tool_waiting()
+    for image, device, module in ((fat, "sda1", "vfat"), (exfat, "sda", "exfat")):
+        c.board.shell("lsmod | awk '/^(vfat|exfat|nls_)/ {print $1}' | xargs -rn1 modprobe -r")
+        assert not c.board.holds("lsmod | grep -E '^(fat|exfat|nls)'"), "there is a module already"
+        mark = c.mark()
+        c.plug_usb_image(image)
+        expect_said(c, [f"{device}: accepted: signed by owner.pub.pem"], mark)
+        c.expect_list()
+        assert c.board.holds(f"grep -w {module} /proc/filesystems")
+        c.choose(0)
+        c.confirm()
+        c.expect_operation("program")
+        c.pull()
+        c.expect_rest()
+        expect_unit_gone(c, device)
+        c.board.shell("rm -rf /run/operations; systemctl restart zul_upgrade")
+        c.expect_tool_waiting()
 
 
 # --- The judge ----------------------------------------------------------------------------------------------
