@@ -6,11 +6,12 @@
 from __future__ import annotations
 
 import re
-from dataclasses import dataclass, field
+from dataclasses import dataclass, field, replace
 from pathlib import Path
 
 from blocks import Block
-from rooms import CLONE, READER, REPOSITORY, House, Wrong, medium
+from dialogues import PROMPT, difference, replayed
+from rooms import CLONE, HOME, READER, REPOSITORY, House, Room, Wrong, medium
 
 
 def demand(condition: object, block: Block, reason: str, output: str = "", line: int = 0) -> None:
@@ -189,6 +190,99 @@ mv words "$(basename "$1")"
         demand(any(file.endswith(translation) for file in made), block, "the build does not take the language up")
         pictures = f"{CLONE}/build/{self.language}/"
         demand(any(file.startswith(pictures) for file in made), block, "there is no picture to look at")
+
+
+class ByAnAuthor(Method):
+    """Done by who has nothing but the packages, in one folder from the first block of a document to the last."""
+
+    def run(self, block: Block, house: House) -> None:
+        if house.packages:
+            self.do(block, house.author())
+
+    def do(self, block: Block, room: Room) -> None:
+        raise NotImplementedError
+
+
+class Dialogue(ByAnAuthor):
+    """What is typed at a terminal, and what that prints, to the letter. `again` is for what prints the same twice: a
+    wrong answer is planted in it then, and has to be found."""
+
+    def __init__(self, again: bool = False) -> None:
+        self.told = "typed by an author, and what is printed compared"
+        self.again = again
+        if again:
+            self.told += "; once more with a wrong answer, which has to be found"
+
+    def check(self, block: Block) -> None:
+        demand(block.text.startswith(PROMPT), block, f'a dialogue begins with "{PROMPT}"')
+
+    def do(self, block: Block, room: Room) -> None:
+        printed = replayed(block, room.answer)
+        if found := difference(block, printed):
+            number, shown, instead = found
+            raise Wrong(block, number, f'shown:   "{shown}"\n    printed: "{instead}"', printed)
+        if self.again:
+            self.finds_a_wrong_answer(block, room)
+
+    def finds_a_wrong_answer(self, block: Block, room: Room) -> None:
+        lines = block.text.splitlines(keepends=True)
+        wrong = replace(block, text="".join([*lines[:-1], f"not {lines[-1]}"]))
+        try:
+            Dialogue().do(wrong, room)
+        except Wrong as found:
+            last = f"{block.document}:{block.line + len(lines) - 1}:"
+            demand(str(found).startswith(last), block, f"a wrong answer is found elsewhere: {found}")
+        else:
+            demand(False, block, "a wrong answer is not found")
+
+
+class Saved(ByAnAuthor):
+    """The content of a file, which an author saves."""
+
+    told = "saved by an author"
+
+    def check(self, block: Block) -> None:
+        demand(block.file, block, "it has no name to be saved by")
+
+    def do(self, block: Block, room: Room) -> None:
+        room.write(HOME / block.file, block.text)
+        room.do("chown", "-R", f"{READER}:", str(HOME))
+
+
+class LineOfACatalogue(ByAnAuthor):
+    """A line below [CMD]: with the files that it names on the medium, zul_catalogue finds nothing wrong with it."""
+
+    told = "checked by an author's zul_catalogue"
+
+    def __init__(self, *files: str) -> None:
+        self.files = files
+
+    def do(self, block: Block, room: Room) -> None:
+        key = next(line for _, line in block.lines if not line.startswith(";")).partition("=")[0]
+        room.write("/line/zul_install/system.ini", f'[system]\nCMD_List="{key}"\n\n[CMD]\n{block.text}')
+        for file in self.files:
+            room.write(f"/line/{file}", "")
+        room.try_for(block, "zul_catalogue check --strict /line")
+        room.do("rm", "-r", "/line")
+
+
+class AuthorsCommands(ByAnAuthor):
+    """Commands of an author, run as they stand; then `shows` shows that they have done what is promised. Root has done
+    what is `before`."""
+
+    told = "run by an author"
+
+    def __init__(self, shows: str = "true", before: str = "true") -> None:
+        self.before = before
+        self.shows = shows
+
+    def check(self, block: Block) -> None:
+        demand(block.language in ("sh", "man"), block, "commands are in blocks of sh")
+
+    def do(self, block: Block, room: Room) -> None:
+        room.try_for(block, f"cd {HOME}; {self.before}")
+        room.run_block(block, set())
+        room.try_for(block, f"cd {HOME}; {self.shows}")
 
 
 @dataclass

@@ -9,6 +9,7 @@ import hashlib
 import os
 import re
 import shlex
+import shutil
 import subprocess
 from collections.abc import Iterator
 from contextlib import contextmanager
@@ -20,6 +21,8 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 READER = "reader"
 HOME = Path("/home", READER)
 CLONE = HOME / "zul_upgrade"
+# Where an author has the sources' packages.
+AUTHOR = "author"
 # In seconds; far more than anything in a document takes, the first root for the controller's architecture included.
 LIMIT = 3600
 CONTROLLER = "/controller"
@@ -99,6 +102,22 @@ class Room:
         """Runs what shows whether a block is right, as root. Returns all that it prints."""
         return self._tried(block, "sh", "-ec", script)
 
+    def answer(self, command: str, user: str = READER) -> str:
+        """All that a command prints at a user's terminal, however it ends."""
+        self.write("/command", f"{command}\n")
+        run_it = "cd && LC_ALL=C.UTF-8 exec bash /command"
+        ended = subprocess.run(
+            [*self.enter, "runuser", "-l", user, "-c", run_it],
+            check=False,
+            timeout=LIMIT,
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT,
+            encoding="utf-8",
+            errors="replace",
+        )
+        return ended.stdout
+
     def run_block(
         self,
         block: Block,
@@ -139,11 +158,19 @@ class Room:
 class House:
     """All rooms of one run, in one folder that goes with it."""
 
-    def __init__(self, folder: Path, reader: Path, controller: Path, cache: Path, full: bool) -> None:
+    def __init__(
+        self,
+        folder: Path,
+        archives: dict[str, Path],
+        cache: Path | None = None,
+        full: bool = False,
+        packages: Path | None = None,
+    ) -> None:
         self.folder = folder
-        self.archives = {READER: reader, "controller": controller}
+        self.archives = archives
         self.cache = cache
         self.full = full  # whether what other tests run for every change is run here, too
+        self.packages = packages  # what an author has; without it there is none
         self.rooms: dict[str, Room] = {}
 
     def _furnished(self, name: str, archive: str) -> Room:
@@ -161,11 +188,28 @@ class House:
         if name in self.rooms:
             return self.rooms[name]
         room = self._furnished(name, READER)
-        room.write(f"/etc/sudoers.d/{READER}", f"{READER} ALL=(ALL) NOPASSWD: ALL\n", 0o440)
-        room.do("useradd", "--create-home", "--shell", "/bin/bash", READER)
+        self._user(room, READER)
         clone(room.root / str(CLONE).lstrip("/"))
         room.do("chown", "-R", f"{READER}:", str(HOME))
         return room
+
+    def author(self) -> Room:
+        """The room of an author: an ordinary user with sudo and with the packages, without the sources."""
+        if AUTHOR in self.rooms:
+            return self.rooms[AUTHOR]
+        assert self.packages
+        room = self._furnished(AUTHOR, READER)
+        # With the documents that packages bring.
+        room.do("rm", "/etc/dpkg/dpkg.cfg.d/99mmdebstrap")
+        self._user(room, READER)
+        for package in self.packages.glob("zul-*.deb"):
+            if "-dbgsym_" not in package.name:
+                shutil.copy(package, room.root / str(HOME).lstrip("/"))
+        return room
+
+    def _user(self, room: Room, name: str) -> None:
+        room.write(f"/etc/sudoers.d/{name}", f"{name} ALL=(ALL) NOPASSWD: ALL\n", 0o440)
+        room.do("useradd", "--create-home", "--shell", "/bin/bash", name)
 
     def controller(self) -> Room:
         """The controller, reached by the reader's ssh and scp; a 32-bit ARM system, emulated."""

@@ -3,16 +3,21 @@
 
 """Where each block of the documents is run. One that is missing here, or that no document has, fails."""
 
+from blocks import Block
 from methods import (
     AtTheDesk,
+    AuthorsCommands,
     By,
     Catalogue,
     Commands,
+    Dialogue,
     FrameBufferNotAwaited,
+    LineOfACatalogue,
     Mdev,
     Method,
     NewLanguage,
     NoCommand,
+    Saved,
     StartedByHand,
     UdevRules,
     UsedBy,
@@ -79,6 +84,57 @@ TABLE: dict[tuple[str, str, int], Method] = {
     ("docs/installing.md", "Without systemd", 2): Mdev("/etc/mdev.conf"),
     ("docs/installing.md", "Without systemd", 3): Mdev("/lib/mdev/medium", mode=0o755, last=True),
 }
+
+# What authors read. They do all of it in the order of these, from the packages, which packaging/test has made.
+AUTHORS = ("docs/writing-catalogues.md", "catalogue/zul_catalogue.1", "simulator/zul_rehearse.1")
+OWNERS_KEY = (
+    "openssl genpkey -algorithm ed25519 -out owner.pem && openssl pkey -in owner.pem -pubout -out owner.pub.pem"
+)
+# By the first line; dialogues, and files that have a name, say by themselves what is done with them.
+AUTHORS_TABLE: dict[tuple[str, str], Method] = {
+    ("docs/writing-catalogues.md", "sudo apt install ./zul-catalogue_*.deb"): AuthorsCommands(
+        "command -v zul_catalogue"
+    ),
+    ("docs/writing-catalogues.md", "$ zul_catalogue preview card -o pictures"): Dialogue(again=True),
+    ("docs/writing-catalogues.md", "cp -r card/. /media/$USER/CARD/"): AuthorsCommands(
+        "cmp /media/reader/CARD/log.sh card/log.sh", before="install -d -o reader /media/reader /media/reader/CARD"
+    ),
+    ("docs/writing-catalogues.md", "sudo apt install ./zul-rehearsal_*.deb"): AuthorsCommands(
+        "command -v zul_rehearse"
+    ),
+    ("docs/writing-catalogues.md", 'cp -f "$new" "$program.new"'): UsedBy("examples/update-program/update.sh"),
+    ("docs/writing-catalogues.md", 'update="Update program@sh /mnt/upgrade/update.sh"'): LineOfACatalogue("update.sh"),
+    (
+        "docs/writing-catalogues.md",
+        r'logs="Clear logs@sh -c \"cd /opt/zul && rm -rf logs && sync\""',
+    ): LineOfACatalogue(),
+    (
+        "docs/writing-catalogues.md",
+        "sh /mnt/upgrade/step -c -m 755 /mnt/upgrade/zul_install/app /opt/zul/app",
+    ): UsedBy("catalogue/kit/medium/update.sh", part=r"^sh /mnt/upgrade/step -c -m "),
+    (
+        "docs/writing-catalogues.md",
+        "; zul: ignore=shell-glob because the program itself takes the pattern",
+    ): LineOfACatalogue(),
+    ("docs/writing-catalogues.md", "repos:"): UsedBy(".pre-commit-hooks.yaml", part=r"(?:entry|files|language): .+"),
+    ("catalogue/zul_catalogue.1", "zul_catalogue new card"): AuthorsCommands(
+        "test -s card.img && test -s fleet.csv",
+        before=f"rm -rf card reports; mv fleet/reports .; {OWNERS_KEY}; chown reader: owner.pem",
+    ),
+    ("simulator/zul_rehearse.1", "zul_rehearse card"): AuthorsCommands(
+        "test -s rehearsal/report.txt && test -s second/report.txt"
+    ),
+}
+
+
+def method_of(block: Block) -> Method | None:
+    """The table's, or that of a kind of block that says by itself what an author does with it."""
+    if block.document not in AUTHORS:
+        return TABLE.get(block.key)
+    if method := AUTHORS_TABLE.get(block.opening):
+        return method
+    return Dialogue() if block.language == "console" else Saved() if block.file else None
+
 
 # Which block has to be run before another, where only some are asked for.
 PACKAGE = ("README.md", "Build", 2)
