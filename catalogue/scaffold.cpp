@@ -44,16 +44,16 @@ sync # until then, a power cut takes it back
 )";
 
 const char logText[] = R"(#!/bin/sh
-# Copies the controller's log to the medium.
+# Notes on the medium how much room the controller's disks have.
 set -eu
 
 # Where only signed media are taken, nothing else of the medium can be written to.
 results=%1/zul_results
 
 mkdir -p "$results"
-cp /var/log/syslog "$results"
+df >"$results/disks.log"
 sync # until then, a pulled medium is without it
-sync "$results/syslog" # by its name: that empties a USB drive's own memory, too
+sync "$results/disks.log" # by its name: that empties a USB drive's own memory, too
 )";
 
 /// Writes the text, with the controller's path of the medium for %1.

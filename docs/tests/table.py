@@ -119,7 +119,7 @@ AUTHORS_TABLE: dict[tuple[str, str], Method] = {
     ("docs/writing-catalogues.md", "repos:"): UsedBy(".pre-commit-hooks.yaml", part=r"(?:entry|files|language): .+"),
     ("catalogue/zul_catalogue.1", "zul_catalogue new card"): AuthorsCommands(
         "test -s card.img && test -s fleet.csv",
-        before=f"rm -rf card reports; mv fleet/reports .; {OWNERS_KEY}; chown reader: owner.pem",
+        before=f"rm -rf card; cp -r /usr/share/doc/zul-catalogue/docs/fleet/reports .; {OWNERS_KEY}; chown reader: owner.pem",
     ),
     ("simulator/zul_rehearse.1", "zul_rehearse card"): AuthorsCommands(
         "test -s rehearsal/report.txt && test -s second/report.txt"
