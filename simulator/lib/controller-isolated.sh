@@ -17,7 +17,14 @@ tool_defaults=/etc/default/zul_upgrade
 tool_run=/run
 
 # What a controller's programs may not do, because it would not stay inside.
-readonly denied_capabilities="-sys_boot,-sys_admin,-sys_module,-sys_rawio,-mknod,-sys_time,-sys_ptrace,-net_admin,-sys_chroot,-syslog,-dac_read_search"
+denied_capabilities="-sys_boot,-sys_admin,-sys_module,-sys_rawio,-mknod,-sys_time,-sys_ptrace,-net_admin,-syslog,-dac_read_search"
+# The one that goes to a given root gives this up there.
+if [[ -z ${ZUL_ROOT:-} ]]; then denied_capabilities+=,-sys_chroot; fi
+readonly denied_capabilities
+# shellcheck source=root.sh
+source "$simulator/lib/root.sh"
+# shellcheck source=given-root.sh
+source "$simulator/lib/given-root.sh"
 
 prepare_controller() {
     if [[ ! -e /mnt/.zul-sandbox ]]; then die "not in a sandbox"; fi
@@ -32,6 +39,10 @@ prepare_controller() {
     # Shared, so that a medium that is mounted here appears on the controller, and goes from there when it is unmounted.
     mount -t tmpfs -o mode=755 media "$state/media"
     mount --make-shared "$state/media"
+    if [[ -n ${ZUL_ROOT:-} ]]; then
+        layer_or_copy
+        require_running_programs
+    fi
 }
 
 # Builds the controller's root and starts its first process. Everything on the controller ends with that one.
@@ -47,6 +58,14 @@ boot_controller() {
     within 20 test -e "$state/tmp/.booted" || die "the controller does not start: $(tail -n 3 "$transcript")"
     rm "$state/tmp/.booted"
     pgrep -P "$(<"$state/boot.pid")" >"$state/init.pid"
+}
+
+# note_outcomes - from the next start on, the tool tells what the commands print and come to, and runs them in a given root.
+note_outcomes() {
+    more_programs+=("$build"/simulator/{libnote_outcome.so,in_controller})
+    tool_settings+=("LD_PRELOAD=$programs/libnote_outcome.so" "ZUL_IN_CONTROLLER=$programs/in_controller"
+        "ZUL_CONTROLLER_ROOT=${ZUL_ROOT:+$given_root}")
+    if [[ -z ${ZUL_ROOT:-} ]]; then tool_settings[-1]+=/; fi
 }
 
 # note_looks - from now on, and up to a restart, "df" is the real one with a note of every look in $looks.
@@ -80,11 +99,33 @@ mount_medium() {
     local device=$1 directory=$2 content=$3 staged
     staged=$(mktemp -d "$state/staging/XXXXXX")
     # A tmpfs may carry any source name. It is filled before it appears on the controller, as a medium is.
-    mount -t tmpfs -o mode=755 "$device" "$staged"
-    cp -R "$content/." "$staged"
+    if fits_in_memory "$content"; then
+        mount -t tmpfs -o mode=755 "$device" "$staged"
+        cp -R "$content/." "$staged"
+    else
+        mount_layer_over "$content" "$device" "$staged"
+    fi
     mkdir -p "$state/media/${directory#/media/}"
     mount --bind "$staged" "$state/media/${directory#/media/}"
     umount "$staged"
+}
+
+# fits_in_memory CONTENT - with much to spare; ZUL_MEDIUM_MEMORY says another number of kilobytes.
+fits_in_memory() {
+    local available
+    available=$(awk '$1 == "MemAvailable:" { print int($2 / 4) }' /proc/meminfo)
+    (($(du -sk "$1" | cut -f 1) < ${ZUL_MEDIUM_MEMORY:-$available}))
+}
+
+# mount_layer_over CONTENT DEVICE DIRECTORY - a layer may carry any source name as well. What is written goes to
+# $state/medium/upper.
+mount_layer_over() {
+    local layer=$state/medium options
+    mkdir -p "$layer"/{lower,upper,work}
+    mount --rbind "$1" "$layer/lower"
+    options=lowerdir=$layer/lower,upperdir=$layer/upper,workdir=$layer/work
+    if in_user_namespace; then options+=,userxattr; fi
+    mount -t overlay -o "$options" "$2" "$3"
 }
 
 # Lazily: a medium that is pulled does not ask whether it is in use.
