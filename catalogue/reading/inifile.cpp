@@ -197,6 +197,7 @@ IniFile::IniFile(const QByteArray &bytes, OpenQuotes openQuotes)
     int offset = firstLine();
     LogicalLine line;
     while (readLine(&offset, &line)) {
+        semicolons += line.comments;
         if (text.at(line.begin) == '[')
             addHead(line);
         else if (line.equals >= 0)
@@ -204,6 +205,7 @@ IniFile::IniFile(const QByteArray &bytes, OpenQuotes openQuotes)
         else
             strays.append({line.begin, line.end, section, false});
     }
+    semicolons += line.comments;
 }
 
 /// Where a byte-order mark ends; but where a key stands right behind it, it is part of that key.
@@ -270,7 +272,7 @@ bool IniFile::readLine(int *offset, LogicalLine *line) const
     int &i = *offset;
     while (i < text.size() && (isBlank(text.at(i)) || isLineEnd(text.at(i))))
         ++i;
-    *line = {i, i, -1, -1, false};
+    *line = {i, i, -1, -1, false, {}};
     while (i < text.size()) {
         const char byte = text.at(i++);
         const bool first = i == line->begin + 1;
@@ -286,6 +288,7 @@ bool IniFile::readLine(int *offset, LogicalLine *line) const
         } else if (isLineEnd(byte) && first) {
             ++line->begin;
         } else if (byte == ';' && first) {
+            line->comments.append(i - 1);
             skipComment(&i, line);
         } else if ((isLineEnd(byte) && (!line->openQuote || quotes == EndWithLine))
                    || (byte == ';' && !line->openQuote)) {

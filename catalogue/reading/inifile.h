@@ -73,6 +73,11 @@ public:
     {
         return strays;
     }
+    /// The semicolons with which comments begin, in order.
+    const QVector<int> &comments() const
+    {
+        return semicolons;
+    }
     /// Whether a line goes on behind its end.
     bool runsOn() const;
     bool hasByteOrderMark() const
@@ -97,6 +102,7 @@ private:
         int equals;
         int semicolon;
         bool openQuote;
+        QVector<int> comments; ///< before it, or with the last one behind all lines
     };
 
     int firstLine() const;
@@ -113,6 +119,7 @@ private:
     QVector<IniEntry> keyLines;
     QVector<IniLine> heads;
     QVector<IniLine> strays;
+    QVector<int> semicolons;
     QVector<int> lineStarts;
 };
 

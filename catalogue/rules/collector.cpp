@@ -7,11 +7,14 @@
 #include "reading/medium.h"
 #include "rules/rules.h"
 #include "rules/subject.h"
+#include "rules/suppressions.h"
 
 #include <cstring>
 
-Collector::Collector(const Subject &itsSubject, Findings *itsFindings, Keep itsKeep)
+Collector::Collector(const Subject &itsSubject, Suppressions *itsSuppressions, Findings *itsFindings,
+                     Keep itsKeep)
     : subject(itsSubject)
+    , suppressions(itsSuppressions)
     , findings(itsFindings)
     , kept(itsKeep)
 {
@@ -43,6 +46,11 @@ void Collector::keep(Finding finding)
     finding.mendable = !finding.edits.isEmpty() && !asks && !(rule->change & AsksAuthor);
     asks = false;
     finding.end = finding.file == subject.medium.catalogue ? endOf(finding.at) : finding.at;
+    // Before they are counted: one that is meant takes the place of none that is not.
+    if (suppressions && suppressions->take(&finding)) {
+        findings->suppressed.append(finding);
+        return;
+    }
     if (count < keptOfAKind || (kept == Keep::Mendable && finding.mendable))
         findings->list.append(finding);
     else

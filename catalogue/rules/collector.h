@@ -7,6 +7,7 @@
 #include "rules/findings.h"
 
 class Subject;
+class Suppressions;
 struct IniEntry;
 struct Rule;
 
@@ -19,7 +20,8 @@ QString mendedLine(const QByteArray &bytes, const QVector<Edit> &edits);
 class Collector
 {
 public:
-    Collector(const Subject &subject, Findings *findings, Keep keep);
+    /// `suppressions` can be null.
+    Collector(const Subject &subject, Suppressions *suppressions, Findings *findings, Keep keep);
 
     void startRule(const Rule &rule);
     /// Whether the next one will be kept, or only counted, so that it need not say what would be right.
@@ -47,6 +49,7 @@ private:
     Position endOf(Position at) const;
 
     const Subject &subject;
+    Suppressions *suppressions;
     Findings *findings;
     const Keep kept;
     const Rule *rule = nullptr;

@@ -95,7 +95,7 @@ private:
         const IniFile file(text);
         const Subject lines(subject, file);
         Findings findings;
-        Collector collector(lines, &findings, Keep::Mendable);
+        Collector collector(lines, nullptr, &findings, Keep::Mendable);
         for (const Rule &rule : rules) {
             if ((rule.change & AsksAuthor) || !(rule.change & (ChangesNames | ChangesCommands)))
                 continue;
@@ -124,10 +124,10 @@ QByteArray keyIn(const Subject &subject, const QHash<int, const IniEntry *> &lin
 
 } // namespace
 
-void complete(const Subject &subject, const QVector<Rule> &rules, Findings *findings)
+void complete(const Subject &subject, const Suppressions &suppressions, const QVector<Rule> &rules,
+              Findings *findings)
 {
     const QHash<int, const IniEntry *> lines = listedLines(subject);
-    const QHash<int, QStringList> ignored = ignoredIds(subject);
     QHash<QPair<int, QByteArray>, Proposal>
         proposals; // by where the line begins, and what is proposed for it
     const auto forEachLine = [&](const auto &use) {
@@ -146,8 +146,10 @@ void complete(const Subject &subject, const QVector<Rule> &rules, Findings *find
         const Edit &edit = finding.edits.at(i);
         Proposal &proposal = proposals[{edit.begin, edit.text}];
         if (proposal.key.isEmpty())
-            proposal = {
-                key, edit.text.mid(key.size()), ignored.value(subject.file.position(edit.begin).line), {}};
+            proposal = {key,
+                        edit.text.mid(key.size()),
+                        suppressions.idsFor(subject.file.position(edit.begin).line),
+                        {}};
     });
     QVector<Proposal *> open;
     for (Proposal &proposal : proposals)

@@ -6,9 +6,12 @@
 
 #include "rules/rules.h"
 
+class Suppressions;
+
 /// Makes the line that is right by one finding right by all the others, too, which the author need not be
 /// asked about: those on the same line, and those that would be found only once the first is put right. So
 /// that whoever takes the line over has nothing found in it again. What the author has ignored stays.
-void complete(const Subject &subject, const QVector<Rule> &rules, Findings *findings);
+void complete(const Subject &subject, const Suppressions &suppressions, const QVector<Rule> &rules,
+              Findings *findings);
 
 #endif

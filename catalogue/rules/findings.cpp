@@ -33,6 +33,26 @@ const Rule *ruleOf(const QString &id)
     return byId.value(id);
 }
 
+/// How many letters have to be put in, taken out, replaced, or swapped with the next one.
+int changesBetween(const QString &a, const QString &b)
+{
+    QVector<QVector<int>> rows(a.size() + 1, QVector<int>(b.size() + 1));
+    for (int i = 0; i <= a.size(); ++i) {
+        for (int k = 0; k <= b.size(); ++k) {
+            int &least = rows[i][k];
+            if (i == 0 || k == 0) {
+                least = i + k;
+                continue;
+            }
+            const bool isSame = a.at(i - 1) == b.at(k - 1);
+            least = qMin(rows[i - 1][k - 1] + (isSame ? 0 : 1), qMin(rows[i - 1][k], rows[i][k - 1]) + 1);
+            if (i > 1 && k > 1 && a.at(i - 1) == b.at(k - 2) && a.at(i - 2) == b.at(k - 1))
+                least = qMin(least, rows[i - 2][k - 2] + 1);
+        }
+    }
+    return rows.last().last();
+}
+
 } // namespace
 
 int Findings::count(Severity severity) const
@@ -48,6 +68,23 @@ QStringList findingIds()
     for (const Rule &rule : allRules())
         ids.append(rule.id);
     return ids;
+}
+
+QStringList similarIds(const QString &word)
+{
+    constexpr int longest = 60; // letters; nobody has meant an id by more
+    const QString wanted = word.left(longest).toLower();
+    QMap<int, QStringList> byDistance;
+    for (const QString &id : findingIds()) {
+        const bool isPart = wanted.size() > 2 && id.contains(wanted);
+        const int distance = isPart ? 1 : changesBetween(wanted, id);
+        if (distance <= qMax(2, wanted.size() / 3))
+            byDistance[distance].append(id);
+    }
+    QStringList similar;
+    for (const QStringList &ids : qAsConst(byDistance))
+        similar += ids;
+    return similar;
 }
 
 Severity severityOf(const QString &id)
@@ -95,18 +132,20 @@ Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdi
 {
     Findings findings;
     const Subject subject(medium, file, verdict, screen);
-    Collector collector(subject, &findings, keep);
+    Suppressions suppressions(subject);
+    Collector collector(subject, &suppressions, &findings, keep);
     for (const Rule &rule : allRules()) {
         collector.startRule(rule);
         rule.find(subject, collector);
     }
-    suppress(subject, &findings, collector);
-    complete(subject, allRules(), &findings);
+    suppressions.tell(collector);
+    complete(subject, suppressions, allRules(), &findings);
     const auto place = [&medium](const Finding &finding) {
         return std::make_tuple(finding.file != medium.catalogue, finding.file, finding.at.line,
                                finding.at.column);
     };
-    std::stable_sort(findings.list.begin(), findings.list.end(),
-                     [&place](const Finding &a, const Finding &b) { return place(a) < place(b); });
+    for (QVector<Finding> *list : {&findings.list, &findings.suppressed})
+        std::stable_sort(list->begin(), list->end(),
+                         [&place](const Finding &a, const Finding &b) { return place(a) < place(b); });
     return findings;
 }

@@ -55,6 +55,7 @@ struct Finding {
     bool isAdvice;         ///< `right` is neither a line nor a command
     Position end = {1, 1}; ///< behind the word that begins at `at`
     QStringList also = {}; ///< ids of what the edits put right on its lines besides, once this is right
+    QString reason = {};   ///< why its author has it ignored
 };
 
 struct Findings {
@@ -74,6 +75,9 @@ Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdi
 
 /// The ids that findings can have.
 QStringList findingIds();
+
+/// Those that somebody may have meant by this word, the likeliest first.
+QStringList similarIds(const QString &word);
 
 Severity severityOf(const QString &id);
 

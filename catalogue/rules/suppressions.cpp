@@ -3,65 +3,18 @@
 
 #include "rules/suppressions.h"
 
-#include <QRegularExpression>
+#include "reading/initext.h"
+#include "rules/collector.h"
+#include "rules/rules.h"
+#include "rules/subject.h"
 
-#include <algorithm>
+#include <QRegularExpression>
 
 namespace
 {
 
-/// A comment by which an author says that findings are meant.
-struct Suppression {
-    int offset; ///< of the comment
-    int end;
-    QStringList ids;
-    bool hasReason;
-    int line; ///< the one that it is about
-};
-
 void nothing(const Subject &, Collector &)
 {
-}
-
-bool isBlankOrComment(const QByteArray &line)
-{
-    const QByteArray text = line.trimmed();
-    return text.isEmpty() || text.startsWith(';');
-}
-
-/// The first line from here on that says something.
-int nextLine(const Subject &subject, int offset)
-{
-    const QByteArray &bytes = subject.file.bytes();
-    int at = lineEnd(bytes, offset);
-    while (at < bytes.size()) {
-        const int begin = at + 1;
-        const int end = lineEnd(bytes, begin);
-        if (!isBlankOrComment(bytes.mid(begin, end - begin)))
-            return subject.file.position(begin).line;
-        at = end;
-    }
-    return -1;
-}
-
-QVector<Suppression> suppressionsIn(const Subject &subject)
-{
-    static const QRegularExpression comment(
-        ";[ \\t]*zul:[ \\t]*ignore=([\\w,-]*)(?:[ \\t]+because[ \\t]+(\\S[^\\r\\n]*))?");
-    QVector<Suppression> found;
-    if (!subject.file.bytes().contains("zul:"))
-        return found;
-    const QString text = QString::fromLatin1(subject.file.bytes()); // a character for each byte
-    for (auto matches = comment.globalMatch(text); matches.hasNext();) {
-        const QRegularExpressionMatch match = matches.next();
-        const int begin = subject.file.lineStart(match.capturedStart());
-        const bool isAlone = text.midRef(begin, match.capturedStart() - begin).trimmed().isEmpty();
-        found.append(
-            {match.capturedStart(), match.capturedEnd(),
-             match.captured(1).split(',', QString::SkipEmptyParts), !match.captured(2).isEmpty(),
-             isAlone ? nextLine(subject, match.capturedStart()) : subject.file.position(begin).line});
-    }
-    return found;
 }
 
 const Rule &unused()
@@ -78,19 +31,41 @@ const Rule &withoutReason()
     return rule;
 }
 
-/// Whether the findings had one of this id on the line; it is not among them any more.
-bool takeOut(Findings *findings, const QString &catalogue, const QString &id, int line)
+bool isBlankOrComment(const QByteArray &line)
 {
-    const auto isMeant = [&](const Finding &finding) {
-        return finding.id == id && finding.file == catalogue && finding.at.line == line;
-    };
-    const auto end = std::stable_partition(findings->list.begin(), findings->list.end(),
-                                           [&](const Finding &finding) { return !isMeant(finding); });
-    const bool any = end != findings->list.end();
-    for (auto finding = end; finding != findings->list.end(); ++finding)
-        findings->suppressed.append(*finding);
-    findings->list.erase(end, findings->list.end());
-    return any;
+    const QByteArray text = line.trimmed();
+    return text.isEmpty() || text.startsWith(';');
+}
+
+/// The first line from here on that says something.
+int nextLine(const IniFile &file, int offset)
+{
+    const QByteArray &bytes = file.bytes();
+    int at = lineEnd(bytes, offset);
+    while (at < bytes.size()) {
+        const int begin = at + 1;
+        const int end = lineEnd(bytes, begin);
+        if (!isBlankOrComment(bytes.mid(begin, end - begin)))
+            return file.position(begin).line;
+        at = end;
+    }
+    return -1;
+}
+
+/// Where the first line that says something begins.
+int firstOffset(const IniFile &file)
+{
+    int first = file.bytes().size();
+    if (!file.sections().isEmpty())
+        first = qMin(first, file.sections().first().begin);
+    if (!file.entries().isEmpty())
+        first = qMin(first, file.entries().first().begin);
+    return file.strayLines().isEmpty() ? first : qMin(first, file.strayLines().first().begin);
+}
+
+QString commentFor(const QStringList &ids, const QString &reason)
+{
+    return "; zul: ignore=" + ids.join(',') + " because " + (reason.isEmpty() ? "REASON" : reason);
 }
 
 } // namespace
@@ -100,38 +75,131 @@ QVector<Rule> suppressionRules()
     return {unused(), withoutReason()};
 }
 
-QHash<int, QStringList> ignoredIds(const Subject &subject)
+Suppressions::Suppressions(const Subject &itsSubject)
+    : subject(itsSubject)
 {
-    QHash<int, QStringList> ids;
-    for (const Suppression &one : suppressionsIn(subject))
-        ids[one.line] += one.ids;
+    // Line by line, as it is meant: an open quotation mark makes no comment a part of a value.
+    const IniFile &file = subject.asWritten();
+    const QByteArray &bytes = file.bytes();
+    if (!bytes.toLower().contains("zul:"))
+        return;
+    static const QRegularExpression mark("^;[ \\t]*zul:", QRegularExpression::CaseInsensitiveOption);
+    const int first = firstOffset(file);
+    for (const int begin : file.comments()) {
+        const int end = lineEnd(bytes, begin);
+        const QString text = textOf(bytes.mid(begin, end - begin));
+        const QRegularExpressionMatch match = mark.match(text);
+        if (!match.hasMatch())
+            continue;
+        Comment comment = understood(text.mid(match.capturedEnd()).trimmed());
+        const int lineStart = file.lineStart(begin);
+        const bool isAlone = bytes.mid(lineStart, begin - lineStart).trimmed().isEmpty();
+        comment.begin = begin;
+        comment.end = end;
+        comment.isAboutMedium = begin < first;
+        comment.line = isAlone ? nextLine(file, begin) : file.position(begin).line;
+        byLine[comment.isAboutMedium ? 0 : comment.line].append(comments.size());
+        comments.append(comment);
+    }
+}
+
+/// Without "because", the names end where the first of them has another word behind it.
+Suppressions::Comment Suppressions::understood(const QString &text)
+{
+    static const QRegularExpression ignore("^ignore\\s*=\\s*", QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression because("(^|\\s+)because(\\s+|$)",
+                                            QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression blanks("\\s+");
+    Comment comment = {};
+    const QRegularExpressionMatch match = ignore.match(text);
+    comment.isUnderstood = match.hasMatch();
+    const QString rest = text.mid(match.capturedEnd());
+    const QRegularExpressionMatch word = because.match(rest);
+    if (word.hasMatch())
+        comment.reason = rest.mid(word.capturedEnd());
+    for (const QString &item : rest.left(word.hasMatch() ? word.capturedStart() : rest.size()).split(',')) {
+        const QString id = item.trimmed().section(blanks, 0, 0);
+        if (!id.isEmpty())
+            comment.ids.append(id);
+        if (id != item.trimmed())
+            break;
+    }
+    return comment;
+}
+
+bool Suppressions::take(Finding *finding)
+{
+    if (comments.isEmpty() || finding->id.startsWith("suppression-"))
+        return false;
+    const bool isHere = finding->file == subject.medium.catalogue;
+    const QVector<int> about = isHere ? commentsAbout(finding->at.line) : byLine.value(0);
+    bool isMeant = false;
+    for (const int number : about) {
+        Comment &comment = comments[number];
+        if (!comment.ids.contains(finding->id))
+            continue;
+        if (!comment.used.contains(finding->id))
+            comment.used.append(finding->id);
+        if (!isMeant)
+            finding->reason = comment.reason;
+        isMeant = true;
+    }
+    return isMeant;
+}
+
+QVector<int> Suppressions::commentsAbout(int line) const
+{
+    return byLine.value(0) + byLine.value(line);
+}
+
+QStringList Suppressions::idsFor(int line) const
+{
+    QStringList ids;
+    for (const int number : commentsAbout(line))
+        ids += comments.at(number).ids;
     return ids;
 }
 
-void suppress(const Subject &subject, Findings *findings, Collector &collector)
+void Suppressions::tell(Collector &collector) const
 {
-    const QVector<Suppression> suppressions = suppressionsIn(subject);
-    const QString catalogue = subject.medium.catalogue;
     collector.startRule(unused());
-    for (const Suppression &one : suppressions) {
-        QStringList idle;
-        for (const QString &id : one.ids) {
-            // Of many of a kind only the first are listed, and it may be one of the others.
-            if (!takeOut(findings, catalogue, id, one.line) && !findings->omitted.contains(id))
-                idle.append(id);
-        }
-        if (!idle.isEmpty() || one.ids.isEmpty())
-            collector.replace(one.offset, one.end, one.offset,
-                              one.ids.isEmpty()
-                                  ? QString("This comment names no finding to be ignored")
-                                  : QString("Nothing is found here that is called %1").arg(idle.join(", ")),
-                              "; zul:");
-    }
+    for (const Comment &comment : comments)
+        tellUnused(comment, collector);
     collector.startRule(withoutReason());
-    for (const Suppression &one : suppressions) {
-        if (!one.hasReason && !one.ids.isEmpty())
-            collector.replace(one.offset, one.end, one.offset,
+    for (const Comment &comment : comments) {
+        if (comment.reason.isEmpty() && !comment.ids.isEmpty() && comment.isUnderstood)
+            collector.replace(comment.begin, comment.end, comment.begin,
                               "A finding is ignored here, and nobody will know why",
-                              "; zul: ignore=" + one.ids.join(',') + " because REASON");
+                              commentFor(comment.ids, QString()));
+    }
+}
+
+void Suppressions::tellUnused(const Comment &comment, Collector &collector) const
+{
+    const auto say = [&](const QString &message, const QStringList &right) {
+        if (right.isEmpty())
+            collector.advise(comment.begin, message, "the line without this comment");
+        else
+            collector.replace(comment.begin, comment.end, comment.begin, message,
+                              commentFor(right, comment.reason));
+    };
+    if (!comment.isUnderstood) {
+        say("This comment does nothing, as it is not of the form that ignores a finding", {"ID"});
+        return;
+    }
+    if (comment.ids.isEmpty())
+        say("This comment names no finding to be ignored", {"ID"});
+    for (const QString &id : comment.ids) {
+        if (comment.used.contains(id))
+            continue;
+        QStringList right = comment.ids;
+        const bool isKnown = findingIds().contains(id);
+        const QStringList similar = isKnown || !collector.hasRoom() ? QStringList() : similarIds(id);
+        if (similar.isEmpty())
+            right.removeAll(id);
+        else
+            right.replace(right.indexOf(id), similar.first());
+        say(QString(isKnown ? "Nothing is found here that is called %1" : "No finding is called %1").arg(id),
+            right);
     }
 }

@@ -4,18 +4,52 @@
 #ifndef SUPPRESSIONS_H
 #define SUPPRESSIONS_H
 
-#include "rules/rules.h"
+#include "rules/findings.h"
 
 #include <QHash>
 
-/// The rules on comments by which an author says that a finding is meant. They find nothing by themselves.
+class Collector;
+class Subject;
+struct Rule;
+
+/// What can be said about the comments by which an author says that findings are meant.
 QVector<Rule> suppressionRules();
 
-/// What the author has ignored, by the line that it is about.
-QHash<int, QStringList> ignoredIds(const Subject &subject);
+/// The comments of a catalogue that read "; zul: ignore=ID because REASON". Each is about its own line; alone
+/// on a line, about the next one that says something; above everything else, about the whole medium.
+class Suppressions
+{
+public:
+    explicit Suppressions(const Subject &subject);
 
-/// Takes out the findings that the author has given a reason for, "; zul: ignore=ID because REASON", on the
-/// line of that comment or on the one below; tells of a comment that takes nothing out, or gives no reason.
-void suppress(const Subject &subject, Findings *findings, Collector &collector);
+    /// Whether the finding is meant; it knows the reason then.
+    bool take(Finding *finding);
+
+    /// The ids that are ignored on this line of the catalogue.
+    QStringList idsFor(int line) const;
+
+    /// Those that were of no use, and those that do not say why.
+    void tell(Collector &collector) const;
+
+private:
+    struct Comment {
+        int begin;
+        int end;
+        bool isUnderstood;
+        QStringList ids;
+        QString reason;
+        bool isAboutMedium;
+        int line; ///< the one that it is about; -1 when none comes
+        QStringList used;
+    };
+
+    static Comment understood(const QString &text);
+    QVector<int> commentsAbout(int line) const;
+    void tellUnused(const Comment &comment, Collector &collector) const;
+
+    const Subject &subject;
+    QVector<Comment> comments;
+    QHash<int, QVector<int>> byLine; ///< their numbers; line 0 is the medium
+};
 
 #endif
