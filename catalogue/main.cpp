@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The zul_upgrade authors
 // SPDX-License-Identifier: MIT
 
+#include "checking.h"
 #include "common/failure.h"
 #include "common/share.h"
 #include "image/image.h"
@@ -11,7 +12,6 @@
 #include "options.h"
 #include "reading/medium.h"
 #include "report/explanation.h"
-#include "report/formats.h"
 #include "report/report.h"
 #include "results/fleetreport.h"
 #include "scaffold.h"
@@ -22,26 +22,20 @@
 #include "window/screen.h"
 
 #include <QApplication>
-#include <QDateTime>
-#include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QFontInfo>
 #include <QTemporaryDir>
 #include <QTextCodec>
 
+#include <csignal>
 #include <cstdio>
+#include <fcntl.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace
 {
-
-int fail(int exitCode, const QString &message)
-{
-    std::fprintf(stderr, "zul_catalogue: %s\n", qPrintable(printable(message)));
-    return exitCode;
-}
 
 /// The controller's fonts and settings, whatever this computer has; no display, no theme of a desktop.
 void takeControllersScreen()
@@ -63,6 +57,15 @@ void takeControllersScreen()
     }
 }
 
+/// One that is closed would else be the next file that is opened, and be read from and written to as that.
+void holdStandardStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0)
+            std::ignore = open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
 /// The tool's debug lines are not for the author.
 void printFatalOnly(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
@@ -78,32 +81,6 @@ void warnOfOtherFonts()
                     + family);
 }
 
-bool wantsColours()
-{
-    return isatty(STDOUT_FILENO) && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
-}
-
-/// A medium and all that is found in it.
-struct Check {
-    Medium medium;
-    Verdict verdict;
-    Findings findings;
-};
-
-/// What stands on the standard input, in a file of its own for the window to read.
-bool openStandardInput(const QTemporaryDir &folder, Medium *medium, Failure *failure)
-{
-    QFile input;
-    QFile copy(folder.filePath("standard-input"));
-    if (!input.open(stdin, QIODevice::ReadOnly) || !copy.open(QIODevice::WriteOnly)) {
-        *failure = {ExitNoInput, "the standard input cannot be read"};
-        return false;
-    }
-    copy.write(input.read(largestCatalogue + 1));
-    copy.close();
-    return openMedium(copy.fileName(), medium, failure);
-}
-
 bool readMedium(const Options &options, const QString &argument, Medium *medium, Failure *failure)
 {
     if (!openMedium(argument, medium, failure))
@@ -113,110 +90,21 @@ bool readMedium(const Options &options, const QString &argument, Medium *medium,
     return true;
 }
 
-bool checkOne(const Options &options, const QString &argument, const Screen &screen, Check *check,
-              Failure *failure)
-{
-    const QTemporaryDir folder;
-    const bool isInput = argument == "-";
-    if (isInput ? !openStandardInput(folder, &check->medium, failure)
-                : !readMedium(options, argument, &check->medium, failure))
-        return false;
-    Medium &medium = check->medium;
-    check->verdict = readVerdict(medium.catalogue);
-    if (isInput)
-        medium.catalogue = "-";
-    check->findings = findAll(medium, IniFile(medium.bytes), check->verdict, screen);
-    return true;
-}
-
-QByteArray reportOn(const Options &options, const QVector<Check> &checks)
-{
-    QVector<Checked> media;
-    for (const Check &one : checks)
-        media.append({one.medium, one.verdict, one.findings});
-    if (options.format == "sarif")
-        return sarifReport(media, ZUL_VERSION);
-    if (options.format == "github")
-        return githubReport(media);
-    if (options.format == "json")
-        return jsonReports(media);
-    QByteArray report;
-    for (const Check &one : checks)
-        report += (report.isEmpty() ? "" : "\n")
-                  + textReport(one.medium, one.verdict, one.findings, wantsColours());
-    return report;
-}
-
-int checkOnce(const Options &options)
-{
-    const Screen screen;
-    QVector<Check> checks;
-    int exitCode = ExitClean;
-    for (const QString &argument : options.words.mid(1)) {
-        Check one;
-        Failure failure;
-        if (!checkOne(options, argument, screen, &one, &failure)) {
-            exitCode = qMax(exitCode, fail(failure.exitCode, failure.message));
-            continue;
-        }
-        exitCode = qMax(exitCode, exitCodeOf(one.findings, options.strict));
-        checks.append(one);
-    }
-    if (checks.isEmpty())
-        return exitCode;
-    const QByteArray report = reportOn(options, checks);
-    std::fwrite(report.constData(), 1, static_cast<size_t>(report.size()), stdout);
-    return exitCode;
-}
-
-/// What tells that something has changed: the names, sizes and times of all files.
-QByteArray stateOf(const QStringList &arguments)
-{
-    QByteArray state;
-    const auto add = [&state](const QFileInfo &info) {
-        state += info.filePath().toUtf8() + ' ' + QByteArray::number(info.size()) + ' '
-                 + QByteArray::number(info.lastModified().toMSecsSinceEpoch()) + '\n';
-    };
-    for (const QString &argument : arguments) {
-        add(QFileInfo(argument));
-        if (!QFileInfo(argument).isDir())
-            continue;
-        const auto all = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
-        QDirIterator files(argument, all, QDirIterator::Subdirectories);
-        while (files.hasNext()) {
-            files.next();
-            add(files.fileInfo());
-        }
-    }
-    return state;
-}
-
-/// Until somebody stops it, or nobody reads it.
-int watch(const Options &options)
-{
-    constexpr unsigned int pause = 300000; // microseconds
-    const QStringList arguments = options.words.mid(1);
-    for (;;) {
-        const QByteArray state = stateOf(arguments);
-        if (isatty(STDOUT_FILENO))
-            std::fputs("\x1b[2J\x1b[H", stdout);
-        checkOnce(options);
-        if (std::fflush(stdout) != 0)
-            return ExitNoOutput;
-        while (stateOf(arguments) == state)
-            usleep(pause);
-    }
-}
-
 int explain(const QStringList &ids)
 {
     QStringList paragraphs;
     for (const QString &id : ids) {
         paragraphs.append(explanationOf(id));
         if (paragraphs.last().isEmpty())
-            return fail(ExitUsage, id + ": no such finding; see zul_catalogue rules");
+            return fail(ExitUsage, unknownFinding(id));
     }
     std::printf("%s\n", paragraphs.join("\n\n").toUtf8().constData());
+    return ExitClean;
+}
+
+int listRules(const QString &format)
+{
+    std::fputs((format == "json" ? ruleListJson() : ruleList()).constData(), stdout);
     return ExitClean;
 }
 
@@ -356,6 +244,7 @@ int image(const Options &options)
         return fail(failure.exitCode, failure.message);
     if (medium.root.isEmpty())
         return fail(ExitData, medium.catalogue + ": not in a medium, of which an image is made");
+    std::signal(SIGPIPE, SIG_DFL); // which what is started would have, too
     becomeImageMaker(medium.root, options.output, options.size, &failure);
     return fail(failure.exitCode, failure.message);
 }
@@ -390,13 +279,9 @@ int run(const Options &options)
         return verify(options);
     if (command == "results")
         return results(options);
-    if (command == "explain")
-        return explain(options.words.mid(1));
-    if (command == "rules")
-        return std::printf("%s", ruleList().constData()) < 0 ? ExitNoOutput : ExitClean;
     if (command == "check") {
         warnOfOtherFonts();
-        return options.watch ? watch(options) : checkOnce(options);
+        return options.watch ? watch(options) : check(options);
     }
     Medium medium;
     if (!readMedium(options, options.words.at(1), &medium, &failure))
@@ -414,6 +299,8 @@ int run(const Options &options)
 
 int main(int argc, char *argv[])
 {
+    holdStandardStreams();
+    std::signal(SIGPIPE, SIG_IGN); // output that nobody reads is an exit code, and nothing stays behind
     qInstallMessageHandler(printFatalOnly);
     takeControllersScreen();
     // The controller's Qt takes UTF-8 for the local encoding; what names look like depends on it.
@@ -429,8 +316,14 @@ int main(int argc, char *argv[])
     if (options.help || options.version)
         return ended(printAbout(options));
 
-    if (options.words.at(0) == "image")
+    // Without the toolkit, whose fonts take longer than they do.
+    const QString command = options.words.at(0);
+    if (command == "image")
         return image(options);
+    if (command == "explain")
+        return ended(explain(options.words.mid(1)));
+    if (command == "rules")
+        return ended(listRules(options.format));
     int noArguments = 1;               // the toolkit has options of its own, which are not for the author
     const QTemporaryDir runtimeFolder; // without one, the toolkit would leave one of its own in /tmp
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))

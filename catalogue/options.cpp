@@ -95,6 +95,8 @@ QString wrongUsage(const Options &options, const QCommandLineParser &parser)
     }
     for (const CommandOption &option : command->options)
         wrong.append(wrongValue(*command, option, parser.values(option.name())));
+    if (parser.isSet("json") && parser.isSet("format") && parser.value("format") != "json")
+        wrong.append("--json and --format ask for two formats");
     if (options.watch && options.words.contains("-"))
         wrong.append("what is read once cannot be watched");
     if (name == "sign")

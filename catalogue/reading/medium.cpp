@@ -36,7 +36,11 @@ bool findCatalogue(const QString &argument, Medium *medium, Failure *failure)
 {
     const QFileInfo info(argument);
     if (!info.exists())
-        return fail(failure, ExitNoInput, argument + ": there is no such file or folder");
+        return fail(failure, ExitNoInput,
+                    argument
+                        + (argument.contains(QChar::ReplacementCharacter)
+                               ? ": not found; its name may be of bytes that are not UTF-8"
+                               : ": there is no such file or folder"));
     if (info.isDir()) {
         medium->root = QDir::cleanPath(argument); // as a shell completes it, it ends with a slash
         medium->catalogue = QDir::cleanPath(argument + '/' + catalogueName);
@@ -48,8 +52,7 @@ bool findCatalogue(const QString &argument, Medium *medium, Failure *failure)
                         .arg(argument, catalogueName, other.isEmpty() ? "" : " (but " + other + ')'));
     }
     medium->catalogue = argument;
-    if (QFileInfo(info.absolutePath()).fileName() == installFolder())
-        medium->root = QDir::cleanPath(info.path() + "/..");
+    medium->root = rootOf(argument);
     return true;
 }
 
@@ -87,6 +90,13 @@ QString Medium::local(const QString &pathOnController) const
     if (root.isEmpty() || !pathOnController.startsWith(mediumFolder))
         return QString();
     return QDir::cleanPath(root + '/' + pathOnController.mid(static_cast<int>(sizeof mediumFolder) - 1));
+}
+
+QString rootOf(const QString &catalogue)
+{
+    const QFileInfo info(catalogue);
+    const bool isInMedium = QFileInfo(info.absolutePath()).fileName() == installFolder();
+    return isInMedium ? QDir::cleanPath(info.path() + "/..") : QString();
 }
 
 bool openMedium(const QString &argument, Medium *medium, Failure *failure)

@@ -27,6 +27,9 @@ struct Medium {
 /// Finds and reads the catalogue of `argument`, a medium's folder or a catalogue.
 bool openMedium(const QString &argument, Medium *medium, Failure *failure);
 
+/// The folder of the medium that this catalogue is in; empty where it is in none.
+QString rootOf(const QString &catalogue);
+
 /// The files below a folder, for finding out how they are spelled. Each folder is listed once.
 class SpelledFiles
 {

@@ -11,7 +11,19 @@
 /// is none.
 QString explanationOf(const QString &id);
 
-/// Every id, its severity, and whether "fix" puts it right, asks, or does either.
+/// Its first sentence, without marks.
+QString summaryOf(const QString &id);
+
+/// A paragraph of the manual without its marks, on one line.
+QString plainText(const QString &markdown);
+
+/// What to say where there is no finding of this id: which ones may be meant.
+QString unknownFinding(const QString &id);
+
+/// Every id, its severity, whether "fix" puts it right, asks, or does either, and what it is about.
 QByteArray ruleList();
+
+/// The same for programs.
+QByteArray ruleListJson();
 
 #endif

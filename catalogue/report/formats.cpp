@@ -5,94 +5,15 @@
 
 #include "reading/initext.h"
 #include "reading/medium.h"
-#include "report/explanation.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QUrl>
-
-#include <algorithm>
 
 namespace
 {
 
-QString levelOf(Severity severity)
-{
-    return severityName(severity); // the same words
-}
-
-QJsonObject textObject(const QString &text)
-{
-    return {{"text", text}};
-}
-
-QString uriOf(const QString &path)
-{
-    return QString::fromLatin1(QUrl::toPercentEncoding(path, "/"));
-}
-
-/// A column that counts characters, from one that counts bytes.
-int characterColumn(const QByteArray &bytes, const IniFile &file, Position at)
-{
-    const int begin = file.lineBegin(at.line);
-    return begin < 0 ? at.column : textOf(bytes.mid(begin, at.column - 1)).toUcs4().size() + 1;
-}
-
-QJsonObject regionOf(const Checked &one, const IniFile &file, const Finding &finding)
-{
-    if (finding.file != one.medium.catalogue)
-        return {{"startLine", finding.at.line}};
-    const QByteArray &bytes = one.medium.bytes;
-    return {{"startLine", finding.at.line},
-            {"startColumn", characterColumn(bytes, file, finding.at)},
-            {"endLine", finding.end.line},
-            {"endColumn", characterColumn(bytes, file, finding.end)}};
-}
-
-QJsonArray fixesOf(const Finding &finding)
-{
-    QJsonArray replacements;
-    for (const Edit &edit : finding.edits) {
-        QJsonObject replacement{{"deletedRegion", QJsonObject{{"byteOffset", edit.begin},
-                                                              {"byteLength", edit.end - edit.begin}}}};
-        if (!edit.text.isEmpty())
-            replacement["insertedContent"] = textObject(textOf(edit.text));
-        replacements.append(replacement);
-    }
-    const QJsonObject change{{"artifactLocation", QJsonObject{{"uri", uriOf(finding.file)}}},
-                             {"replacements", replacements}};
-    return {QJsonObject{{"description", textObject(printable(finding.right))},
-                        {"artifactChanges", QJsonArray{change}}}};
-}
-
-QJsonObject resultOf(const Checked &one, const IniFile &file, const Finding &finding, bool isSuppressed)
-{
-    const QJsonObject place{{"artifactLocation", QJsonObject{{"uri", uriOf(finding.file)}}},
-                            {"region", regionOf(one, file, finding)}};
-    QJsonObject result{{"ruleId", finding.id},
-                       {"ruleIndex", findingIds().indexOf(finding.id)},
-                       {"level", levelOf(finding.severity)},
-                       {"message", textObject(printable(finding.message))},
-                       {"locations", QJsonArray{QJsonObject{{"physicalLocation", place}}}}};
-    if (!finding.edits.isEmpty())
-        result["fixes"] = fixesOf(finding);
-    if (isSuppressed)
-        result["suppressions"] = QJsonArray{QJsonObject{{"kind", "inSource"}}};
-    return result;
-}
-
-QJsonArray ruleObjects()
-{
-    QJsonArray rules;
-    for (const QString &id : findingIds())
-        rules.append(QJsonObject{{"id", id},
-                                 {"fullDescription", textObject(explanationOf(id))},
-                                 {"defaultConfiguration", QJsonObject{{"level", levelOf(severityOf(id))}}}});
-    return rules;
-}
-
-/// As a property of a workflow's command takes it.
+/// As a property of a workflow's command takes it, or the text behind it.
 QString escaped(const QString &text, bool isProperty)
 {
     QString taken = text;
@@ -100,54 +21,64 @@ QString escaped(const QString &text, bool isProperty)
     return isProperty ? taken.replace(':', "%3A").replace(',', "%2C") : taken;
 }
 
+/// Of another file than the catalogue only the line is told; its bytes are not at hand.
+QString githubLine(const Checked &one, const IniFile &file, const Finding &finding)
+{
+    const QString command = finding.severity == Severity::Note ? "notice" : severityName(finding.severity);
+    QString place = QString(",line=%1,endLine=%2").arg(finding.at.line).arg(finding.end.line);
+    if (finding.file == one.medium.catalogue)
+        place += QString(",col=%1,endColumn=%2")
+                     .arg(characterColumn(file, finding.at))
+                     .arg(characterColumn(file, finding.end));
+    const QString text = printable(finding.message) + "\nright: " + printable(finding.right);
+    return "::" + command + " file=" + escaped(finding.file, true) + place + ",title=" + finding.id
+           + "::" + escaped(text, false) + '\n';
+}
+
 } // namespace
 
-QByteArray jsonReports(const QVector<Checked> &media)
+int characterColumn(const IniFile &file, Position at)
 {
-    QJsonArray reports;
-    for (const Checked &one : media) {
-        const QByteArray report = jsonReport(one.medium, one.verdict, one.findings);
-        if (media.size() == 1)
-            return report;
-        reports.append(QJsonDocument::fromJson(report).object());
+    const int begin = file.lineBegin(at.line);
+    if (begin < 0)
+        return at.column;
+    QByteArray before = file.bytes().mid(begin, at.column - 1);
+    if (at.line == 1 && file.hasByteOrderMark())
+        before.remove(0, 3);
+    return textOf(before).toUcs4().size() + 1;
+}
+
+QByteArray jsonReports(const Checks &checks)
+{
+    if (!checks.areSeveral && !checks.media.isEmpty()) {
+        const Checked &one = checks.media.first();
+        return jsonReport(one.medium, one.verdict, one.findings);
     }
-    const QJsonObject all{{"format", "zul_catalogue checks"}, {"version", 1}, {"media", reports}};
+    QJsonArray reports;
+    for (const Checked &one : checks.media)
+        reports.append(QJsonDocument::fromJson(jsonReport(one.medium, one.verdict, one.findings)).object());
+    QJsonArray unchecked;
+    for (const Unchecked &one : checks.unchecked)
+        unchecked.append(QJsonObject{
+            {"medium", one.argument}, {"message", one.failure.message}, {"exitCode", one.failure.exitCode}});
+    const QJsonObject all{
+        {"format", "zul_catalogue checks"}, {"version", 1}, {"media", reports}, {"unchecked", unchecked}};
     return QJsonDocument(all).toJson();
 }
 
-QByteArray sarifReport(const QVector<Checked> &media, const QString &version)
-{
-    QJsonArray results;
-    for (const Checked &one : media) {
-        const IniFile file(one.medium.bytes);
-        for (const Finding &finding : one.findings.list)
-            results.append(resultOf(one, file, finding, false));
-        for (const Finding &finding : one.findings.suppressed)
-            results.append(resultOf(one, file, finding, true));
-    }
-    const QJsonObject driver{{"name", "zul_catalogue"}, {"version", version}, {"rules", ruleObjects()}};
-    const QJsonObject run{
-        {"tool", QJsonObject{{"driver", driver}}}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
-    const QJsonObject report{{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"},
-                             {"version", "2.1.0"},
-                             {"runs", QJsonArray{run}}};
-    return QJsonDocument(report).toJson();
-}
-
-QByteArray githubReport(const QVector<Checked> &media)
+QByteArray githubReport(const Checks &checks)
 {
     QString report;
-    for (const Checked &one : media) {
-        for (const Finding &finding : one.findings.list) {
-            const QString command =
-                finding.severity == Severity::Note ? "notice" : severityName(finding.severity);
-            report +=
-                QString("::%1 file=%2,line=%3,endLine=%4,col=%5,endColumn=%6,title=%7::%8\n")
-                    .arg(command, escaped(printable(finding.file), true), QString::number(finding.at.line),
-                         QString::number(finding.end.line), QString::number(finding.at.column),
-                         QString::number(finding.end.column), finding.id,
-                         escaped(printable(finding.message) + "\nright: " + printable(finding.right), false));
-        }
+    for (const Checked &one : checks.media) {
+        const IniFile file(one.medium.bytes);
+        for (const Finding &finding : one.findings.list)
+            report += githubLine(one, file, finding);
+        const QMap<QString, int> &omitted = one.findings.omitted;
+        for (auto more = omitted.begin(); more != omitted.end(); ++more)
+            report += "::notice file=" + escaped(one.medium.catalogue, true) + ",title=" + more.key()
+                      + QString("::and %1 more\n").arg(more.value());
     }
+    for (const Unchecked &one : checks.unchecked)
+        report += "::error title=zul_catalogue::" + escaped(printable(one.failure.message), false) + '\n';
     return report.toUtf8();
 }

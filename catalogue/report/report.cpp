@@ -12,6 +12,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cstdio>
+#include <unistd.h>
+
 namespace
 {
 
@@ -91,7 +94,9 @@ private:
             text += '\n';
         text += counted(findings.count(Severity::Error), "error") + ", "
                 + counted(findings.count(Severity::Warning), "warning") + ", "
-                + counted(findings.count(Severity::Note), "note") + '\n';
+                + counted(findings.count(Severity::Note), "note");
+        text +=
+            findings.suppressed.isEmpty() ? "\n" : QString(", %1 ignored\n").arg(findings.suppressed.size());
     }
 
     void addHeading(const Verdict &verdict)
@@ -265,8 +270,11 @@ QByteArray jsonReport(const Medium &medium, const Verdict &verdict, const Findin
     for (const Finding &finding : findings.list)
         list.append(findingObject(finding));
     QJsonArray suppressed;
-    for (const Finding &finding : findings.suppressed)
-        suppressed.append(findingObject(finding));
+    for (const Finding &finding : findings.suppressed) {
+        QJsonObject object = findingObject(finding);
+        object["reason"] = finding.reason;
+        suppressed.append(object);
+    }
     QJsonObject omitted;
     for (auto more = findings.omitted.begin(); more != findings.omitted.end(); ++more)
         omitted[more.key()] = more.value();
@@ -285,6 +293,17 @@ QByteArray jsonReport(const Medium &medium, const Verdict &verdict, const Findin
                              {"warnings", findings.count(Severity::Warning)},
                              {"notes", findings.count(Severity::Note)}};
     return QJsonDocument(report).toJson();
+}
+
+int fail(int exitCode, const QString &message)
+{
+    std::fprintf(stderr, "zul_catalogue: %s\n", qPrintable(printable(message)));
+    return exitCode;
+}
+
+bool wantsColours()
+{
+    return isatty(STDOUT_FILENO) && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
 }
 
 int exitCodeOf(const Findings &findings, bool strict)

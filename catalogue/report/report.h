@@ -21,6 +21,12 @@ QByteArray mendingReport(const Mended &mended, bool colours);
 /// The report for programs. Its form has a version; a new field does not change it, anything else does.
 QByteArray jsonReport(const Medium &medium, const Verdict &verdict, const Findings &findings);
 
+/// Prints a line for the user, beside the reports; returns the exit code.
+int fail(int exitCode, const QString &message);
+
+/// Whether the standard output is a terminal that shows them, and its user wants them.
+bool wantsColours();
+
 /// 0 clean, 1 warnings that count, 2 errors.
 int exitCodeOf(const Findings &findings, bool strict);
 

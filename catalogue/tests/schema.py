@@ -12,7 +12,7 @@ SCHEMAS = pathlib.Path(__file__).resolve().parent.parent / "schemas"
 KINDS: dict[str, Any] = {"object": dict, "array": list, "string": str, "boolean": bool, "integer": int}
 KNOWN = {
     *("$schema", "$ref", "title", "definitions", "type", "const", "enum", "required", "properties", "items"),
-    *("additionalProperties", "minItems", "minLength", "minimum", "maximum", "pattern", "oneOf"),
+    *("additionalProperties", "minItems", "minLength", "minimum", "maximum", "pattern", "format", "oneOf"),
 }
 
 
