@@ -7,31 +7,25 @@
 
 #include <cstring>
 
-namespace
-{
-
-QString escaped(ushort unit, bool afterEscape)
-{
-    if (unit == '"' || unit == '\\')
-        return QString("\\") + QChar(unit);
-    const bool joins = afterEscape && unit < 0x80 && isHexDigit(static_cast<char>(unit));
-    if (unit >= 0x20 && unit < 0x7f && !joins)
-        return QChar(unit);
-    return "\\x" + QString::number(unit, 16);
-}
-
-} // namespace
-
 QString iniLine(const QString &key, const QString &value)
 {
     QString line;
+    line.reserve(key.size() + value.size() + value.size() / 4 + 4);
+    line.append(key).append(QLatin1String("=\""));
     bool afterEscape = false;
     for (const QChar character : value) {
-        const QString part = escaped(character.unicode(), afterEscape);
-        afterEscape = part.startsWith("\\x");
-        line += part;
+        const ushort unit = character.unicode();
+        const bool isMark = unit == '"' || unit == '\\';
+        const bool joins = afterEscape && unit < 0x80 && isHexDigit(static_cast<char>(unit));
+        afterEscape = !isMark && (unit < 0x20 || unit >= 0x7f || joins);
+        if (afterEscape)
+            line.append(QLatin1String("\\x")).append(QString::number(unit, 16));
+        else if (isMark)
+            line.append('\\').append(character);
+        else
+            line.append(character);
     }
-    return key + "=\"" + line + '"';
+    return line.append('"');
 }
 
 QString writtenKey(const QString &key)

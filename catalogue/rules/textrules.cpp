@@ -49,11 +49,11 @@ QString named(QChar character)
 /// Where in the file the character of the entry is written, as it is or as an escape.
 int offsetOf(const Subject &subject, const IniEntry &entry, QChar character)
 {
-    const QByteArray &bytes = subject.file.bytes();
-    const int raw = bytes.indexOf(QString(character).toUtf8(), entry.begin);
-    if (raw >= 0 && raw < entry.end)
-        return raw;
-    const QByteArray line = bytes.mid(entry.begin, entry.end - entry.begin).toLower();
+    QByteArray line = subject.file.bytes().mid(entry.begin, entry.end - entry.begin);
+    const int raw = line.indexOf(QString(character).toUtf8());
+    if (raw >= 0)
+        return entry.begin + raw;
+    line = line.toLower();
     const int escape = line.indexOf("\\x" + QByteArray::number(character.unicode(), 16));
     return escape < 0 ? entry.begin : entry.begin + escape;
 }
