@@ -3,74 +3,155 @@
 
 #include "reading/script.h"
 
+#include "common/controller.h"
+#include "reading/shell.h"
+
+#include <QDir>
 #include <QRegularExpression>
 #include <QSet>
 
+#include <algorithm>
+
 namespace
 {
+
+constexpr int mostValues = 16;   ///< of a word with variables of a loop in it
+constexpr int deepestScript = 4; ///< scripts within scripts
+
+bool hasShellVariable(const QString &word)
+{
+    return word.contains('$') || word.contains('`');
+}
+
+QString folderOf(const QString &path)
+{
+    const int slash = path.lastIndexOf('/');
+    return slash < 0 ? QString(".") : slash == 0 ? QString("/") : path.left(slash);
+}
+
+/// Where a step is that is run after "cd WORD" in this folder.
+QString entered(const QString &folder, const QString &word)
+{
+    if (word.isEmpty() || word == "-" || hasShellVariable(word) || word.startsWith('~'))
+        return unknownFolder;
+    if (word.startsWith('/'))
+        return QDir::cleanPath(word);
+    return folder.startsWith('/') ? QDir::cleanPath(folder + '/' + word) : unknownFolder;
+}
 
 /// Takes a script apart.
 class ScriptReader
 {
 public:
-    explicit ScriptReader(const QString &itsText)
+    ScriptReader(const QString &itsText, const ScriptContext &context, int itsDepth)
         : text(itsText)
+        , variables(context.variables)
+        , folder(context.folder)
+        , depth(itsDepth)
     {
     }
 
-    QVector<Step> read()
+    ScriptText read()
     {
         while (i < text.size())
             readNext();
-        endStep();
-        return steps;
+        endStep(Separator::End);
+        script.assigned += assigned;
+        return script;
     }
 
 private:
+    enum class Separator { End, Pipe, Or, And, Background };
+
+    struct Group {
+        QChar kind; ///< "(", "{", or "l" for a loop
+        int firstStep;
+        int line;
+        QString word; ///< of a loop: "while", "until", "for"
+        QString folder;
+        bool isFed; ///< by a pipe in front of it
+    };
+
+    // --- Characters
+
     void readNext()
     {
+        if (expectsPattern && !inWord) {
+            skipPattern();
+            return;
+        }
         const QChar character = text.at(i);
-        if (character == '\'' || character == '"')
-            readQuoted(character);
+        if (character == '\'')
+            readLiteral();
+        else if (character == '"')
+            readQuoted();
         else if (character == '\\')
             readEscape();
+        else if (character == '$' || character == '`')
+            readVariable();
         else if (character == '#' && !inWord)
             skipLine();
-        else if (character == '<' || character == '>')
+        else if (character == '<' || character == '>' || (character == '&' && next() == '>'))
             readRedirection();
-        else if (character == '\n' || QString(";&|(){}`").contains(character))
+        else if (QString("\n;&|(){}").contains(character))
             readSeparator(character);
-        else if (character.isSpace())
+        else if (character.unicode() < 0x80 && character.isSpace())
             endWord(), ++i;
         else
-            append(character), ++i;
+            readLetter(character), ++i;
     }
 
-    void append(QChar character)
+    QChar next(int by = 1) const
     {
-        word += character;
+        return i + by < text.size() ? text.at(i + by) : QChar();
+    }
+
+    void readLetter(QChar character)
+    {
+        if (character.unicode() >= 0x80 && !character.isLetterOrNumber() && !character.isMark()
+            && !character.isSurrogate())
+            script.strays.append({character, line});
+        append(character);
+    }
+
+    void append(const QString &what)
+    {
+        for (QString &value : word)
+            value += what;
         inWord = true;
     }
 
     void readEscape()
     {
-        if (i + 1 < text.size() && text.at(i + 1) == '\n')
+        if (next() == '\n')
             ++line;
         else if (i + 1 < text.size())
-            append(text.at(i + 1));
+            append(next());
         i += 2;
     }
 
-    void readQuoted(QChar mark)
+    void readLiteral()
+    {
+        const int end = text.indexOf('\'', i + 1);
+        const QString inside = text.mid(i + 1, (end < 0 ? text.size() : end) - i - 1);
+        append(inside);
+        line += inside.count('\n');
+        i = end < 0 ? text.size() : end + 1;
+    }
+
+    void readQuoted()
     {
         inWord = true;
-        for (++i; i < text.size() && text.at(i) != mark; ++i) {
+        for (++i; i < text.size() && text.at(i) != '"';) {
+            if (text.at(i) == '$' || text.at(i) == '`') {
+                readVariable();
+                continue;
+            }
             if (text.at(i) == '\n')
                 ++line;
-            if (mark == '"' && text.at(i) == '\\' && i + 1 < text.size()
-                && QString("\\\"$`").contains(text.at(i + 1)))
+            if (text.at(i) == '\\' && i + 1 < text.size() && QString("\\\"$`").contains(next()))
                 ++i;
-            word += text.at(i);
+            append(text.at(i++));
         }
         ++i;
     }
@@ -81,13 +162,156 @@ private:
             ++i;
     }
 
+    // --- Variables
+
+    /// Behind the mark that closes what is opened at i.
+    int behindClosing(QChar open, QChar close, int from) const
+    {
+        int level = 0;
+        for (int at = from; at < text.size(); ++at) {
+            if (text.at(at) == '\\')
+                ++at;
+            else if (text.at(at) == '\'' && open == '(')
+                at = qMax(at, text.indexOf('\'', at + 1));
+            else if (text.at(at) == open)
+                ++level;
+            else if (text.at(at) == close && --level == 0)
+                return at + 1;
+        }
+        return text.size();
+    }
+
+    void readVariable()
+    {
+        const int begin = i;
+        QStringList values;
+        if (text.at(i) == '`') {
+            int end = i + 1;
+            while (end < text.size() && text.at(end) != '`')
+                end += text.at(end) == '\\' ? 2 : 1;
+            values = outputOf(text.mid(i + 1, qMin(end, text.size()) - i - 1));
+            i = qMin(end + 1, text.size());
+        } else if (next() == '(' && next(2) == '(') {
+            i = behindClosing('(', ')', i + 1);
+        } else if (next() == '(') {
+            i = behindClosing('(', ')', i + 1);
+            values = outputOf(text.mid(begin + 2, i - begin - 3));
+        } else if (next() == '{') {
+            i = behindClosing('{', '}', i + 1);
+            values = valuesOf(text.mid(begin + 2, i - begin - 3));
+        } else {
+            static const QRegularExpression name("\\G\\$(\\w+|[@*#?$!-])");
+            static const QRegularExpression digit("^\\d\\w");
+            const QRegularExpressionMatch match =
+                name.match(text, i, QRegularExpression::NormalMatch, QRegularExpression::AnchoredMatchOption);
+            QString called = match.captured(1);
+            if (digit.match(called).hasMatch())
+                called = called.left(1);
+            i += 1 + called.size();
+            values = variables.value(called);
+        }
+        const QString written = text.mid(begin, i - begin);
+        line += written.count('\n');
+        insert(values.isEmpty() ? QStringList(written) : values);
+    }
+
+    void insert(const QStringList &values)
+    {
+        inWord = true;
+        if (values.size() * word.size() > mostValues) {
+            append("$many");
+            return;
+        }
+        QStringList all;
+        for (const QString &begin : qAsConst(word)) {
+            for (const QString &value : values)
+                all.append(begin + value);
+        }
+        word = all;
+    }
+
+    /// Of "${...}", by what stands between the braces; empty where that is not known.
+    QStringList valuesOf(const QString &inside) const
+    {
+        static const QRegularExpression form("^(\\w+)(?:(:?[-=])(.*)|(%%?/\\*)|(:?\\?.*))?$",
+                                             QRegularExpression::DotMatchesEverythingOption);
+        const QRegularExpressionMatch match = form.match(inside);
+        const QStringList values = variables.value(match.captured(1));
+        if (!match.hasMatch())
+            return {};
+        if (match.captured(4) == "%/*" && values.size() == 1)
+            return {folderOf(values.first())};
+        if (!match.captured(4).isEmpty())
+            return {};
+        const QString instead = match.captured(3);
+        if (values.isEmpty() && !match.captured(2).isEmpty() && !hasShellVariable(instead)
+            && !assigned.contains(match.captured(1)))
+            return {QString(instead).remove('"').remove('\'')};
+        return values;
+    }
+
+    /// What the commands print, where that can be known; what they run belongs to the script.
+    QStringList outputOf(const QString &commands)
+    {
+        if (depth >= deepestScript)
+            return {};
+        ScriptContext inner;
+        inner.variables = variables;
+        inner.folder = folder;
+        const ScriptText inside = ScriptReader(commands, inner, depth + 1).read();
+        adopt(inside);
+        if (inside.steps.isEmpty())
+            return {};
+        const Step &last = inside.steps.last();
+        const QString value = last.words.value(last.words.size() - 1);
+        const bool isKnown = last.words.size() == 2 && !hasShellVariable(value);
+        if (last.program == "pwd" && last.folder.startsWith('/'))
+            return {last.folder};
+        if (last.program == "dirname" && isKnown)
+            return {folderOf(value)};
+        if (last.program == "basename" && isKnown)
+            return {value.section('/', -1)};
+        const bool isLink =
+            last.program == "readlink" && last.words.value(1) == "-f" && last.words.size() == 3;
+        if ((last.program == "realpath" && isKnown) || (isLink && !hasShellVariable(value)))
+            return {value};
+        return {};
+    }
+
+    void adopt(const ScriptText &inside)
+    {
+        for (Step inner : inside.steps) {
+            inner.line += line - 1;
+            script.steps.append(inner);
+        }
+        script.asked += inside.asked;
+        script.assigned += inside.assigned;
+    }
+
+    void assign(const QString &name, const QStringList &values)
+    {
+        const bool isKnown =
+            !values.isEmpty() && std::none_of(values.begin(), values.end(), hasShellVariable);
+        const bool isDecided = conditions > 0 || !groups.isEmpty() || isChained;
+        const QStringList earlier = variables.value(name);
+        if (!isKnown || (isDecided && !earlier.isEmpty() && earlier != values))
+            variables.remove(name);
+        else
+            variables.insert(name, values);
+        assigned.insert(name);
+    }
+
+    // --- Redirections
+
     void readRedirection()
     {
         static const QRegularExpression descriptor("^\\d$");
-        if (descriptor.match(word).hasMatch())
-            word.clear(), inWord = false;
+        if (word.size() == 1 && descriptor.match(word.first()).hasMatch())
+            clearWord();
         endWord();
-        const bool isHere = text.mid(i, 2) == "<<" && text.mid(i, 3) != "<<<";
+        if (text.at(i) == '&')
+            ++i;
+        const bool isHere = text.midRef(i, 2) == QLatin1String("<<") && next(2) != '<';
         goesOut = text.at(i) == '>';
         isTarget = true;
         while (i < text.size() && QString("<>|-").contains(text.at(i)))
@@ -99,118 +323,435 @@ private:
             isTarget = false;
         }
         if (isHere)
-            skipHereDocument();
+            readHereDocument();
     }
 
-    /// Up to the line that has the word only.
-    void skipHereDocument()
+    /// What follows the lines up to the one that has the word only is read as of the line after them.
+    void readHereDocument()
     {
-        static const QRegularExpression name("^\\s*(['\"\\\\]?)(\\w+)");
-        const QRegularExpressionMatch match = name.match(text.mid(i));
-        const QRegularExpression end("\\n\\t*" + match.captured(2) + "(?=\\n|$)");
-        const QRegularExpressionMatch found = end.match(text, i);
+        static const QRegularExpression name("\\G\\s*(['\"\\\\]?)(\\w+)['\"]?");
+        const QRegularExpressionMatch match =
+            name.match(text, i, QRegularExpression::NormalMatch, QRegularExpression::AnchoredMatchOption);
         isTarget = false;
-        if (!match.hasMatch() || !found.hasMatch())
+        step.isFed = true;
+        if (!match.hasMatch())
             return;
-        const int behind = found.capturedEnd();
-        line += text.mid(i, behind - i).count('\n');
-        i = behind;
-        endStep();
+        i = match.capturedEnd();
+        hereDocuments.append(match.captured(2));
     }
 
-    void readSeparator(QChar character)
+    void skipHereDocuments()
     {
-        const bool isBrace = character == '{' || character == '}';
-        const bool isVariable = character == '{' && word.endsWith('$');
-        if (isVariable || (isBrace && inWord)) {
-            append(character); // of ${NAME}, or of a word with alternatives
-            ++i;
-            return;
+        for (const QString &name : qAsConst(hereDocuments)) {
+            const QRegularExpression end("(?<=\\n)\\t*" + name + "(?=\\n|$)");
+            const QRegularExpressionMatch found = end.match(text, i);
+            const int behind = found.hasMatch() ? found.capturedEnd() : text.size();
+            line += text.midRef(i, behind - i).count('\n');
+            i = behind;
         }
-        if (character == '(' && word.endsWith('$'))
-            word.chop(1), inWord = !word.isEmpty();
-        endStep();
-        if (character == '\n')
-            ++line;
-        ++i;
+        hereDocuments.clear();
+    }
+
+    // --- Words and steps
+
+    void clearWord()
+    {
+        word = QStringList(QString());
+        inWord = false;
     }
 
     void endWord()
     {
-        static const QSet<QString> decisions = {"if",   "then",  "else",  "elif", "fi",   "do",
-                                                "done", "while", "until", "!",    "esac", "time"};
-        if (inWord && isTarget) {
-            if (goesOut)
-                step.outputs.append(word);
-            isTarget = false;
-        } else if (inWord && !(step.words.isEmpty() && decisions.contains(word))) {
-            if (step.words.isEmpty())
-                step.line = line;
-            step.words.append(word);
-        }
-        word.clear();
-        inWord = false;
+        if (!inWord)
+            return;
+        const QStringList values = word;
+        const bool wasTarget = isTarget;
+        clearWord();
+        isTarget = false;
+        if (wasTarget)
+            (goesOut ? step.outputs : step.inputs) += values;
+        else if (!step.words.isEmpty() || !readKeyword(values.first()))
+            appendWords(values);
     }
 
-    void endStep()
+    void appendWords(const QStringList &values)
+    {
+        if (step.words.isEmpty())
+            step.line = line;
+        step.words += values;
+        if (step.words.size() == 3 && step.words.first() == "case" && values.first() == "in") {
+            step.words.clear();
+            expectsPattern = true;
+            ++conditions;
+        }
+    }
+
+    /// Whether the word is one of the shell's, for deciding or repeating, and no program.
+    bool readKeyword(const QString &first)
+    {
+        static const QSet<QString> others = {"then", "else", "elif", "do", "!", "time"};
+        if (first == "if") {
+            ++conditions;
+        } else if (first == "fi" || first == "esac") {
+            conditions = qMax(0, conditions - 1);
+        } else if (first == "while" || first == "until") {
+            groups.append({'l', script.steps.size(), line, first, folder, before == Separator::Pipe});
+        } else if (first == "done") {
+            endLoop();
+        } else {
+            return others.contains(first);
+        }
+        return true;
+    }
+
+    void endLoop()
+    {
+        if (groups.isEmpty() || groups.last().kind != 'l')
+            return;
+        const Group loop = groups.takeLast();
+        feed(loop.firstStep);
+        const Step condition = script.steps.value(loop.firstStep);
+        const QString asked = condition.words.join(' ');
+        const bool isForEver = (loop.word == "while" && QStringList{"true", ":", "[ 1 ]"}.contains(asked))
+                               || (loop.word == "until" && asked == "false");
+        static const QSet<QString> ends = {"break", "exit", "return", "exec", "reboot", "kill"};
+        const auto endsIt = [](const Step &one) { return ends.contains(one.words.value(0)); };
+        if (!isForEver || std::any_of(script.steps.begin() + loop.firstStep, script.steps.end(), endsIt))
+            return;
+        Step repeated;
+        repeated.words = repeated.run = QStringList{loop.word, asked};
+        repeated.program = loop.word;
+        repeated.line = loop.line;
+        repeated.folder = folder;
+        repeated.repeats = true;
+        repeated.isBackground = isInBackground(i);
+        script.steps.append(repeated);
+    }
+
+    /// Where a group is redirected, what is in it reads from there.
+    void feed(int firstStep)
+    {
+        static const QRegularExpression input("\\G[ \\t})]*<(?!\\()");
+        const auto anchored = QRegularExpression::AnchoredMatchOption;
+        if (!input.match(text, i, QRegularExpression::NormalMatch, anchored).hasMatch())
+            return;
+        for (int at = firstStep; at < script.steps.size(); ++at)
+            script.steps[at].isFed = true;
+    }
+
+    bool isInBackground(int from) const
+    {
+        int at = from;
+        while (at < text.size() && (text.at(at) == ' ' || text.at(at) == '\t'))
+            ++at;
+        return at < text.size() && text.at(at) == '&' && (at + 1 >= text.size() || text.at(at + 1) != '&');
+    }
+
+    /// Up to and with the ")" behind a pattern of "case".
+    void skipPattern()
+    {
+        if (text.at(i) == '\n')
+            ++line;
+        if (text.at(i).isSpace()) {
+            ++i;
+            return;
+        }
+        expectsPattern = false;
+        if (text.midRef(i, 4) == QLatin1String("esac"))
+            return;
+        while (i < text.size() && text.at(i) != ')')
+            line += text.at(i++) == '\n';
+        ++i;
+    }
+
+    void readSeparator(QChar character)
+    {
+        if ((character == '{' || character == '}') && inWord) {
+            append(character); // of a word with alternatives
+            ++i;
+            return;
+        }
+        static const QRegularExpression function("\\G\\(\\s*\\)");
+        if (character == '(' && inWord && step.words.isEmpty()
+            && function
+                   .match(text, i, QRegularExpression::NormalMatch, QRegularExpression::AnchoredMatchOption)
+                   .hasMatch()) {
+            clearWord(); // the name of a function
+            i = text.indexOf(')', i) + 1;
+            return;
+        }
+        const bool isTwice = next() == character;
+        const bool isPipe = character == '|' && !isTwice;
+        const bool isChain = isTwice && (character == '|' || character == '&');
+        endStep(isPipe                        ? Separator::Pipe
+                : isChain && character == '|' ? Separator::Or
+                : isChain                     ? Separator::And
+                : character == '&'            ? Separator::Background
+                                              : Separator::End);
+        if (character == '(' || character == '{')
+            groups.append(
+                {character, script.steps.size(), line, QString(), folder, before == Separator::Pipe});
+        if (character == ')' || character == '}')
+            endGroup(character == ')' ? '(' : '{');
+        if (character == ';' && isTwice && conditions > 0)
+            expectsPattern = true;
+        i += isChain || (character == ';' && isTwice) ? 2 : 1;
+        if (character == '|' && isPipe && i < text.size() && text.at(i) == '&')
+            ++i;
+        if (character == '\n') {
+            ++line;
+            skipHereDocuments();
+        }
+    }
+
+    void endGroup(QChar kind)
+    {
+        if (groups.isEmpty() || groups.last().kind != kind)
+            return;
+        const Group group = groups.takeLast();
+        feed(group.firstStep);
+        if (kind == '(')
+            folder = group.folder;
+        if (!isInBackground(i + 1))
+            return;
+        for (int at = group.firstStep; at < script.steps.size(); ++at)
+            script.steps[at].isBackground = true;
+    }
+
+    void endStep(Separator separator)
     {
         endWord();
+        isTarget = false;
+        const auto isFed = [](const Group &group) { return group.isFed; };
+        step.isFed = step.isFed || !step.inputs.isEmpty() || before == Separator::Pipe
+                     || std::any_of(groups.begin(), groups.end(), isFed);
+        step.isPiped = separator == Separator::Pipe;
+        step.isBackground = separator == Separator::Background;
+        step.isConditional = conditions > 0 || isChained || isGuarded;
+        step.folder = folder;
+        const bool isAnything = !step.words.isEmpty() || !step.outputs.isEmpty() || !step.inputs.isEmpty();
+        if (isAnything && !takeIn())
+            keep();
+        const bool asks = isAnything && isQuestion();
+        if (separator == Separator::And || separator == Separator::Or)
+            isChained = isChained || asks;
+        else if (isAnything)
+            isChained = false;
+        if (isAnything || separator != Separator::End)
+            before = separator;
+        step = Step();
+    }
+
+    /// A step that decides what comes behind it.
+    bool isQuestion() const
+    {
+        static const QSet<QString> questions = {"test", "[",          "[[",    "grep",
+                                                "cmp",  "mountpoint", "pidof", "pgrep"};
+        return questions.contains(step.words.value(0));
+    }
+
+    void keep()
+    {
         step.run = withoutWrappers(step.words);
         step.program = programOf(step.run);
-        if (!step.words.isEmpty() || !step.outputs.isEmpty())
-            steps.append(step);
-        step = Step();
-        isTarget = false;
+        step.isTimed = step.words.contains("timeout");
+        const QString first = step.words.value(0);
+        if (isQuestion())
+            script.asked += step.words.mid(1);
+        if (first == "set")
+            script.stopsAtUnset =
+                script.stopsAtUnset
+                || std::any_of(step.words.begin(), step.words.end(), [](const QString &one) {
+                       return (one.startsWith('-') && one.contains('u')) || one == "nounset";
+                   });
+        if ((first == "exit" || first == "return") && step.isConditional)
+            isGuarded = true;
+        if (before == Separator::Or && (first == "true" || first == ":") && !script.steps.isEmpty())
+            script.steps.last().isOptional = true;
+        const QString called = step.run.value(0);
+        if (called == "cd" || called == "pushd") {
+            const bool isFunction = !groups.isEmpty() && groups.last().kind == '{';
+            folder = isFunction ? unknownFolder : entered(folder, step.run.value(1));
+        }
+        script.steps.append(step);
+        readInner();
+    }
+
+    /// The script of "sh -c SCRIPT", which belongs to this one.
+    void readInner()
+    {
+        const QString inside = innerScript(step.run);
+        if (inside.isEmpty() || depth >= deepestScript)
+            return;
+        ScriptContext inner;
+        inner.variables = variables;
+        inner.folder = folder;
+        const Step outer = step;
+        const int first = script.steps.size();
+        const int outerLine = line;
+        line = step.line;
+        adopt(ScriptReader(inside, inner, depth + 1).read());
+        line = outerLine;
+        for (int at = first; at < script.steps.size(); ++at) {
+            script.steps[at].line = outer.line;
+            script.steps[at].isTimed |= outer.isTimed;
+            script.steps[at].isBackground |= outer.isBackground;
+        }
+    }
+
+    /// Assignments and loops, which are no programs.
+    bool takeIn()
+    {
+        static const QSet<QString> declares = {"export", "readonly", "local", "declare", "typeset"};
+        const QString first = step.words.value(0);
+        const bool allAssign = std::all_of(step.words.begin(), step.words.end(), isAssignment);
+        if (declares.contains(first) || (!step.words.isEmpty() && allAssign)) {
+            for (const QString &one : qAsConst(step.words)) {
+                if (isAssignment(one))
+                    assign(one.section('=', 0, 0).remove('+'), one.section('=', 0, 0).endsWith('+')
+                                                                   ? QStringList()
+                                                                   : QStringList(one.section('=', 1)));
+            }
+            return allAssign;
+        }
+        if (first == "for" || first == "select") {
+            assign(step.words.value(1), step.words.value(2) == "in" ? step.words.mid(3) : QStringList());
+            groups.append({'l', script.steps.size(), step.line, first, folder, before == Separator::Pipe});
+            return true;
+        }
+        if (first == "read") {
+            for (const QString &name : step.words.mid(1))
+                assign(name, {});
+        }
+        return false;
     }
 
     const QString &text;
+    QHash<QString, QStringList> variables;
+    QString folder;
+    const int depth;
     int i = 0;
     int line = 1;
-    QString word;
+    QStringList word = QStringList(QString()); ///< its values; several where a loop's variable is in it
     bool inWord = false;
     bool isTarget = false; ///< the next word is where a redirection goes
     bool goesOut = false;
+    bool expectsPattern = false; ///< of "case"
+    bool isChained = false;      ///< behind a question and "&&" or "||"
+    bool isGuarded = false;      ///< behind an "exit" that depends on something
+    int conditions = 0;          ///< how deep in "if" and "case"
+    Separator before = Separator::End;
+    QVector<Group> groups;
+    QStringList hereDocuments;
+    QSet<QString> assigned;
     Step step;
-    QVector<Step> steps;
+    ScriptText script;
 };
 
+/// The number of words of a program that has another one started, with its options; 0 for any other.
+int wrapperWords(const QStringList &words, int from)
+{
+    // With the options that have a value of their own, and whether a word without one comes before the
+    // program.
+    struct Wrapper {
+        QString valueOptions;
+        int operands;
+    };
+    static const QHash<QString, Wrapper> wrappers = {
+        {"env", {"uCS", 0}},       {"nohup", {"", 0}},     {"setsid", {"", 0}},    {"nice", {"n", 0}},
+        {"ionice", {"cnp", 0}},    {"timeout", {"ks", 1}}, {"stdbuf", {"ioe", 0}}, {"busybox", {"", 0}},
+        {"sudo", {"ugCpD", 0}},    {"command", {"", 0}},   {"exec", {"a", 0}},     {"chrt", {"", 1}},
+        {"time", {"fo", 0}},       {"unshare", {"", 0}},   {"taskset", {"", 1}},   {"flock", {"wE", 1}},
+        {"xargs", {"nIdPLsE", 0}}, {"toybox", {"", 0}},    {"doas", {"uC", 0}},    {"builtin", {"", 0}}};
+    const QString &word = words.at(from);
+    const auto wrapper = wrappers.constFind(word.mid(word.lastIndexOf('/') + 1));
+    if (wrapper == wrappers.constEnd())
+        return 0;
+    int at = from + 1;
+    while (at < words.size() && words.at(at).startsWith('-') && words.at(at).size() > 1) {
+        const QString &option = words.at(at++);
+        if (option.size() == 2 && wrapper->valueOptions.contains(option.at(1)))
+            ++at;
+    }
+    return qMin(at + wrapper->operands, words.size()) - from;
+}
+
 } // namespace
+
+QString Step::path(const QString &word) const
+{
+    if (word.startsWith('/'))
+        return word;
+    return folder.startsWith('/') ? QDir::cleanPath(folder + '/' + word) : QString();
+}
 
 QString programOf(const QStringList &words)
 {
     const QString first = words.value(0);
     const int from = first.lastIndexOf('/') + 1;
-    const int dot = first.indexOf('.', from);
+    const int dot = first.indexOf('.', from + 1);
     return first.mid(from, dot < 0 ? -1 : dot - from);
 }
 
-QVector<Step> stepsOf(const QString &script)
+Step stepOf(const QStringList &words)
 {
-    return ScriptReader(script).read();
+    Step step;
+    step.words = words;
+    step.run = withoutWrappers(words);
+    step.program = programOf(step.run);
+    step.isTimed = step.run.size() != words.size() && words.contains(QLatin1String("timeout"));
+    return step;
+}
+
+QString innerScript(const QStringList &words)
+{
+    static const QRegularExpression option("^-\\w*c$");
+    const bool isShell = words.value(0) == QLatin1String("su") || shellWords(words) > 0;
+    const int at = isShell ? words.indexOf(option) : -1;
+    return at < 0 ? QString() : words.value(at + 1);
+}
+
+ScriptText readScript(const QString &script, const ScriptContext &context)
+{
+    return ScriptReader(script, context, 0).read();
+}
+
+bool isAssignment(const QString &word)
+{
+    static const QRegularExpression assignment("^[A-Za-z_]\\w*(\\[\\w+\\])?\\+?=");
+    return word.contains('=') && assignment.match(word).hasMatch();
 }
 
 QStringList withoutWrappers(const QStringList &words)
 {
-    static const QSet<QString> wrappers = {"env",     "nohup",  "setsid",  "nice",   "ionice",
-                                           "timeout", "stdbuf", "busybox", "sudo",   "command",
-                                           "exec",    "chrt",   "time",    "unshare"};
-    static const QSet<QString> takeValue = {"-n", "-c", "-k", "-s", "-i", "-o", "-e", "-u", "-p"};
-    static const QRegularExpression assignment("^[A-Za-z_]\\w*=");
     int at = 0;
     while (at < words.size()) {
-        const QString &word = words.at(at);
-        if (word.contains('=') && assignment.match(word).hasMatch()) {
-            ++at;
-            continue;
-        }
-        const QString program = word.mid(word.lastIndexOf('/') + 1);
-        if (!wrappers.contains(program))
+        const int wrapper = isAssignment(words.at(at)) ? 1 : wrapperWords(words, at);
+        if (wrapper == 0)
             break;
-        ++at;
-        while (at < words.size() && words.at(at).startsWith('-'))
-            at += takeValue.contains(words.at(at)) ? 2 : 1;
-        if (program == "timeout")
-            ++at; // how long
+        at += wrapper;
     }
     return at == 0 ? words : QStringList(words.mid(at));
+}
+
+int interpreterWords(const QStringList &words)
+{
+    static const QRegularExpression others("^(?:\\S*/)?(?:python[0-9.]*|perl|lua|node|ruby|tclsh)$");
+    return others.match(words.value(0)).hasMatch() ? 1 : shellWords(words);
+}
+
+int scriptWord(const QStringList &words)
+{
+    int at = interpreterWords(words);
+    if (at == 0)
+        return -1;
+    for (; at < words.size() && words.at(at).startsWith('-'); ++at) {
+        const QString &option = words.at(at);
+        const bool isLong = option.startsWith("--");
+        if (!isLong && (option.contains('c') || option.endsWith('m') || option.endsWith('s')))
+            return -1; // it has the script in place, or none of its own
+        if (option == "-o" || option == "-O" || option == "-W" || option == "-X")
+            ++at;
+    }
+    return at < words.size() ? at : -1;
 }

@@ -163,6 +163,80 @@ void shellSyntax(const Subject &subject, Collector &findings)
     }
 }
 
+/// The alternatives of "a{b,c}d", written out; the word itself where they are none, or are more than that.
+QString writtenOut(const QString &word)
+{
+    static const QRegularExpression braces("^([^{}]*)\\{([^{}]*,[^{}]*)\\}([^{}]*)$");
+    const QRegularExpressionMatch match = braces.match(word);
+    QStringList all;
+    for (const QString &one : match.captured(2).split(','))
+        all.append(match.captured(1) + one + match.captured(3));
+    return match.hasMatch() ? all.join(' ') : word;
+}
+
+void shellBraces(const Subject &subject, Collector &findings)
+{
+    static const QRegularExpression braces("\\S*\\{[^{}\\s]*(?:,|\\.\\.)[^{}\\s]*\\}\\S*");
+    for (const CommandEntry &command : subject.commands) {
+        const QRegularExpressionMatch match =
+            command.bare.contains('{') ? braces.match(command.bare) : QRegularExpressionMatch();
+        if (!match.hasMatch())
+            continue;
+        const QString message =
+            "No shell reads this, and sh would not know them either: the braces are passed to the program";
+        const QString word = command.command.mid(match.capturedStart(), match.capturedLength());
+        if (writtenOut(word) == word)
+            findings.advise(commandOffset(command) + match.capturedStart(), message,
+                            "each of them written out");
+        else
+            findings.replace(
+                *command.entry, commandOffset(command) + match.capturedStart(), message,
+                subject.commandLine(
+                    command,
+                    QString(command.command).replace(match.capturedStart(), word.size(), writtenOut(word))));
+    }
+}
+
+void shellComment(const Subject &subject, Collector &findings)
+{
+    static const QRegularExpression comment("\\s+#\\s");
+    for (const CommandEntry &command : subject.commands) {
+        const int at = command.bare.contains('#') ? command.bare.indexOf(comment) : -1;
+        if (at > 0)
+            findings.replace(
+                *command.entry, commandOffset(command) + command.bare.indexOf('#', at),
+                "No shell reads this: the comment is passed to the program as arguments; one behind the "
+                "closing quotation mark begins with \";\"",
+                subject.commandLine(command, command.command.left(at)));
+    }
+}
+
+void shellEscape(const Subject &subject, Collector &findings)
+{
+    static const QRegularExpression escape("\\\\(?=[\\s;()&|*?$<>'#{}!]|$)");
+    for (const CommandEntry &command : subject.commands) {
+        const int at = command.bare.contains('\\') ? command.bare.indexOf(escape) : -1;
+        if (at < 0)
+            continue;
+        const QString message =
+            "No shell reads this: the backslash is passed to the program, and keeps nothing together";
+        const bool isBlank = at + 1 < command.command.size() && command.command.at(at + 1) == ' ';
+        static const QRegularExpression whole("\\S*(?:\\\\ \\S*)+");
+        const QRegularExpressionMatch word = whole.match(command.command);
+        const bool isOne = isBlank && word.hasMatch() && !word.captured().contains('"') && at > 0
+                           && !command.command.at(at - 1).isSpace();
+        if (isOne)
+            findings.replace(
+                *command.entry, commandOffset(command) + at, message,
+                subject.commandLine(command, QString(command.command)
+                                                 .replace(word.capturedStart(), word.capturedLength(),
+                                                          '"' + word.captured().replace("\\ ", " ") + '"')));
+        else
+            findings.advise(commandOffset(command) + at, message,
+                            "double quotation marks around what belongs together, and no backslash");
+    }
+}
+
 int singleQuote(const CommandEntry &command)
 {
     return command.split.bare.indexOf('\'');
@@ -341,6 +415,9 @@ QVector<Rule> commandRules()
         {"shell-variable", Severity::Warning, shellSyntax<variables>, ChangesCommands, nullptr},
         {"shell-glob", Severity::Warning, shellSyntax<patterns>, ChangesCommands, nullptr},
         {"shell-tilde", Severity::Warning, shellSyntax<tildes>, ChangesCommands, nullptr},
+        {"shell-braces", Severity::Warning, shellBraces, AsksAuthor, "whether these are alternatives"},
+        {"shell-comment", Severity::Error, shellComment, AsksAuthor, "whether it is a comment"},
+        {"shell-escape", Severity::Error, shellEscape, AsksAuthor, "what belongs together"},
         {"shell-quote", Severity::Error, shellQuote, ChangesCommands, nullptr},
         {"shell-script-split", Severity::Error, shellScriptSplit, ChangesCommands, nullptr},
         {"single-word-sh", Severity::Error, singleWordSh, ChangesCommands, "what the shell is to run"},

@@ -18,7 +18,8 @@ namespace
 const QVector<Rule> &allRules()
 {
     static const QVector<Rule> rules = fileRules() + listRules() + textRules() + commandRules()
-                                       + programRules() + mediumRules() + signingRules() + suppressionRules();
+                                       + programRules() + groundRules() + mediumRules() + signingRules()
+                                       + suppressionRules();
     return rules;
 }
 

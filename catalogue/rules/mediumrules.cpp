@@ -25,145 +25,6 @@ namespace
 constexpr qint64 largestScript = qint64(1024) * 1024; ///< bytes
 constexpr int prefixSize = static_cast<int>(sizeof mediumFolder) - 1;
 
-/// What a command line names on the medium.
-struct Use {
-    const CommandEntry *command;
-    QString path;     ///< on the controller
-    bool isProgram;   ///< run itself, or by an interpreter
-    bool interpreted; ///< an interpreter stands in front
-    QString
-        found; ///< on the medium, relative to its folder, as it is spelled there; empty when it is not there
-};
-
-/// The number of words at the beginning of a command line that name an interpreter; 0 without one.
-int interpreterWords(const QStringList &words)
-{
-    static const QRegularExpression others("^(?:\\S*/)?(?:python[0-9.]*|perl|lua)$");
-    return others.match(words.value(0)).hasMatch() ? 1 : shellWords(words);
-}
-
-/// Programs that read the files that they are given, but for the last one where that is a target.
-bool readsItsFiles(const QString &program)
-{
-    static const QSet<QString> readers = {
-        "cat",       "insmod",    "dpkg",      "opkg",         "rpm",       "unzip",
-        "gunzip",    "zcat",      "bunzip2",   "bzcat",        "unxz",      "xzcat",
-        "sha256sum", "sha512sum", "sha1sum",   "md5sum",       "cksum",     "grep",
-        "sed",       "awk",       "diff",      "cmp",          "head",      "tail",
-        "wc",        "source",    ".",         "chmod",        "chown",     "losetup",
-        "flashcp",   "nandwrite", "ubiformat", "ubiupdatevol", "fw_setenv", "ls",
-        "mount",     "patch",     "bspatch",   "rauc",         "swupdate",  "loadkeys",
-        "aplay",     "fbv",       "openssl",   "gpg",          "gpgv",      "xargs",
-        "sort",      "uniq",      "sqlite3",   "psql",         "mysql",     "fpgautil",
-        "dfu-util",  "python3",   "perl",      "lua",          "apt",       "apt-get",
-        "pip",       "pip3",      "dtc",       "cp",           "mv",        "install",
-        "ln",        "rsync",     "dd",        "tar",          "gzip",      "xz"};
-    return readers.contains(program);
-}
-
-bool writesLast(const QString &program)
-{
-    return QStringList{"cp", "mv", "install", "ln", "rsync"}.contains(program);
-}
-
-/// Whether the archive, or what is packed, is made by this.
-bool makesArchive(const QString &program, const QStringList &words)
-{
-    const QString mode = words.value(1);
-    if (program == "tar")
-        return mode.contains('c') || mode.contains('r') || words.contains("--create");
-    const bool packs = program == "gzip" || program == "xz";
-    return packs && !mode.contains('d');
-}
-
-/// The words that name files which have to be there already.
-QStringList sourceWords(const Step &step)
-{
-    static const QRegularExpression path("/mnt/upgrade/[^\\s\"'=;:,*?$\\[\\]{}]*");
-    QStringList sources;
-    if (!readsItsFiles(step.program) || makesArchive(step.program, step.run))
-        return sources;
-    for (int i = 1; i < step.run.size(); ++i) {
-        const QString &word = step.run.at(i);
-        const QRegularExpressionMatch match = path.match(word);
-        const bool isTarget =
-            word.startsWith("of=") || word.startsWith("--output") || step.run.at(i - 1) == "-o"
-            || (writesLast(step.program) && i == step.run.size() - 1)
-            || (step.program == "openssl" && step.run.at(i - 1) != "-in" && step.run.at(i - 1) != "-inkey");
-        if (!isTarget && match.hasMatch() && match.capturedEnd() == word.size())
-            sources.append(match.captured());
-    }
-    return sources;
-}
-
-/// What a step makes on the medium: of a program that nobody knows here, whatever it names.
-QStringList targetWords(const Step &step)
-{
-    QStringList targets = step.outputs;
-    const QStringList sources = sourceWords(step);
-    const int interpreter = interpreterWords(step.run);
-    for (int i = 1; i < step.run.size(); ++i) {
-        const QString &word = step.run.at(i);
-        const int at = word.indexOf(QLatin1String(mediumFolder));
-        if (at >= 0 && !sources.contains(word.mid(at)) && (interpreter == 0 || i != interpreter))
-            targets.append(word.mid(at));
-    }
-    return targets;
-}
-
-QVector<Use> usesOf(const CommandEntry &command)
-{
-    QVector<Use> uses;
-    if (!command.command.contains(QLatin1String(mediumFolder)))
-        return uses;
-    for (const Step &step : command.steps) {
-        const int interpreter = interpreterWords(step.run);
-        const bool interpreted = interpreter > 0 && !step.run.value(interpreter).startsWith('-');
-        const QString program = step.run.value(interpreted ? interpreter : 0);
-        const bool isPlain = !program.contains('$') && !program.contains('*');
-        if (program.startsWith(mediumFolder) && isPlain)
-            uses.append({&command, program, true, interpreted, {}});
-        for (const QString &word : sourceWords(step)) {
-            if (word != program)
-                uses.append({&command, word, false, false, {}});
-        }
-    }
-    return uses;
-}
-
-/// What the commands make on the medium themselves, and need not be there before.
-QSet<QString> madeByCommands(const Subject &subject)
-{
-    QSet<QString> made;
-    for (const CommandEntry &command : subject.commands) {
-        if (!command.command.contains(QLatin1String(mediumFolder)))
-            continue;
-        for (const Step &step : command.steps) {
-            for (const QString &path : targetWords(step))
-                made.insert(path);
-        }
-    }
-    return made;
-}
-
-/// All uses by commands that are run; none where the medium is not known.
-QVector<Use> usesOf(const Subject &subject)
-{
-    QVector<Use> uses;
-    if (subject.medium.root.isEmpty())
-        return uses;
-    SpelledFiles files(subject.medium.root);
-    for (const CommandEntry &command : subject.commands) {
-        if (command.isSkipped)
-            continue;
-        for (Use use : usesOf(command)) {
-            use.found = files.spelling(use.path.mid(prefixSize));
-            uses.append(use);
-        }
-    }
-    return uses;
-}
-
 int offsetOfPath(const Use &use)
 {
     const DecodedValue &value = use.command->entry->value;
@@ -172,12 +33,10 @@ int offsetOfPath(const Use &use)
 
 void findMissing(const Subject &subject, Collector &findings, bool programs)
 {
-    const QSet<QString> made = madeByCommands(subject);
-    for (const Use &use : usesOf(subject)) {
-        if (use.isProgram != programs || !use.found.isEmpty() || made.contains(use.path))
-            continue;
-        findings.add(offsetOfPath(use), QString("The medium has no such file: %1").arg(use.path),
-                     "cp YOUR-FILE " + shellWord(subject.medium.local(use.path)));
+    for (const Use &use : subject.uses.list) {
+        if (!use.script && use.isProgram == programs && use.isMissed)
+            findings.add(offsetOfPath(use), QString("The medium has no such file: %1").arg(use.path),
+                         "cp YOUR-FILE " + shellWord(subject.medium.local(use.path)));
     }
 }
 
@@ -193,17 +52,32 @@ void missingFile(const Subject &subject, Collector &findings)
 
 void pathCapitals(const Subject &subject, Collector &findings)
 {
-    for (const Use &use : usesOf(subject)) {
-        if (use.found.isEmpty() || use.found == QDir::cleanPath(use.path.mid(prefixSize)))
+    for (const Use &use : subject.uses.list) {
+        if (use.found.isEmpty() || use.found == use.path.mid(prefixSize)
+            || use.path == mediumFolder + use.found || use.found == use.path)
             continue;
+        const QString message =
+            QString("On the medium it is called %1: this works on a FAT card and fails on others")
+                .arg(use.found);
         QString command = use.command->command;
         command.replace(use.path, mediumFolder + use.found);
-        findings.replace(
-            *use.command->entry, offsetOfPath(use),
-            QString("On the medium it is called %1: this works on a FAT card and fails on others")
-                .arg(use.found),
-            subject.commandLine(*use.command, command));
+        if (use.script)
+            findings.adviseOther(use.script->path, use.line, message, mediumFolder + use.found);
+        else if (command == use.command->command)
+            findings.advise(offsetOfPath(use), message, mediumFolder + use.found);
+        else
+            findings.replace(*use.command->entry, offsetOfPath(use), message,
+                             subject.commandLine(*use.command, command));
     }
+}
+
+/// Where it is named: in the catalogue, or in a script.
+void adviseAt(Collector &findings, const Use &use, const QString &message, const QString &advice)
+{
+    if (use.script)
+        findings.adviseOther(use.script->path, use.line, message, advice);
+    else
+        findings.advise(offsetOfPath(use), message, advice);
 }
 
 /// The start of a file, as much as tells what kind of file it is; nothing of what is no file.
@@ -212,16 +86,6 @@ QByteArray startOf(const QString &path)
     constexpr qint64 enough = qint64(64) * 1024;
     QFile file(path);
     return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) ? file.read(enough) : QByteArray();
-}
-
-/// What a script's first line asks for, "sh" or "busybox sh"; empty for anything but a script.
-QString interpreterOf(const QByteArray &start)
-{
-    static const QRegularExpression firstLine("^#!\\s*(?:/usr/bin/env\\s+)?(\\S+)[ \\t]*(\\S*)");
-    const QRegularExpressionMatch match = firstLine.match(QString::fromLatin1(start.left(256)));
-    const QString program = match.captured(1).section('/', -1);
-    const bool takesTwo = shellWords({program, match.captured(2)}) == 2;
-    return takesTwo ? program + ' ' + match.captured(2) : program;
 }
 
 /// A command that runs what is on a card without the right to execute.
@@ -261,10 +125,15 @@ Right rightOf(const Subject &subject, const QString &path)
 /// The files of the medium that commands run themselves, and have this right.
 void findRun(const Subject &subject, Collector &findings, Right right, const QString &message)
 {
-    for (const Use &use : usesOf(subject)) {
-        if (!use.isProgram || use.interpreted || use.found.isEmpty() || rightOf(subject, use.found) != right)
+    for (const Use &use : subject.uses.list) {
+        if (!use.isProgram || !use.interpreter.isEmpty() || use.found.isEmpty()
+            || rightOf(subject, use.found) != right)
             continue;
         const QString interpreter = interpreterOf(startOf(subject.medium.root + '/' + use.found));
+        if (use.script || !use.command->command.contains(use.path)) {
+            adviseAt(findings, use, message, (interpreter.isEmpty() ? "sh" : interpreter) + ' ' + use.path);
+            continue;
+        }
         findings.replace(*use.command->entry, offsetOfPath(use), message,
                          subject.commandLine(*use.command, runnable(use, interpreter)));
     }
@@ -280,6 +149,75 @@ void fatNotExecutable(const Subject &subject, Collector &findings)
 {
     findRun(subject, findings, Right::Kept,
             "A FAT card keeps no right to execute: put an interpreter in front, or copy the program first");
+}
+
+/// The kind of program that a file is, when it is none for the interpreter in front of it; empty otherwise.
+QString otherKind(const QString &interpreter, const QByteArray &start)
+{
+    const QString asked = interpreterOf(start);
+    const bool isShell = shellWords(interpreter.split(' ')) > 0;
+    if (start.startsWith("\x7f"
+                         "ELF"))
+        return "a program of its own, which no interpreter reads";
+    if (isShell && !asked.isEmpty() && shellWords(asked.split(' ')) == 0)
+        return "a script for " + asked;
+    if (isShell && (start.startsWith("@echo off") || start.startsWith("@ECHO OFF")))
+        return "a script of another system";
+    if (!isShell && !asked.isEmpty() && shellWords(asked.split(' ')) > 0)
+        return "a script for a shell";
+    return QString();
+}
+
+void wrongInterpreter(const Subject &subject, Collector &findings)
+{
+    for (const Use &use : subject.uses.list) {
+        if (!use.isProgram || use.interpreter.isEmpty() || use.found.isEmpty())
+            continue;
+        const QByteArray start = startOf(subject.medium.root + '/' + use.found);
+        const QString kind = otherKind(use.interpreter, start);
+        const QString asked = interpreterOf(start);
+        if (!kind.isEmpty())
+            adviseAt(
+                findings, use, QString("%1 is to read this file, but it is %2").arg(use.interpreter, kind),
+                asked.isEmpty() ? QString("the file without %1 in front, from a place where it can be run")
+                                      .arg(use.interpreter)
+                                : asked + ' ' + use.path);
+    }
+}
+
+void emptyFile(const Subject &subject, Collector &findings)
+{
+    QSet<QString> seen;
+    for (const Use &use : subject.uses.list) {
+        const QFileInfo info(subject.medium.root + '/' + use.found);
+        if (!use.isProgram || use.found.isEmpty() || !info.isFile() || info.size() > 0
+            || seen.contains(use.found))
+            continue;
+        seen.insert(use.found);
+        adviseAt(findings, use,
+                 QString("This file is empty, as after a copy that was cut off: %1").arg(use.path),
+                 "the whole file");
+    }
+}
+
+void kitStepRule(const Subject &subject, Collector &findings)
+{
+    if (!isKit(subject.medium))
+        return;
+    for (const CommandEntry &command : subject.commands) {
+        if (command.isSkipped || !command.command.contains(QLatin1String("/mnt/upgrade/step")))
+            continue;
+        for (const Step &step : command.steps) {
+            const KitStep kit = kitStep(step.run);
+            if (!kit.isStep || kit.wrong.isEmpty())
+                continue;
+            const DecodedValue &value = command.entry->value;
+            findings.advise(
+                value.at.value(value.text.indexOf("/mnt/upgrade/step"), command.entry->valueBegin),
+                QString("This step is not run, and ends with 125: %1").arg(kit.wrong),
+                "sh /mnt/upgrade/step [-a] [-t SECONDS] [-k KIND] [-o VERSION] NAME [COMMAND...]");
+        }
+    }
 }
 
 /// Without the carriage returns at its line ends; nothing where it is too big to be a script.
@@ -298,13 +236,13 @@ QVector<Edit> withoutReturns(const QString &path)
 void scriptLineEnds(const Subject &subject, Collector &findings)
 {
     QSet<QString> seen;
-    for (const Use &use : usesOf(subject)) {
-        const QString path = subject.medium.root + '/' + use.found;
+    for (const Use &use : subject.uses.list) {
+        const QString path = QDir::cleanPath(subject.medium.root + '/' + use.found);
         if (!use.isProgram || use.found.isEmpty() || seen.contains(path))
             continue;
         seen.insert(path);
         const QByteArray start = startOf(path);
-        const bool isScript = use.interpreted || !interpreterOf(start).isEmpty();
+        const bool isScript = !use.interpreter.isEmpty() || !interpreterOf(start).isEmpty();
         if (isScript && start.contains("\r\n"))
             findings.addOther(
                 path, "A script with carriage returns at its line ends does not run on the controller",
@@ -312,33 +250,12 @@ void scriptLineEnds(const Subject &subject, Collector &findings)
     }
 }
 
-/// Scripts for a shell on the medium, each once, by their paths here.
-QMap<QString, QByteArray> shellScripts(const Subject &subject)
+/// The one that reads it on the controller: what it is handed to, or what its first line asks for.
+QString shellFor(const MediumScript &script)
 {
-    QMap<QString, QByteArray> scripts;
-    for (const Use &use : usesOf(subject)) {
-        const QString path = subject.medium.root + '/' + use.found;
-        if (!use.isProgram || use.found.isEmpty() || scripts.contains(path))
-            continue;
-        QFile file(path);
-        if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) || file.size() > largestScript)
-            continue;
-        const QByteArray text = file.readAll();
-        const QString interpreter = interpreterOf(text);
-        const bool isForShell =
-            interpreter.isEmpty()
-                ? use.interpreted && shellWords(use.command->split.words) > 0
-                : QStringList{"sh", "ash", "dash", "bash", "busybox sh"}.contains(interpreter);
-        if (isForShell && !text.contains('\0') && !text.contains('\r'))
-            scripts.insert(path, text);
-    }
-    return scripts;
-}
-
-/// The one that can read it: what is written for a bash, a bash.
-QByteArray shellFor(const QByteArray &script)
-{
-    return interpreterOf(script) == "bash" ? "bash" : "sh";
+    const QString named =
+        script.shell.isEmpty() ? script.asks : script.shell.section(' ', 0, 0).section('/', -1);
+    return named == "bash" ? "bash" : "sh";
 }
 
 void scriptSyntax(const Subject &subject, Collector &findings)
@@ -362,39 +279,30 @@ void scriptSyntax(const Subject &subject, Collector &findings)
                         QString("The shell cannot read this script: %1").arg(error.message),
                         "a script that sh -n takes");
     }
-    const QMap<QString, QByteArray> scripts = shellScripts(subject);
-    for (auto script = scripts.begin(); script != scripts.end(); ++script) {
-        for (const SyntaxError &error : syntaxErrors(shellFor(*script), {*script}, 1))
-            findings.adviseOther(script.key(), error.line,
-                                 QString("The shell cannot read this script: %1").arg(error.message),
-                                 "a script that sh -n takes");
+    for (const auto &script : subject.uses.scripts) {
+        if (script->bytes.contains('\r'))
+            continue; // told as that
+        const QString shell = shellFor(*script);
+        for (const SyntaxError &error : syntaxErrors(shell.toLatin1(), {script->bytes}, 1)) {
+            const bool isForBash = shell == "sh" && script->asks == "bash" && !script->shell.isEmpty()
+                                   && syntaxErrors("bash", {script->bytes}, 1).isEmpty();
+            findings.adviseOther(
+                script->path, error.line,
+                isForBash ? QString("It is written for bash, and sh is to read it: %1").arg(error.message)
+                          : QString("The shell cannot read this script: %1").arg(error.message),
+                isForBash ? "bash in the place of sh, where the controller has it, or what sh knows"
+                          : "a script that sh -n takes");
+        }
     }
 }
 
 void missingInScript(const Subject &subject, Collector &findings)
 {
-    const QMap<QString, QByteArray> scripts = shellScripts(subject);
-    SpelledFiles files(subject.medium.root);
-    for (auto script = scripts.begin(); script != scripts.end(); ++script) {
-        const QVector<Step> steps = stepsOf(QString::fromUtf8(*script));
-        QSet<QString> made;
-        for (const Step &step : steps) {
-            for (const QString &path : targetWords(step))
-                made.insert(path);
-        }
-        for (const Step &step : steps) {
-            QStringList words = sourceWords(step);
-            const int interpreter = interpreterWords(step.run);
-            if (step.run.value(interpreter).startsWith(mediumFolder))
-                words.prepend(step.run.value(interpreter));
-            for (const QString &path : qAsConst(words)) {
-                const bool isPlain = !path.contains('$') && !path.contains('*');
-                if (isPlain && !made.contains(path) && files.spelling(path.mid(prefixSize)).isEmpty())
-                    findings.adviseOther(script.key(), step.line,
-                                         QString("The medium has no such file: %1").arg(path),
-                                         "cp YOUR-FILE " + shellWord(subject.medium.local(path)));
-            }
-        }
+    for (const Use &use : subject.uses.list) {
+        if (use.script && use.isMissed)
+            findings.adviseOther(use.script->path, use.line,
+                                 QString("The medium has no such file: %1").arg(use.path),
+                                 "cp YOUR-FILE " + shellWord(subject.medium.local(use.path)));
     }
 }
 
@@ -476,7 +384,7 @@ void outsideResults(const Subject &subject, Collector &findings)
     for (const CommandEntry &command : subject.commands)
         commandOutsideResults(subject, command, results, message, findings);
     QStringList scripts;
-    for (const Use &use : usesOf(subject)) {
+    for (const Use &use : subject.uses.list) {
         if (use.isProgram && !use.found.isEmpty())
             scripts.append(subject.medium.root + '/' + use.found);
     }
@@ -535,6 +443,9 @@ QVector<Rule> mediumRules()
         {"not-executable", Severity::Error, notExecutable, ChangesCommands, nullptr},
         {"fat-not-executable", Severity::Warning, fatNotExecutable, ChangesCommands, nullptr},
         {"script-line-ends", Severity::Error, scriptLineEnds, ChangesNothing, "whether it is a script"},
+        {"wrong-interpreter", Severity::Error, wrongInterpreter, AsksAuthor, "what the file is"},
+        {"empty-file", Severity::Warning, emptyFile, AsksAuthor, "where the whole file is"},
+        {"kit-step", Severity::Error, kitStepRule, AsksAuthor, "how the step is meant"},
         {"script-syntax", Severity::Error, scriptSyntax, AsksAuthor, "what the script is to do"},
         {"missing-in-script", Severity::Warning, missingInScript, AsksAuthor, "where the file is"},
         {"foreign-files", Severity::Warning, foreignFiles, AsksAuthor, "whether it can be removed"},

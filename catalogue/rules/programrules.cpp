@@ -1,11 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The zul_upgrade authors
 // SPDX-License-Identifier: MIT
 
-// Findings on the programs that a command runs, itself or by a shell: those that no controller has, those
-// that never end, and those that pull the ground from under the tool or its operator.
+// Findings on the programs that a command runs, itself or by a shell or a script: those that no controller
+// has, those that never end, and those that are looked for where they are not.
 
 #include "common/controller.h"
 #include "rules/rules.h"
+#include "rules/running.h"
 
 #include <QRegularExpression>
 #include <QSet>
@@ -15,62 +16,9 @@
 namespace
 {
 
-QString baseName(const QString &program)
-{
-    return program.mid(program.lastIndexOf('/') + 1);
-}
-
-int commandOffset(const CommandEntry &command, const QString &what = QString())
-{
-    const DecodedValue &value = command.entry->value;
-    const int sign = value.text.indexOf('@') + 1;
-    const int at = what.isEmpty() ? sign : qMax(sign, value.text.indexOf(what, sign));
-    return value.at.value(qMin(at, value.at.size() - 1), command.entry->valueBegin);
-}
-
-/// Arguments that are no options.
-QStringList operands(const QStringList &words)
-{
-    QStringList found;
-    for (const QString &word : words.mid(1)) {
-        if (!word.startsWith('-') || word == "-")
-            found.append(word);
-    }
-    return found;
-}
-
-/// Whether one of these options is there, by itself or among other letters.
-bool hasOption(const QStringList &words, const QString &letters, const QStringList &names = {})
-{
-    return std::any_of(words.begin() + qMin(1, words.size()), words.end(), [&](const QString &word) {
-        const bool isShort = word.startsWith('-') && !word.startsWith("--");
-        const auto isOne = [&letters](QChar letter) { return letters.contains(letter); };
-        return (isShort && std::any_of(word.begin() + 1, word.end(), isOne))
-               || names.contains(word.section('=', 0, 0));
-    });
-}
-
-/// Asks `isFound` of every program of these names, and of whatever is redirected, and tells of the first one
-/// that a command runs.
-template <typename Question, typename Tell>
-void forEach(const Subject &subject, const QSet<QString> &programs, Question isFound, Tell tell)
-{
-    for (const CommandEntry &command : subject.commands) {
-        if (command.isSkipped)
-            continue;
-        for (const Step &step : command.steps) {
-            const bool isOne = programs.contains(step.program) || !step.outputs.isEmpty();
-            if (isOne && !step.run.isEmpty() && isFound(step.run, step)) {
-                tell(command, step.run);
-                break;
-            }
-        }
-    }
-}
-
 // --- What cannot work -----------------------------------------------------------------------------------
 
-void shellBuiltin(const Subject &subject, Collector &findings)
+bool isBuiltin(const QString &program)
 {
     // What a shell does itself and no program does. "test", "echo", "kill" and their kin are both.
     static const QSet<QString> builtins = {
@@ -82,83 +30,350 @@ void shellBuiltin(const Subject &subject, Collector &findings)
         "pushd",   "read",    "readarray", "readonly", "return",  "select",   "set",      "shift",   "shopt",
         "source",  "suspend", "then",      "times",    "trap",    "type",     "typeset",  "ulimit",  "umask",
         "unalias", "unset",   "until",     "wait",     "while",   "{",        "}",        "[[",      "!"};
+    return builtins.contains(program) || program.startsWith('(');
+}
+
+void shellBuiltin(const Subject &subject, Collector &findings)
+{
     for (const CommandEntry &command : subject.commands) {
-        const QString program = command.split.words.value(0);
-        if (!builtins.contains(program) || command.isSkipped)
+        if (command.isSkipped || !command.shell.shell.isEmpty())
             continue;
-        findings.replace(
-            *command.entry, commandOffset(command),
-            QString("Only a shell knows \"%1\", and no shell reads this: it cannot be started").arg(program),
-            subject.commandLine(command, throughShell(command.command.trimmed())));
+        const QString first = command.split.words.value(0);
+        const QString program = isBuiltin(first) ? first : command.steps.first().run.value(0);
+        if (!isBuiltin(program))
+            continue;
+        const QString message =
+            QString("Only a shell knows \"%1\", and no shell reads this: it cannot be started").arg(program);
+        if (program == first)
+            findings.replace(*command.entry, commandOffset(command), message,
+                             subject.commandLine(command, throughShell(command.command.trimmed())));
+        else
+            findings.advise(commandOffset(command, program), message,
+                            throughShell(command.steps.first().run.join(' ')) + " in its place");
     }
+}
+
+/// The place of an assignment that is taken for the program; -1 without one.
+int strayAssignment(const QStringList &words)
+{
+    const int begin = words.size() - withoutWrappers(words).size();
+    const int first =
+        static_cast<int>(std::find_if(words.begin(), words.end(), isAssignment) - words.begin());
+    const bool isForEnv = std::any_of(words.begin(), words.begin() + qMin(first, words.size()),
+                                      [](const QString &word) { return baseName(word) == "env"; });
+    return first < begin && !isForEnv ? first : -1;
 }
 
 void assignmentInFront(const Subject &subject, Collector &findings)
 {
-    static const QRegularExpression assignment("^[A-Za-z_]\\w*=");
     for (const CommandEntry &command : subject.commands) {
         const QStringList &words = command.split.words;
-        const auto isAssignment = [](const QString &word) { return assignment.match(word).hasMatch(); };
-        if (words.isEmpty() || !words.first().contains('=') || !isAssignment(words.first())
-            || command.isSkipped)
+        if (command.isSkipped || !command.command.contains('='))
             continue;
-        if (std::all_of(words.begin(), words.end(), isAssignment))
-            findings.askAuthor(); // what it is set for is missing
-        findings.replace(*command.entry, commandOffset(command),
+        const int at = strayAssignment(words);
+        if (at < 0)
+            continue;
+        const QString &word = words.at(at);
+        if (std::all_of(words.begin() + at, words.end(), isAssignment)
+            || word.section('=', 0, 0).endsWith('+') || word.section('=', 0, 0).endsWith(']'))
+            findings.askAuthor(); // what it is set for is missing, or no program can be given that
+        QString right = command.command.trimmed();
+        const int place = qMax(0, right.indexOf(word.section('=', 0, 0) + '='));
+        right.insert(at == 0 ? 0 : place, "env ");
+        findings.replace(*command.entry, commandOffset(command, at == 0 ? QString() : word),
                          "No shell reads this: the assignment in front is taken for the program",
-                         subject.commandLine(command, "env " + command.command.trimmed()));
+                         subject.commandLine(command, right));
+    }
+}
+
+void needlessSudo(const Subject &subject, Collector &findings)
+{
+    static const QSet<QString> programs = {"sudo", "doas"};
+    const auto isOne = [](const QStringList &words) {
+        return programs.contains(baseName(words.value(0))) && words.size() > 1;
+    };
+    const QString message = "It is root already that runs this, and hardly a controller has \"%1\"";
+    for (const CommandEntry &command : subject.commands) {
+        const QStringList &words = command.split.words;
+        if (command.isSkipped)
+            continue;
+        const bool isFirst = isOne(words) && !words.at(1).startsWith('-') && words.size() > 2;
+        const auto inShell = std::find_if(command.steps.begin(), command.steps.end(),
+                                          [&](const Step &step) { return isOne(step.words); });
+        if (isFirst)
+            findings.replace(
+                *command.entry, commandOffset(command), message.arg(words.first()),
+                subject.commandLine(command, command.command.trimmed().mid(words.first().size()).trimmed()));
+        else if (inShell != command.steps.end())
+            findings.advise(commandOffset(command, inShell->words.first()),
+                            message.arg(inShell->words.first()),
+                            "the same without it; su USER -c COMMAND for another user");
+    }
+    for (const auto &script : subject.uses.scripts) {
+        for (const Step &step : script->text.steps) {
+            if (isOne(step.words))
+                findings.adviseOther(script->path, step.line, message.arg(step.words.first()),
+                                     "the same without it; su USER -c COMMAND for another user");
+        }
     }
 }
 
 const QSet<QString> &terminalPrograms()
 {
-    static const QSet<QString> programs = {
-        "vi",      "vim",       "view",     "nano",   "pico",         "emacs", "joe",          "mcedit",
-        "mc",      "less",      "more",     "most",   "pager",        "man",   "htop",         "atop",
-        "iotop",   "btop",      "nethogs",  "iftop",  "screen",       "tmux",  "minicom",      "picocom",
-        "cu",      "dialog",    "whiptail", "cfdisk", "passwd",       "login", "vipw",         "visudo",
-        "crontab", "alsamixer", "ncdu",     "nmtui",  "raspi-config", "lynx",  "links",        "w3m",
-        "mutt",    "telnet",    "ftp",      "sftp",   "bc",           "gdb",   "bluetoothctl", "tasksel",
-        "top",     "su",        "fdisk",    "parted", "gdisk"};
+    static const QSet<QString> programs = {"vi",
+                                           "vim",
+                                           "view",
+                                           "nano",
+                                           "pico",
+                                           "emacs",
+                                           "joe",
+                                           "mcedit",
+                                           "mc",
+                                           "less",
+                                           "more",
+                                           "most",
+                                           "pager",
+                                           "man",
+                                           "htop",
+                                           "atop",
+                                           "iotop",
+                                           "btop",
+                                           "nethogs",
+                                           "iftop",
+                                           "screen",
+                                           "tmux",
+                                           "minicom",
+                                           "picocom",
+                                           "cu",
+                                           "dialog",
+                                           "whiptail",
+                                           "cfdisk",
+                                           "passwd",
+                                           "login",
+                                           "vipw",
+                                           "vigr",
+                                           "visudo",
+                                           "crontab",
+                                           "alsamixer",
+                                           "ncdu",
+                                           "nmtui",
+                                           "raspi-config",
+                                           "lynx",
+                                           "links",
+                                           "w3m",
+                                           "mutt",
+                                           "telnet",
+                                           "ftp",
+                                           "sftp",
+                                           "bc",
+                                           "ed",
+                                           "gdb",
+                                           "bluetoothctl",
+                                           "tasksel",
+                                           "top",
+                                           "su",
+                                           "fdisk",
+                                           "parted",
+                                           "gdisk",
+                                           "edquota",
+                                           "menuconfig",
+                                           "armbian-config",
+                                           "dpkg-reconfigure",
+                                           "apt",
+                                           "apt-get",
+                                           "aptitude",
+                                           "rm",
+                                           "cp",
+                                           "mv",
+                                           "systemctl",
+                                           "adduser",
+                                           "ssh-keygen",
+                                           "read",
+                                           "sqlite3",
+                                           "mysql",
+                                           "psql",
+                                           "python",
+                                           "python2",
+                                           "python3",
+                                           "perl",
+                                           "lua",
+                                           "node",
+                                           "ruby",
+                                           "sh",
+                                           "ash",
+                                           "bash",
+                                           "dash",
+                                           "cat",
+                                           "grep",
+                                           "wc",
+                                           "sort",
+                                           "chpasswd",
+                                           "tee",
+                                           "ssh",
+                                           "nvi",
+                                           "neovim",
+                                           "nvim",
+                                           "hx",
+                                           "micro"};
     return programs;
 }
 
-bool wantsTerminal(const QStringList &words)
+/// Programs that are a conversation unless they are given something to do.
+bool isConversation(const QStringList &words, const Step &step)
 {
-    const QString program = baseName(words.first());
+    static const QSet<QString> interpreters = {"python", "python2", "python3", "perl", "lua", "node",
+                                               "ruby",   "sh",      "ash",     "bash", "dash"};
+    const QString &program = step.program;
+    const QStringList values = operands(words);
+    if (step.isFed)
+        return false;
+    if (interpreters.contains(program))
+        return values.isEmpty()
+               && (words.size() == 1 || std::all_of(words.begin() + 1, words.end(), [](const QString &word) {
+                       return word == "-i" || word == "-l" || word == "-";
+                   }));
+    if (program == "sqlite3")
+        return values.size() < 2 && !hasOption(words, "", {"-init", "--version", "-version", "-help"});
+    if (program == "mysql" || program == "psql")
+        return !hasOption(words, "ecflV", {"--execute", "--command", "--file", "--version", "--list"});
+    if (program == "cat" || program == "sort" || program == "wc")
+        return values.isEmpty() && !hasOption(words, "", {"--help", "--version", "--files0-from"});
+    if (program == "grep")
+        return values.size() < 2 && !values.value(0).contains('/')
+               && !hasOption(words, "rRefV", {"--recursive", "--file", "--regexp", "--version", "--help"});
+    return program == "chpasswd" || program == "tee";
+}
+
+bool asksQuestions(const QStringList &words, const Step &step)
+{
+    const QString &program = step.program;
+    const QString verb = operands(words).value(0);
+    if (program == "apt" || program == "apt-get" || program == "aptitude") {
+        static const QSet<QString> verbs = {"install", "upgrade", "dist-upgrade", "full-upgrade",
+                                            "remove",  "purge",   "autoremove"};
+        return verbs.contains(verb)
+               && !hasOption(words, "yqs", {"--yes", "--assume-yes", "--dry-run", "--simulate"});
+    }
+    if (program == "rm" || program == "cp" || program == "mv")
+        return hasOption(words, "i", {"--interactive"});
+    if (program == "dpkg-reconfigure")
+        return !hasOption(words, "fp", {"--frontend", "--priority"})
+               && !step.words.join(' ').contains("noninteractive");
+    if (program == "systemctl")
+        return verb == "edit";
+    if (program == "adduser")
+        return !hasOption(words, "DSH", {"--disabled-password", "--disabled-login", "--system"})
+               && operands(words).size() < 2;
+    if (program == "ssh-keygen")
+        return !hasOption(words, "NAlyRFLBpqYi");
+    return false;
+}
+
+bool wantsTerminal(const QStringList &words, const Step &step)
+{
+    const QString &program = step.program;
+    static const QSet<QString> askers = {"apt", "apt-get",          "aptitude",  "rm",      "cp",
+                                         "mv",  "dpkg-reconfigure", "systemctl", "adduser", "ssh-keygen"};
+    static const QSet<QString> talkers = {"sqlite3", "mysql", "psql", "python", "python2",  "python3", "perl",
+                                          "lua",     "node",  "ruby", "sh",     "ash",      "bash",    "dash",
+                                          "cat",     "grep",  "wc",   "sort",   "chpasswd", "tee"};
+    static const QSet<QString> fedAll = {"passwd", "su",   "fdisk",  "parted", "gdisk", "bc", "ed",
+                                         "ftp",    "sftp", "telnet", "gdb",    "read",  "cu"};
+    if (askers.contains(program))
+        return !step.isFed && asksQuestions(words, step);
+    if (talkers.contains(program))
+        return isConversation(words, step);
+    if (step.isFed && fedAll.contains(program))
+        return false;
+    if (program == "more" || program == "less" || program == "most" || program == "pager" || program == "man")
+        return !step.isPiped && step.outputs.isEmpty();
     if (program == "top")
         return !hasOption(words, "b", {"--batch"});
     if (program == "su")
         return !hasOption(words, "c", {"--command"});
+    if (program == "ssh")
+        return operands(words).size() == 1 && !hasOption(words, "NfV");
+    if (program == "passwd")
+        return !hasOption(words, "SludeDi", {"--status", "--lock", "--unlock", "--delete", "--expire"});
     if (program == "crontab")
         return hasOption(words, "e");
     if (program == "fdisk" || program == "parted" || program == "gdisk")
         return !hasOption(words, "ls", {"--list", "--script"});
-    return terminalPrograms().contains(program);
+    if (program == "vi" || program == "vim" || program == "nvim" || program == "ed" || program == "emacs")
+        return !hasOption(words, "sc", {"--batch"}) && !step.isFed;
+    if (program == "screen" || program == "tmux")
+        return !hasOption(words, "dV", {}) && !words.contains("-dmS");
+    if (program == "gdb")
+        return !hasOption(words, "", {"-batch", "--batch"});
+    return true;
 }
 
 void needsTerminal(const Subject &subject, Collector &findings)
 {
     forEach(
         subject, terminalPrograms(),
-        [](const QStringList &words, const Step &) { return wantsTerminal(words); },
-        [&](const CommandEntry &command, const QStringList &words) {
-            findings.advise(
-                commandOffset(command, words.first()),
+        [](const QStringList &words, const Step &step) {
+            return terminalPrograms().contains(step.program) && wantsTerminal(words, step);
+        },
+        [&](const Run &run) {
+            adviseAt(
+                findings, run,
                 QString("\"%1\" wants a terminal and a keyboard, and the controller has neither here")
-                    .arg(words.first()),
-                "a program that does the same by itself, such as sed, or a script");
+                    .arg(run.step.run.first()),
+                "a program that does the same by itself, such as sed, an option that has it ask nothing, or a script");
         });
 }
 
-bool goesOnForEver(const QStringList &words)
+bool isEndless(const QString &path)
 {
-    const QString program = baseName(words.first());
+    static const QRegularExpression device(
+        "^/dev/(u?random|zero|full|tty\\w+|console|input/\\S+|hidraw\\d+|kmsg|i?rtc\\S*|watchdog\\d*)$");
+    return path.startsWith("/dev/") && device.match(path).hasMatch();
+}
+
+bool readsForEver(const QString &program, const QStringList &words, const Step &step)
+{
+    static const QSet<QString> readers = {"cat", "hexdump", "od", "xxd", "tee", "strings", "cp"};
+    if (program == "dd") {
+        const auto value = [&words](const QString &name) {
+            const QStringList found = words.filter(QRegularExpression('^' + name + '='));
+            return found.isEmpty() ? QString() : found.last().section('=', 1);
+        };
+        return isEndless(value("if")) && value("count").isEmpty() && !value("of").startsWith("/dev/")
+               && !step.isPiped;
+    }
+    if (!readers.contains(program) || step.isPiped || hasOption(words, "nNl", {"--length", "--read-bytes"}))
+        return false;
+    const QStringList files = operands(words) + step.inputs;
+    return std::any_of(files.begin(), files.end(), isEndless) && (program != "cp" || isEndless(files.first()))
+           && program != "tee";
+}
+
+/// Services that are kept in front.
+bool staysInFront(const QString &program, const QStringList &words)
+{
+    static const QHash<QString, QString> options = {
+        {"httpd", "f"},   {"syslogd", "n"}, {"klogd", "n"},         {"crond", "f"},    {"dropbear", "F"},
+        {"sshd", "D"},    {"udhcpc", "f"},  {"ntpd", "n"},          {"dnsmasq", "kd"}, {"udhcpd", "f"},
+        {"telnetd", "F"}, {"inetd", "f"},   {"mosquitto_sub", "t"}, {"strace", "p"},   {"iperf", "s"},
+        {"iperf3", "s"},  {"gpsd", "N"},    {"chronyd", "dn"}};
+    const auto option = options.constFind(program);
+    if (option == options.constEnd() || !hasOption(words, *option))
+        return false;
+    return !((program == "udhcpc" && hasOption(words, "nq")) || (program == "ntpd" && hasOption(words, "q"))
+             || (program == "mosquitto_sub" && hasOption(words, "CWE")));
+}
+
+bool goesOnForEver(const QStringList &words, const Step &step)
+{
+    const QString &program = step.program;
     const QStringList values = operands(words);
+    if (step.repeats || readsForEver(program, words, step) || staysInFront(program, words))
+        return true;
     if (program == "tail")
-        return hasOption(words, "fF", {"--follow"});
+        return hasOption(words, "fF", {"--follow"}) && !hasOption(words, "", {"--pid"});
     if (program == "ping" || program == "ping6" || program == "arping" || program == "candump")
-        return !hasOption(words, "cwn", {"--count"});
+        return !hasOption(words, "cwnV", {"--count"});
     if (program == "journalctl" || program == "logread")
         return hasOption(words, "f", {"--follow"});
     if (program == "dmesg")
@@ -168,7 +383,7 @@ bool goesOnForEver(const QStringList &words)
     if (program == "sleep")
         return values.contains("infinity") || values.contains("inf");
     if (program == "tcpdump")
-        return !hasOption(words, "c");
+        return !hasOption(words, "cDhG");
     if (program == "vmstat" || program == "iostat" || program == "mpstat")
         return values.size() == 1;
     if (program == "nc" || program == "ncat" || program == "netcat")
@@ -176,34 +391,52 @@ bool goesOnForEver(const QStringList &words)
     if (program == "inotifywait" || program == "dbus-monitor" || program == "udevadm" || program == "ip")
         return values.contains("monitor") || program == "dbus-monitor"
                || hasOption(words, "m", {"--monitor"});
-    static const QSet<QString> others = {"watch",      "yes",   "evtest", "inotifywatch",
-                                         "strace-all", "getty", "agetty", "inetd"};
-    return others.contains(program);
+    if (program.startsWith("python"))
+        return words.contains("http.server") || words.contains("SimpleHTTPServer");
+    if (program == "socat")
+        return words.join(' ').contains("LISTEN");
+    static const QSet<QString> others = {"watch",      "yes",        "evtest",     "inotifywatch", "getty",
+                                         "agetty",     "inetd",      "ts_print",   "ts_print_raw", "zul_main",
+                                         "zul_gui_en", "zul_gui_cn", "zul_gui_jk", "zul_gui_lan"};
+    return others.contains(program) && !(program == "inetd" && words.size() == 1);
 }
 
 void neverEnds(const Subject &subject, Collector &findings)
 {
     static const QSet<QString> programs = {
-        "tail",  "ping", "ping6",  "arping",      "candump",      "journalctl", "logread",
-        "dmesg", "top",  "sleep",  "tcpdump",     "vmstat",       "iostat",     "mpstat",
-        "nc",    "ncat", "netcat", "inotifywait", "dbus-monitor", "udevadm",    "ip",
-        "watch", "yes",  "evtest", "getty",       "agetty",       "inetd",      "inotifywatch"};
+        "tail",       "ping",          "ping6",        "arping",       "candump",
+        "journalctl", "logread",       "dmesg",        "top",          "sleep",
+        "tcpdump",    "vmstat",        "iostat",       "mpstat",       "nc",
+        "ncat",       "netcat",        "inotifywait",  "dbus-monitor", "udevadm",
+        "ip",         "watch",         "yes",          "evtest",       "getty",
+        "agetty",     "inetd",         "inotifywatch", "cat",          "hexdump",
+        "od",         "xxd",           "strings",      "cp",           "dd",
+        "while",      "until",         "python",       "python3",      "socat",
+        "httpd",      "syslogd",       "klogd",        "crond",        "dropbear",
+        "sshd",       "udhcpc",        "ntpd",         "dnsmasq",      "udhcpd",
+        "telnetd",    "mosquitto_sub", "strace",       "iperf",        "iperf3",
+        "gpsd",       "chronyd",       "ts_print",     "ts_print_raw", "zul_main",
+        "zul_gui_en", "zul_gui_cn",    "zul_gui_jk",   "zul_gui_lan"};
     forEach(
         subject, programs,
         [](const QStringList &words, const Step &step) {
-            const bool isTimed = step.words.size() != words.size() && step.words.contains("timeout");
-            return !isTimed && goesOnForEver(words);
+            return programs.contains(step.program) && !step.isTimed && !step.isBackground
+                   && goesOnForEver(words, step);
         },
-        [&](const CommandEntry &command, const QStringList &words) {
+        [&](const Run &run) {
+            const QString program = run.step.run.first();
             const QString message =
-                QString("\"%1\" does not end by itself, and the operations behind it wait")
-                    .arg(words.first());
-            if (command.shell.shell.isEmpty())
-                findings.replace(*command.entry, commandOffset(command, words.first()), message,
-                                 subject.commandLine(command, "timeout 60 " + command.command.trimmed()));
+                QString("\"%1\" does not end by itself, and the operations behind it wait").arg(program);
+            if (!run.script && run.command.shell.shell.isEmpty() && !run.step.repeats)
+                findings.replace(
+                    *run.command.entry, commandOffset(run.command, program), message,
+                    subject.commandLine(run.command, "timeout 60 " + run.command.command.trimmed()));
             else
-                findings.advise(commandOffset(command, words.first()), message,
-                                "timeout 60 " + words.join(' '));
+                adviseAt(
+                    findings, run, message,
+                    run.step.repeats
+                        ? "a loop that ends after so many times, or \"timeout 60\" in front of the script"
+                        : "timeout 60 " + run.step.run.join(' '));
         });
 }
 
@@ -218,259 +451,156 @@ QString onMedium(const Subject &subject, const QString &path)
     return QString();
 }
 
-/// The program itself where it is a path, or the script that it interprets.
-QString relativeProgram(const QStringList &words)
+/// A path that a shell would not have to look at before it is one.
+bool isRelative(const QString &word)
 {
-    const int shell = shellWords(words);
-    const QString script = words.value(shell);
-    if (shell > 0 && !script.isEmpty() && !script.startsWith('-'))
-        return script;
-    return words.value(0).contains('/') ? words.value(0) : QString();
+    static const QRegularExpression plain("^(?!-)[\\w.+@,%=-][\\w./+@,%= -]*$",
+                                          QRegularExpression::UseUnicodePropertiesOption);
+    return plain.match(word).hasMatch();
+}
+
+/// The first word that names a file from the folder in which the tool was started; empty without one.
+QString relativeWord(const Step &step)
+{
+    if (step.folder != folderOfTool)
+        return QString();
+    const QStringList &words = step.run;
+    const int script = scriptWord(words);
+    if (script > 0)
+        return isRelative(words.at(script)) ? words.at(script) : QString();
+    if (words.value(0).contains('/') && isRelative(words.first()))
+        return words.first();
+    const QStringList raw =
+        step.program == "dd" ? words.filter(QRegularExpression("^[io]f=")) : QStringList();
+    for (const QString &word : raw) {
+        if (isRelative(word.mid(3)))
+            return word.mid(3);
+    }
+    for (const int at : fileWords(step)) {
+        if (isRelative(words.at(at)))
+            return words.at(at);
+    }
+    if (step.program == "ln" && words.size() > 2 && isRelative(words.last()))
+        return words.last();
+    for (const QString &path : step.outputs + step.inputs) {
+        if (isRelative(path))
+            return path;
+    }
+    return QString();
+}
+
+/// The command with another word in the place of one; empty where that would be another command.
+QString withWord(const CommandEntry &command, const QString &word, const QString &right)
+{
+    const QRegularExpression whole("(?<![^\\s\"=<>(;&|])" + QRegularExpression::escape(word)
+                                   + "(?![^\\s\");&|])");
+    const QString &text = command.command;
+    const int first =
+        command.shell.shell.isEmpty() && text.trimmed().startsWith(word) ? 0 : text.indexOf(' ');
+    const QRegularExpressionMatch match = whole.match(text, qMax(0, first));
+    if (!match.hasMatch())
+        return QString();
+    return QString(text).replace(match.capturedStart(), word.size(), right);
 }
 
 void relativePath(const Subject &subject, Collector &findings)
 {
+    const QString message =
+        "\"%1\" is looked for in the folder from which the tool was started, not on the medium";
     for (const CommandEntry &command : subject.commands) {
-        const QString path = relativeProgram(command.split.words);
-        if (path.isEmpty() || path.startsWith('/') || path.startsWith('~') || path.contains('$')
-            || command.isSkipped)
+        // What stands behind a comment or a backslash is told as that.
+        if (command.isSkipped || command.bare.contains('#') || command.bare.contains('\\'))
             continue;
+        const auto step = std::find_if(command.steps.begin(), command.steps.end(),
+                                       [](const Step &one) { return !relativeWord(one).isEmpty(); });
+        if (step == command.steps.end())
+            continue;
+        const QString path = relativeWord(*step);
         const QString found = onMedium(subject, path);
+        const QString right = withWord(command, path, found.isEmpty() ? "/FOLDER/" + path : found);
+        if (right.isEmpty()) {
+            findings.advise(commandOffset(command, path), message.arg(path),
+                            found.isEmpty() ? "the whole path, from / on" : found);
+            continue;
+        }
         if (found.isEmpty())
             findings.askAuthor();
-        QString right = command.command;
-        right.replace(right.indexOf(path), path.size(), found.isEmpty() ? "/FOLDER/" + path : found);
-        findings.replace(
-            *command.entry, commandOffset(command, path),
-            QString("\"%1\" is looked for in the folder from which the tool was started, not on the medium")
-                .arg(path),
-            subject.commandLine(command, right));
+        findings.replace(*command.entry, commandOffset(command, path), message.arg(path),
+                         subject.commandLine(command, right));
     }
+    for (const auto &script : subject.uses.scripts) {
+        if (script->isKits)
+            continue;
+        for (const Step &step : script->text.steps) {
+            const QString path = relativeWord(step);
+            if (!path.isEmpty())
+                findings.adviseOther(script->path, step.line, message.arg(path),
+                                     onMedium(subject, path).isEmpty() ? "the whole path, from / on"
+                                                                       : onMedium(subject, path));
+        }
+    }
+}
+
+/// How many letters have to be changed to make one word of the other.
+int distance(const QString &one, const QString &other)
+{
+    QVector<int> row(other.size() + 1);
+    for (int j = 0; j <= other.size(); ++j)
+        row[j] = j;
+    for (int i = 1; i <= one.size(); ++i) {
+        int diagonal = row.at(0);
+        row[0] = i;
+        for (int j = 1; j <= other.size(); ++j) {
+            const int changed = diagonal + (one.at(i - 1) != other.at(j - 1));
+            diagonal = row.at(j);
+            row[j] = qMin(changed, qMin(row.at(j), row.at(j - 1)) + 1);
+        }
+    }
+    return row.last();
+}
+
+/// Whether a program is the calibration, or was meant to be.
+bool isCalibration(const QString &program)
+{
+    const QString calibration = "ts_calibrate";
+    const QString name = baseName(program).toLower();
+    if (name.size() < 6 || name.size() > 18)
+        return false;
+    return name == calibration || name == "tstapp" || name == "ts_calibration"
+           || (!name.startsWith(calibration) && name.startsWith("ts") && distance(name, calibration) <= 2);
 }
 
 void calibrationName(const Subject &subject, Collector &findings)
 {
     const QString calibration = "ts_calibrate";
+    const QString message =
+        "The tool gives up the screen for exactly \"ts_calibrate\" and for \"TSTAPP\"; behind "
+        "its window, nobody can calibrate";
     for (const CommandEntry &command : subject.commands) {
         const QString text = command.command.trimmed();
         if (text.contains(QLatin1String("TSTAPP")) || command.command == calibration || command.isSkipped)
             continue;
-        if (!text.contains(QLatin1String("calibrate"), Qt::CaseInsensitive)
-            && !text.contains(QLatin1String("TSTAPP"), Qt::CaseInsensitive))
+        const bool calibrates = std::any_of(command.steps.begin(), command.steps.end(), [](const Step &step) {
+            return isCalibration(step.run.value(0).remove(';'));
+        });
+        if (!calibrates)
             continue;
-        const auto calibrates = [&](const Step &step) {
-            const QString program = baseName(step.run.value(0));
-            return program.compare(calibration, Qt::CaseInsensitive) == 0
-                   || program.compare("TSTAPP", Qt::CaseInsensitive) == 0;
-        };
-        if (!std::any_of(command.steps.begin(), command.steps.end(), calibrates))
-            continue;
-        const bool isAlone = command.split.words.size() == 1 && baseName(text) == calibration;
+        const bool isAlone =
+            command.split.words.size() == 1 && baseName(command.split.words.first()) == calibration;
         if (!isAlone)
             findings.askAuthor();
-        findings.replace(
-            *command.entry, commandOffset(command),
-            "The tool gives up the screen for exactly \"ts_calibrate\" and for \"TSTAPP\"; behind its "
-            "window, nobody can calibrate",
-            subject.commandLine(command, calibration));
+        findings.replace(*command.entry, commandOffset(command), message,
+                         subject.commandLine(command, calibration));
     }
-}
-
-// --- The ground -----------------------------------------------------------------------------------------
-
-bool isLink(const QString &path)
-{
-    return QString(path).remove(QRegularExpression("/+$")) == "/mnt/upgrade";
-}
-
-void losesMedium(const Subject &subject, Collector &findings)
-{
-    static const QSet<QString> programs = {"umount", "eject", "ln", "mount", "rm", "unlink", "mv", "rmdir"};
-    const auto takesAway = [](const QStringList &words, const Step &) {
-        const QString program = baseName(words.first());
-        const QStringList values = operands(words);
-        const bool namesLink = std::any_of(values.begin(), values.end(), isLink);
-        if (program == "umount")
-            return namesLink || hasOption(words, "a", {"--all"});
-        if (program == "eject")
-            return true;
-        const bool isLast = !values.isEmpty() && isLink(values.last());
-        if (program == "ln" || program == "mount")
-            return isLast && values.size() > 1;
-        return QStringList{"rm", "unlink", "mv", "rmdir"}.contains(program) && namesLink
-               && (program != "mv" || isLink(values.first()));
-    };
-    forEach(subject, programs, takesAway, [&](const CommandEntry &command, const QStringList &words) {
-        findings.advise(
-            commandOffset(command, words.first()),
-            "This takes the medium away while the tool uses it: what comes after it finds no file there",
-            "the tool takes the medium away itself, when the operator pulls it");
-    });
-}
-
-void stopsTool(const Subject &subject, Collector &findings)
-{
-    static const QSet<QString> programs = {"systemctl", "service",           "killall", "pkill",
-                                           "killall5",  "start-stop-daemon", "fuser"};
-    static const QRegularExpression tool("^(/usr/s?bin/)?zul_upgrade(\\.service)?$");
-    const auto stops = [](const QStringList &words, const Step &) {
-        const QString program = baseName(words.first());
-        const QStringList values = operands(words);
-        const bool namesTool = std::any_of(values.begin(), values.end(),
-                                           [](const QString &word) { return tool.match(word).hasMatch(); });
-        if (program == "systemctl")
-            return (namesTool
-                    && QStringList{"stop", "restart", "kill", "mask", "try-restart", "reload-or-restart"}
-                           .contains(values.first()))
-                   || QStringList{"isolate", "rescue", "emergency"}.contains(values.value(0));
-        if (program == "service")
-            return namesTool && (values.contains("stop") || values.contains("restart"));
-        return QStringList{"killall", "pkill", "killall5", "start-stop-daemon", "fuser"}.contains(program)
-               && (namesTool || program == "killall5" || words.contains("zul_upgrade"));
-    };
-    forEach(subject, programs, stops, [&](const CommandEntry &command, const QStringList &words) {
-        findings.advise(
-            commandOffset(command, words.first()),
-            "This ends the tool in the middle of its batch; nothing behind it is run, and the operator sees nothing",
-            "a new version of the tool takes effect with the reboot");
-    });
-}
-
-void takesScreen(const Subject &subject, Collector &findings)
-{
-    static const QSet<QString> programs = {"dd",     "tee",   "cp",   "chvt",   "con2fbmap", "fbset",
-                                           "startx", "xinit", "Xorg", "weston", "openvt"};
-    static const QRegularExpression screen("^/dev/(fb\\d*|tty\\d+|dri/\\S+|input/\\S+)$");
-    const auto takes = [](const QStringList &words, const Step &step) {
-        const QString program = baseName(words.first());
-        const auto isScreen = [](const QString &path) { return screen.match(path).hasMatch(); };
-        const bool isCopy = program == QLatin1String("tee") || program == QLatin1String("cp");
-        const bool isRaw = program == QLatin1String("dd");
-        const bool writes = std::any_of(step.outputs.begin(), step.outputs.end(), isScreen);
-        const bool copies = std::any_of(words.begin() + 1, words.end(), [&](const QString &word) {
-            return word.contains(QLatin1String("/dev/"))
-                   && ((isRaw && word.startsWith(QLatin1String("of=")) && isScreen(word.mid(3)))
-                       || (isCopy && isScreen(word) && word == words.last()));
-        });
-        return writes || copies || (programs.contains(step.program) && !isRaw && !isCopy);
-    };
-    forEach(subject, programs, takes, [&](const CommandEntry &command, const QStringList &words) {
-        findings.advise(
-            commandOffset(command, words.first()),
-            "This draws over the tool's window, or takes the screen from it: the operator cannot see what happens",
-            "text for the operator belongs in the operation's name");
-    });
-}
-
-void overwritesDevice(const Subject &subject, Collector &findings)
-{
-    static const QSet<QString> programs = {"mkfs",  "mke2fs",     "mkdosfs", "mkswap", "wipefs",
-                                           "fdisk", "sfdisk",     "parted",  "sgdisk", "gdisk",
-                                           "shred", "blkdiscard", "dd"};
-    static const QRegularExpression device("^/dev/(sd[a-z]+\\d*|mmcblk\\d+|disk/\\S+)$");
-    static const QRegularExpression makers(
-        "^(mkfs(\\..*)?|mke2fs|mkdosfs|mkswap|wipefs|fdisk|sfdisk|parted|sgdisk|gdisk|shred|blkdiscard)$");
-    const auto overwrites = [](const QStringList &words, const Step &step) {
-        const QString program = baseName(words.first());
-        const auto isDevice = [](const QString &path) { return device.match(path).hasMatch(); };
-        if (std::any_of(step.outputs.begin(), step.outputs.end(), isDevice))
-            return true;
-        return std::any_of(words.begin() + 1, words.end(), [&](const QString &word) {
-            return (makers.match(program).hasMatch() && isDevice(word) && !hasOption(words, "l", {"--list"}))
-                   || (program == "dd" && word.startsWith("of=") && isDevice(word.mid(3)));
-        });
-    };
-    forEach(subject, programs, overwrites, [&](const CommandEntry &command, const QStringList &words) {
-        findings.advise(
-            commandOffset(command, words.first()),
-            "This device may be the medium itself, or the controller's own disk: which name a disk has is not "
-            "the same everywhere",
-            "name a partition of the controller by what it is, such as /dev/mmcblk0p3 or /dev/disk/by-partlabel/NAME, "
-            "after looking that it is the one");
-    });
-}
-
-void deletesTooMuch(const Subject &subject, Collector &findings)
-{
-    static const QSet<QString> programs = {"rm", "chmod", "chown", "chgrp", "find", "mv"};
-    static const QRegularExpression top(
-        "^/(\\*|\\.|(bin|boot|dev|etc|home|lib\\w*|media|mnt|opt|proc|root|run|sbin|srv|sys|usr|var)(/\\*?)?)?/*$");
-    static const QRegularExpression ownMedium("^/mnt/upgrade/(\\*|zul_install/?\\*?)$");
-    const auto deletes = [](const QStringList &words, const Step &) {
-        const QString program = baseName(words.first());
-        const bool recursive = hasOption(words, "rR", {"--recursive"});
-        const QStringList values = operands(words);
-        const auto isTooMuch = [](const QString &path) {
-            return top.match(path).hasMatch() || ownMedium.match(path).hasMatch();
-        };
-        const bool names = std::any_of(values.begin(), values.end(), isTooMuch);
-        if (program == "find")
-            return names && (words.contains("-delete") || (words.contains("-exec") && words.contains("rm")))
-                   && !words.contains("-name") && !words.contains("-path") && !words.contains("-mtime");
-        if (program == "mv")
-            return values.size() > 1 && isTooMuch(values.first());
-        return names && recursive && QStringList{"rm", "chmod", "chown", "chgrp"}.contains(program);
-    };
-    forEach(subject, programs, deletes, [&](const CommandEntry &command, const QStringList &words) {
-        findings.advise(
-            commandOffset(command, words.first()),
-            "This is about a whole folder of the system, or of the medium; hardly anybody means that",
-            "name the folder that is meant, such as /opt/app; a blank in a path makes two of it");
-    });
-}
-
-void mountDirectory(const Subject &subject, Collector &findings)
-{
-    static const QRegularExpression mount(
-        "(?<![\\w/.-])(/(?:run/)?media/[\\w.-]+|/mnt/(?:sd[a-z]\\d*|mmcblk\\d+(?:p\\d+)?|usb\\w*|sdcard|card))(?=/|\\s|$)(?:/([\\w./-]+))?");
-    for (const CommandEntry &command : subject.commands) {
-        if (!command.command.contains(QLatin1String("media/"))
-            && !command.command.contains(QLatin1String("/mnt/")))
+    for (const auto &script : subject.uses.scripts) {
+        if (script->command->command.contains(QLatin1String("TSTAPP")))
             continue;
-        const QRegularExpressionMatch match = mount.match(command.command);
-        if (!match.hasMatch())
-            continue;
-        // Whether it is the medium's, tells a file of that name on it, perhaps a folder deeper.
-        const QString path = match.captured(0);
-        QString right = command.command;
-        const QString below = match.captured(2);
-        const bool isThere = !below.isEmpty() && subject.hasFile(mediumFolder + below);
-        if (!isThere)
-            findings.askAuthor();
-        right.replace(path, mediumFolder + below);
-        findings.replace(
-            *command.entry, commandOffset(command, path),
-            QString("%1 is where one controller mounts its media; /mnt/upgrade is the medium on each")
-                .arg(match.captured(1)),
-            subject.commandLine(command, right));
+        for (const Step &step : script->text.steps) {
+            if (isCalibration(step.run.value(0)))
+                findings.adviseOther(script->path, step.line, message,
+                                     "an operation of its own that runs ts_calibrate, without a script");
+        }
     }
-}
-
-bool restarts(const QStringList &words)
-{
-    const QString program = baseName(words.first());
-    const QStringList values = operands(words);
-    return QStringList{"reboot", "poweroff", "halt", "shutdown"}.contains(program)
-           || (program == "systemctl"
-               && QStringList{"reboot", "poweroff", "halt", "kexec"}.contains(values.value(0)))
-           || ((program == "init" || program == "telinit")
-               && QStringList{"0", "6"}.contains(values.value(0)));
-}
-
-void rebootsAgain(const Subject &subject, Collector &findings)
-{
-    if (subject.verdict.mode != Verdict::Direct)
-        return;
-    static const QSet<QString> programs = {"reboot",    "poweroff", "halt",   "shutdown",
-                                           "systemctl", "init",     "telinit"};
-    forEach(
-        subject, programs, [](const QStringList &words, const Step &) { return restarts(words); },
-        [&](const CommandEntry &command, const QStringList &words) {
-            findings.advise(
-                commandOffset(command, words.first()),
-                "In direct mode everything runs again after each start, this too, for as long as the medium is in",
-                "leave it out and have the operator restart, or use CMD_List");
-        });
 }
 
 } // namespace
@@ -481,19 +611,11 @@ QVector<Rule> programRules()
         {"shell-builtin", Severity::Error, shellBuiltin, AsksAuthor,
          "what is to be done with it, in the same shell"},
         {"assignment-in-front", Severity::Error, assignmentInFront, ChangesCommands, "what it is set for"},
+        {"needless-sudo", Severity::Warning, needlessSudo, ChangesCommands, "which user is meant"},
         {"needs-terminal", Severity::Warning, needsTerminal, AsksAuthor, "what does it without a terminal"},
         {"never-ends", Severity::Warning, neverEnds, AsksAuthor, "when it is to end"},
         {"relative-path", Severity::Warning, relativePath, ChangesCommands, "where the file is"},
         {"calibration-name", Severity::Warning, calibrationName, ChangesCommands,
          "whether the arguments are needed"},
-        {"loses-medium", Severity::Warning, losesMedium, AsksAuthor, "whether it is needed at all"},
-        {"stops-tool", Severity::Warning, stopsTool, AsksAuthor, "whether it is needed at all"},
-        {"takes-screen", Severity::Warning, takesScreen, AsksAuthor, "whether it is needed at all"},
-        {"overwrites-device", Severity::Warning, overwritesDevice, AsksAuthor,
-         "which device it is on each controller"},
-        {"deletes-too-much", Severity::Warning, deletesTooMuch, AsksAuthor, "what is to be deleted"},
-        {"mount-directory", Severity::Warning, mountDirectory, ChangesCommands,
-         "whether the medium is meant"},
-        {"reboots-again", Severity::Warning, rebootsAgain, AsksAuthor, "who takes the medium out in time"},
     };
 }

@@ -20,6 +20,7 @@ QVector<Rule> fileRules();
 QVector<Rule> listRules();
 QVector<Rule> commandRules();
 QVector<Rule> programRules();
+QVector<Rule> groundRules();
 QVector<Rule> textRules();
 QVector<Rule> mediumRules();
 QVector<Rule> signingRules();

@@ -21,12 +21,20 @@ bool containsControl(const QString &text)
     return std::any_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < ' '; });
 }
 
-QVector<Step> stepsOf(const CommandLine &split, const ShellCall &shell)
+ScriptText scriptOf(const CommandLine &split, const ShellCall &shell, bool hasKit)
 {
     if (!shell.shell.isEmpty())
-        return stepsOf(splitCommandLine(shell.script).words.value(0));
-    const QStringList run = withoutWrappers(split.words);
-    return {{split.words, run, programOf(run), {}, 1}};
+        return readScript(splitCommandLine(shell.script).words.value(0));
+    ScriptText text;
+    text.steps.append(hasKit ? withoutKit(stepOf(split.words)) : stepOf(split.words));
+    const Step outer = text.steps.first();
+    const QString inner = innerScript(outer.run);
+    if (inner.isEmpty())
+        return text;
+    text = readScript(inner);
+    for (Step &step : text.steps)
+        step.isTimed |= outer.isTimed;
+    return text;
 }
 
 } // namespace
@@ -64,6 +72,7 @@ void Subject::read()
     if (list)
         readItems();
     readCommands();
+    uses = usesOf(medium, commands);
 }
 
 void Subject::readItems()
@@ -79,6 +88,7 @@ void Subject::readItems()
 void Subject::readCommands()
 {
     QSet<const IniEntry *> seen;
+    const bool hasKit = isKit(medium);
     for (const Item &item : qAsConst(items)) {
         if (!item.entry || seen.contains(item.entry))
             continue;
@@ -90,9 +100,13 @@ void Subject::readCommands()
         const QString command = text.section('@', 1, 1);
         const CommandLine split = splitCommandLine(command);
         const ShellCall shell = shellCall(command);
+        ScriptText script = scriptOf(split, shell, hasKit);
+        if (hasKit && !shell.shell.isEmpty())
+            std::transform(script.steps.begin(), script.steps.end(), script.steps.begin(), withoutKit);
+        const QVector<Step> steps = script.steps;
+        script.steps.clear();
         commands.append({item.entry, text.section('@', 0, 0), command, isSkipped(command), text.count('@'),
-                         split, shell, stepsOf(split, shell),
-                         shell.shell.isEmpty() ? split.bare : QString()});
+                         split, shell, steps, script, shell.shell.isEmpty() ? split.bare : QString()});
     }
 }
 

@@ -11,6 +11,7 @@
 #include "reading/shell.h"
 #include "reading/signedfiles.h"
 #include "rules/findings.h"
+#include "rules/uses.h"
 #include "window/screen.h"
 #include "window/verdict.h"
 
@@ -30,12 +31,13 @@ struct CommandEntry {
     const IniEntry *entry;
     QString name;
     QString command;
-    bool isSkipped;      ///< marked completed, but never run
-    int ats;             ///< number of "@" in it
-    CommandLine split;   ///< the command's
-    ShellCall shell;     ///< the command's, where it is one
-    QVector<Step> steps; ///< what it runs: itself, or what its shell does
-    QString bare;        ///< the command with "x" for what is quoted; empty when it is handed to a shell
+    bool isSkipped;       ///< marked completed, but never run
+    int ats;              ///< number of "@" in it
+    CommandLine split;    ///< the command's
+    ShellCall shell;      ///< the command's, where it is one
+    QVector<Step> steps;  ///< what it runs: itself, or what its shell does
+    ScriptText shellText; ///< what else its shell's script says; without steps
+    QString bare;         ///< the command with "x" for what is quoted; empty when it is handed to a shell
 };
 
 /// All that a rule may look at.
@@ -61,6 +63,7 @@ public:
     const IniEntry *list = nullptr; ///< the list that counts; null without one, or where it is of no use
     QVector<Item> items;            ///< empty without `list`
     QVector<CommandEntry> commands; ///< each line once, in list order
+    Uses uses;                      ///< of the medium, by the commands and the scripts that they call
 
     /// The last line with this path, which is the one that counts; null without one.
     const IniEntry *entry(const QString &path) const

@@ -143,9 +143,38 @@ void inKeysAndLists(const Subject &subject, Collector &findings)
     }
 }
 
+/// Those of scripts, where no quotation marks are around them; each line once.
+void inScripts(const Subject &subject, Collector &findings, bool (*isOne)(QChar), const QString &what)
+{
+    for (const auto &script : subject.uses.scripts) {
+        int line = 0;
+        for (const StrayCharacter &stray : script->text.strays) {
+            if (stray.line == line || !isOne(stray.character))
+                continue;
+            line = stray.line;
+            findings.adviseOther(script->path, line,
+                                 QString("Here is %1, %2").arg(named(stray.character), what),
+                                 "the line typed anew, with the characters of a plain keyboard");
+        }
+    }
+}
+
+bool isUnseen(QChar character)
+{
+    return isInvisible(character) || isOtherBlank(character);
+}
+
 void invisibleCharacter(const Subject &subject, Collector &findings)
 {
     inKeysAndLists(subject, findings);
+    inScripts(subject, findings, isUnseen, "which nobody sees and the shell takes for a letter");
+    for (const auto &script : subject.uses.scripts) {
+        if (script->bytes.startsWith("\xef\xbb\xbf"))
+            findings.addOther(
+                script->path,
+                "Here is a byte-order mark, which nobody sees and the shell takes for a letter of the first line",
+                "sed -i '1s/^...//' " + shellWord(script->path), {{0, 3, ""}});
+    }
     for (const CommandEntry &command : subject.commands) {
         if (isAscii(command.name) && isAscii(command.command))
             continue;
@@ -274,8 +303,14 @@ void foreignSeparator(const Subject &subject, Collector &findings)
     }
 }
 
+bool isForeign(QChar character)
+{
+    return !asciiFor(character).isNull() && !isUnseen(character);
+}
+
 void foreignPunctuation(const Subject &subject, Collector &findings)
 {
+    inScripts(subject, findings, isForeign, "which is a letter like any other to the shell");
     for (const CommandEntry &command : subject.commands) {
         const int at = firstForeign(command.command);
         const bool isAround = asciiFor((command.name + '@').at(0)) == '"';

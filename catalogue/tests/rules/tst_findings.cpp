@@ -45,6 +45,9 @@ private slots:
     void theRightLinePutsTheFixtureRight();
     void aCatalogueTriggersWhatItShould_data();
     void aCatalogueTriggersWhatItShould();
+    void aScriptTriggersWhatItShould_data();
+    void aScriptTriggersWhatItShould();
+    void aScriptOfAScriptIsReadToo();
     void theRightLineIsRightForWhateverIsWritten_data();
     void theRightLineIsRightForWhateverIsWritten();
     void aCommandIsSentToAScriptOnlyWhenThereIsOne();
@@ -536,7 +539,100 @@ void TestFindings::aCatalogueTriggersWhatItShould_data()
     line("a folder that is only read", "\"A@ls -R /etc\"", {});
     line("a mount directory", "\"A@cp /media/usb0/a /opt\"", {"mount-directory"});
     line("a word like it", "\"A@cp /opt/media/usb0 /opt/b\"", {});
-    line("a restart in selection mode", "\"A@sh -c \\\"a; reboot\\\"\"", {});
+    line("a restart in selection mode", "\"A@sh -c \\\"a; reboot\\\"\"", {"cuts-short"});
+    line("a builtin behind another program", "\"A@env cd /opt\"", {"shell-builtin"});
+    line("a group", "\"A@( ls /opt )\"", {"shell-builtin"});
+    line("an assignment behind another program", "\"A@timeout 5 LANG=C cp /a /b\"", {"assignment-in-front"});
+    line("an assignment that adds", "\"A@A+=1 cp /a /b\"", {"assignment-in-front"});
+    line("root asked to be root", "\"A@sudo cp /a /b\"", {"needless-sudo"});
+    line("another user", "\"A@su app -c date\"", {});
+    line("an interpreter without a script", "\"A@python3\"", {"needs-terminal"});
+    line("an interpreter with one", "\"A@python3 -c \\\"print(1)\\\"\"", {});
+    line("a package that is asked about", "\"A@apt-get install app\"", {"needs-terminal"});
+    line("a package that is not", "\"A@apt-get -y install app\"", {});
+    line("a copy that is asked about", "\"A@cp -i /a /b\"", {"needs-terminal"});
+    line("a pager in a pipe", "\"A@sh -c \\\"more /a | head -n 1\\\"\"", {});
+    line("what is fed to it", "\"A@sh -c \\\"echo 1 | bc\\\"\"", {});
+    line("nothing to read", "\"A@grep root\"", {"needs-terminal"});
+    line("a status", "\"A@passwd -S root\"", {});
+    line("random numbers", "\"A@cat /dev/urandom\"", {"never-ends"});
+    line("some of them", "\"A@sh -c \\\"head -c 9 /dev/urandom > /a\\\"\"", {"command-too-long"});
+    line("a disk filled up", "\"A@dd if=/dev/zero of=/opt/a\"", {"never-ends"});
+    line("so much of it", "\"A@dd if=/dev/zero of=/opt/a bs=1M count=1\"", {"command-too-long"});
+    line("a loop without an end", "\"A@sh -c \\\"while true; do a; done\\\"\"", {"never-ends"});
+    line("a loop with one", "\"A@sh -c \\\"while true; do a && break; done\\\"\"", {"command-too-long"});
+    line("a loop nobody waits for", "\"A@sh -c \\\"while true; do a; done &\\\"\"", {});
+    line("the main program", "\"A@/usr/bin/zul_main\"", {"never-ends"});
+    line("a service in front", "\"A@syslogd -n\"", {"never-ends"});
+    line("a file of nowhere", "\"A@cp app /opt/app\"", {"relative-path"});
+    line("an archive of nowhere", "\"A@tar xzf a.tgz -C /opt\"", {"relative-path"});
+    line("a target of nowhere", "\"A@cp /opt/a .\"", {"relative-path"});
+    line("a script of nowhere behind options", "\"A@sh -e ./update.sh\"", {"relative-path"});
+    line("a script of nowhere behind a program", "\"A@timeout 60 sh update.sh\"", {"relative-path"});
+    line("a file of nowhere in a shell", "\"A@sh -c \\\"cp app /opt/app\\\"\"", {"relative-path"});
+    line("a file of a folder that was entered", "\"A@sh -c \\\"cd /tmp && cp app /opt\\\"\"", {});
+    line("the target of a link", "\"A@ln -s ../x /opt/a\"", {});
+    line("the calibration, misspelt", "\"A@ts-calibrate\"", {"calibration-name"});
+    line("the calibration, misspelt otherwise", "\"A@ts_caliberate\"", {"calibration-name"});
+    line("a file behind an option", "\"A@a --file=/mnt/upgrade/b\"", {"missing-file"});
+    line("a file with a blank", "\"A@cp \\\"/mnt/upgrade/a b\\\" /opt\"", {"missing-file"});
+    line("a file of the medium that was entered", "\"A@sh -c \\\"cd /mnt/upgrade && cp x /opt\\\"\"",
+         {"command-too-long", "missing-file"});
+    line("files of a loop", "\"A@sh -c \\\"for f in a b; do cp /mnt/upgrade/$f /opt; done\\\"\"",
+         {"command-too-long", "missing-file"});
+    line("a pattern that nothing goes with", "\"A@sh -c \\\"cp /mnt/upgrade/f/* /opt\\\"\"",
+         {"missing-file"});
+    line("a script within a script", "\"A@sh -c \\\"sh -c 'cat /mnt/upgrade/x'\\\"\"",
+         {"command-too-long", "missing-file"});
+    line("a file that is asked for", "\"A@sh -c \\\"[ -f /mnt/upgrade/a ] && cat /mnt/upgrade/a\\\"\"",
+         {"command-too-long"});
+    line("a file that need not be there", "\"A@sh -c \\\"cat /mnt/upgrade/a || true\\\"\"",
+         {"command-too-long"});
+    line("a device of the medium", "\"A@umount /dev/sda1\"", {"loses-medium"});
+    line("something over the medium", "\"A@mount /dev/sdb1 /mnt\"", {"loses-medium"});
+    line("the driver of the medium", "\"A@modprobe -r usb_storage\"", {"loses-medium"});
+    line("the medium unplugged", "\"A@sh -c \\\"echo 1 > /sys/block/sda/device/delete\\\"\"",
+         {"command-too-long", "loses-medium"});
+    line("a pattern that the tool goes with", "\"A@pkill zul\"", {"stops-tool"});
+    line("everything that runs", "\"A@kill -9 -1\"", {"stops-tool"});
+    line("the tool by its number", "\"A@sh -c \\\"kill $(pidof zul_upgrade)\\\"\"", {"stops-tool"});
+    line("the number of the tool", "\"A@sh -c \\\"pidof zul_upgrade | xargs kill\\\"\"",
+         {"command-too-long", "stops-tool"});
+    line("the tool written over", "\"A@cp /opt/zul_upgrade /usr/bin/zul_upgrade\"",
+         {"command-too-long", "stops-tool"});
+    line("a level without the tool", "\"A@init 1\"", {"stops-tool"});
+    line("the screen switched off", "\"A@sh -c \\\"echo 1 > /sys/class/graphics/fb0/blank\\\"\"",
+         {"command-too-long", "takes-screen"});
+    line("an application on the screen", "\"A@/opt/gui -platform linuxfb\"", {"takes-screen"});
+    line("a picture of the screen", "\"A@cp /dev/fb0 /opt/a\"", {});
+    line("the settings of the screen", "\"A@fbset -s\"", {});
+    line("a picture onto a disk", "\"A@cp /opt/a /dev/sda\"", {"overwrites-device"});
+    line("a table that is looked at", "\"A@parted -s /dev/sda print\"", {});
+    line("a table that is kept", "\"A@sh -c \\\"sfdisk -d /dev/mmcblk0 > /opt/a\\\"\"", {"command-too-long"});
+    line("signatures that are looked at", "\"A@wipefs -n /dev/sda\"", {});
+    line("a disk that is read", "\"A@dd if=/dev/mmcblk0 of=/opt/a bs=1M count=8\"", {"command-too-long"});
+    line("a folder by a detour", "\"A@rm -rf /opt/app/../..\"", {"deletes-too-much"});
+    line("a folder of the system within one", "\"A@rm -rf /usr/bin\"", {"deletes-too-much"});
+    line("a variable without a value", "\"A@sh -c \\\"rm -rf $DIR/*\\\"\"", {"deletes-too-much"});
+    line("a variable that has one", "\"A@sh -c \\\"DIR=/opt/a; rm -rf $DIR/*\\\"\"", {"command-too-long"});
+    line("all that is called so", "\"A@find / -name core -delete\"", {"deletes-too-much"});
+    line("some below a folder", "\"A@find /opt/app -name core -delete\"", {"command-too-long"});
+    line("the shell", "\"A@rm -f /bin/sh\"", {"deletes-too-much"});
+    line("users", "\"A@sh -c \\\"> /etc/passwd\\\"\"", {"deletes-too-much"});
+    line("a mirror of everything", "\"A@rsync -a --delete /opt/a/ /\"", {"deletes-too-much"});
+    line("another name of the link", "\"A@cp /mnt/upgrad/a /opt\"", {"mount-directory"});
+    line("capitals of the link", "\"A@cp /mnt/Upgrade/a /opt\"", {"mount-directory"});
+    line("a drive of another system", "\"A@cp E:/a /opt\"", {"mount-directory"});
+    line("a disk of the controller", "\"A@cp /opt/a /media/internal/a\"", {});
+    line("a folder of the controller", "\"A@cp /opt/a /mnt/data/a\"", {});
+    line("switching off", "\"A@poweroff\"", {"cuts-short"});
+    line("restarting by hand", "\"A@sh -c \\\"echo b > /proc/sysrq-trigger\\\"\"",
+         {"command-too-long", "cuts-short"});
+    line("a shutdown called off", "\"A@shutdown -c\"", {});
+    line("alternatives", "\"A@mkdir -p /opt/{a,b}\"", {"shell-braces"});
+    line("numbers", "\"A@rm -f /opt/a.{1..5}\"", {"shell-braces"});
+    line("a comment", "\"A@cp /a /b # keep\"", {"shell-comment"});
+    line("a blank behind a backslash", "\"A@cp /opt/my\\\\ a /opt/b\"", {"shell-escape"});
     // Files of the medium.
     line("a file in a script", "\"A@sh -c \\\"tar xf /mnt/upgrade/a\\\"\"", {"missing-file"});
     line("a file with an option", "\"A@dd if=/mnt/upgrade/a of=/opt/b\"", {"missing-file"});
@@ -573,6 +669,96 @@ void TestFindings::aCatalogueTriggersWhatItShould()
     QStringList found = idsOf(checkText(text));
     found.sort();
     QCOMPARE(found, ids);
+}
+
+void TestFindings::aScriptTriggersWhatItShould_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QStringList>("ids");
+    const auto row = [](const char *name, const QByteArray &script, const QStringList &ids) {
+        QTest::newRow(name) << script << ids;
+    };
+    row("nothing wrong", "#!/bin/sh\nset -eu\ndate\n", {});
+    row("a variable", "m=/mnt/upgrade\ncp $m/x /opt\n", {"missing-in-script"});
+    row("a variable in quotes", "m=\"/mnt/upgrade\"\ncp \"${m}/x\" /opt\n", {"missing-in-script"});
+    row("a variable of a variable", "m=/mnt/upgrade\nexport n=$m/n\ncat \"$n/x\"\n", {"missing-in-script"});
+    row("the value where there is none", "d=${1:-/mnt/upgrade}\ncat \"$d/x\"\n", {"missing-in-script"});
+    row("the folder of the script", "here=$(dirname \"$0\")\ncat \"$here/x\"\n", {"missing-in-script"});
+    row("the folder of the script, as it is", "here=$(cd \"$(dirname \"$0\")\" && pwd)\ncat \"$here/x\"\n",
+        {"missing-in-script"});
+    row("the folder of the script, in short", "cat \"${0%/*}/x\"\n", {"missing-in-script"});
+    row("the folder of the script, entered", "cd \"$(dirname \"$0\")\" || exit 1\ncat x\n",
+        {"missing-in-script"});
+    row("the script itself", "here=$(dirname \"$0\")\ncat \"$here/run\"\n", {});
+    row("a variable with two values", "m=/mnt/upgrade\nif a; then m=/opt; fi\ncat $m/x\n", {});
+    row("a loop", "for f in run x; do cat /mnt/upgrade/$f; done\n", {"missing-in-script"});
+    row("another script", "sh /mnt/upgrade/x.sh\n", {"missing-in-script"});
+    row("a script that is read", "m=/mnt/upgrade\n. $m/x.sh\n", {"missing-in-script"});
+    row("asked for", "m=/mnt/upgrade\n[ -f \"$m/x\" ] || exit 0\ncat \"$m/x\"\n", {});
+    row("made", "o=/mnt/upgrade/o\nmkdir -p \"$o\"\ndmesg >\"$o/x\"\ncat \"$o/x\"\n", {});
+    row("a document in place", "cat >/opt/a <<EOF\ncat /mnt/upgrade/x\nrm -rf /\nEOF\n", {});
+    row("a comment", "# rm -rf /; cat /mnt/upgrade/x\n", {});
+    row("a text", "echo \"do not rm -rf / now\"\n", {});
+    row("a choice", "case $1 in\n  a) cat /mnt/upgrade/x;;\n  *) date;;\nesac\n", {"missing-in-script"});
+    row("a function", "f() {\n  cat /mnt/upgrade/x\n}\nf\n", {"missing-in-script"});
+    row("a file of nowhere", "cp app /opt\n", {"relative-path"});
+    row("an editor", "vi /etc/hosts\n", {"needs-terminal"});
+    row("a question", "read answer\n", {"needs-terminal"});
+    row("lines of a file", "while read -r l; do echo \"$l\"; done </etc/hosts\n", {});
+    row("lines of a program", "df | while read -r l; do echo \"$l\"; done\n", {});
+    row("for ever", "while :; do date; sleep 5; done\n", {"never-ends"});
+    row("calibration", "export A=b\nexec ts_calibrate\n", {"calibration-name"});
+    row("the tool", "killall zul_upgrade\n", {"stops-tool"});
+    row("the medium", "umount /mnt/upgrade\n", {"loses-medium"});
+    row("the screen", "cat /opt/a >/dev/fb0\n", {"takes-screen"});
+    row("a disk by a variable", "d=/dev/mmcblk0\ndd if=/opt/a of=$d\n", {"overwrites-device"});
+    row("a folder by a variable", "d=/usr\nrm -rf $d\n", {"deletes-too-much"});
+    row("nothing by a variable", "rm -rf \"$d\"/*\n", {"deletes-too-much"});
+    row("nothing, which ends the script", "set -u\nrm -rf \"$d\"/*\n", {});
+    row("something by a variable", "d=$(mktemp -d)\nrm -rf \"$d\"/*\n", {});
+    row("a mount directory", "m=/media/sda1\ncp $m/x /opt\n", {"mount-directory"});
+    row("a restart", "sync\nreboot\n", {"cuts-short"});
+    row("root asked to be root", "sudo date\n", {"needless-sudo"});
+    row("a blank of another kind",
+        "cp\xc2\xa0"
+        "-f /a /b\n",
+        {"invisible-character"});
+    row("a dash of another kind",
+        "cp \xe2\x80\x93"
+        "f /a /b\n",
+        {"foreign-punctuation"});
+    row("letters in quotes",
+        "echo \"a \xe2\x80\x93"
+        " b\"\n",
+        {});
+    row("a byte-order mark",
+        "\xef\xbb\xbf"
+        "date\n",
+        {"invisible-character"});
+    row("what no shell reads", "if true\n", {"script-syntax"});
+}
+
+void TestFindings::aScriptTriggersWhatItShould()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QStringList, ids);
+    const Findings findings = checkCommand("sh /mnt/upgrade/run", script);
+    QCOMPARE(idsOf(findings), ids);
+    for (const Finding &finding : findings.list)
+        QVERIFY2(finding.file.endsWith("/run"), qPrintable(finding.file));
+}
+
+void TestFindings::aScriptOfAScriptIsReadToo()
+{
+    const QString folder = work.filePath(QString::number(++copies));
+    QDir().mkpath(folder + "/zul_install");
+    put(folder + "/zul_install/system.ini", "[system]\nCMD_List=\"a\"\n[CMD]\na=\"A@sh /mnt/upgrade/one\"\n");
+    put(folder + "/one", "m=/mnt/upgrade\nsh $m/two\n");
+    put(folder + "/two", "date\ncat /mnt/upgrade/three\n");
+    const Findings findings = check(folder);
+    QCOMPARE(idsOf(findings), QStringList("missing-in-script"));
+    QVERIFY(findings.list.first().file.endsWith("/two"));
+    QCOMPARE(findings.list.first().at.line, 2);
 }
 
 void TestFindings::theRightLineIsRightForWhateverIsWritten_data()
