@@ -241,5 +241,5 @@ def power_cuts_at_every_write_of_steps_that_make_room(c: Controller) -> None:
 def power_cuts_find_every_faulty_step(c: Controller) -> None:
     """The kit with one mistake each: the replay is not always content."""
     recorder = Recorder(c)
-    for name in powercuts.FAULTY_STEPS:
-        powercuts.expect_bad(c, recorder, powercuts.faulty_steps(c, name), 60, SEED)
+    for name, (_, shows_on) in powercuts.FAULTY_STEPS.items():
+        powercuts.expect_bad(c, recorder, powercuts.faulty_steps(c, name), 60, SEED, shows_on)
