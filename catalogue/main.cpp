@@ -245,7 +245,10 @@ int image(const Options &options)
     if (medium.root.isEmpty())
         return fail(ExitData, medium.catalogue + ": not in a medium, of which an image is made");
     std::signal(SIGPIPE, SIG_DFL); // which what is started would have, too
-    becomeImageMaker(medium.root, options.output, options.size, &failure);
+    QStringList complaints;
+    becomeImageMaker(medium.root, options.output, options.size, &complaints, &failure);
+    for (const QString &complaint : qAsConst(complaints))
+        fail(0, complaint);
     return fail(failure.exitCode, failure.message);
 }
 

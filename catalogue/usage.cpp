@@ -77,7 +77,7 @@ QVector<Command> all()
          "make the image of a card, which any imager writes",
          "It has one FAT32 partition, and is read back and compared.",
          {output("FILE", "the image"),
-          {{"size"}, "SIZE", "bytes, K, M or G; without it, the smallest that will do"}}},
+          {{"size"}, "SIZE", "48M is 48 MiB, 4GB a card's; without it, the smallest"}}},
         {"sign",
          "MEDIUM",
          false,

@@ -16,6 +16,7 @@
 
 #include <dirent.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -24,14 +25,16 @@ constexpr qint64 largestFile = 0xffffffff;
 constexpr qint64 mostEntries = 65536; ///< of a folder
 constexpr int longestName = 255;      ///< in units of UTF-16
 constexpr int unitsOfEntry = 13;      ///< of a long name
+constexpr int mostComplaints = 50;    ///< that are told one by one
 
 /// Empty when FAT, and what else cards are read with, knows such a name.
 QString wrongWithName(const QByteArray &bytes)
 {
     const QString name = QString::fromUtf8(bytes);
     static const QRegularExpression forbidden(R"([\x00-\x1f\x7f"*/:<>?\\|])");
-    static const QRegularExpression device(R"(^(con|prn|aux|nul|clock\$|com[0-9]|lpt[0-9])(\..*)?$)",
-                                           QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression device(
+        "^(con|prn|aux|nul|clock\\$|conin\\$|conout\\$|(com|lpt)[0-9\u00b9\u00b2\u00b3])(\\..*)?$",
+        QRegularExpression::CaseInsensitiveOption);
     if (name.toUtf8() != bytes)
         return "its name is not UTF-8";
     if (name.size() > longestName)
@@ -60,14 +63,19 @@ bool isShort(const QString &name)
     return form.match(name).hasMatch();
 }
 
+struct Complaint {
+    QString path; ///< from the medium's folder
+    int exitCode;
+    QString why;
+};
+
 /// Lists and reads one medium.
 class Lister
 {
 public:
-    Lister(const QString &root, Contents *target, Failure *whyNot)
+    Lister(const QString &root, Contents *target)
         : folder(root)
         , contents(target)
-        , failure(whyNot)
     {
     }
 
@@ -75,37 +83,54 @@ public:
     {
         contents->items.append({QString(), true, 0, 1}); // the entry is the label's
         for (int next = 0; next < contents->items.size(); ++next) {
-            if (contents->items.at(next).isFolder && !listFolder(next))
-                return false;
+            if (contents->items.at(next).isFolder)
+                listFolder(next);
         }
+        if (!complaints.isEmpty())
+            return false;
         std::sort(contents->items.begin(), contents->items.end(),
                   [](const CardItem &a, const CardItem &b) { return a.path.toUtf8() < b.path.toUtf8(); });
         QCryptographicHash sum(QCryptographicHash::Sha256);
         for (const CardItem &item : contents->items) {
             sum.addData(item.path.toUtf8() + (item.isFolder ? "/" : "") + '\0'
                         + QByteArray::number(item.bytes) + '\0');
-            if (!item.isFolder && !addFile(item.path, &sum))
-                return false;
+            if (!item.isFolder)
+                addFile(item.path, &sum);
         }
         contents->sum = sum.result();
-        return true;
+        return complaints.isEmpty();
+    }
+
+    /// What is wrong, in the order of the paths. The last has the exit code.
+    void tell(QStringList *lines, Failure *failure)
+    {
+        std::stable_sort(complaints.begin(), complaints.end(),
+                         [](const Complaint &a, const Complaint &b) { return a.path < b.path; });
+        const int more = complaints.size() - mostComplaints;
+        if (more > 0) {
+            complaints.resize(mostComplaints);
+            complaints.append({QString(), complaints.last().exitCode, QString("and %1 more").arg(more)});
+        }
+        for (const Complaint &complaint : qAsConst(complaints))
+            lines->append((complaint.path.isEmpty() ? QString() : folder + '/' + complaint.path + ": ")
+                          + complaint.why);
+        *failure = {complaints.last().exitCode, lines->takeLast()};
     }
 
 private:
-    bool fail(int exitCode, const QString &path, const QString &why)
+    void complain(int exitCode, const QString &path, const QString &why)
     {
-        *failure = {exitCode, folder + '/' + path + ": " + why};
-        return false;
+        complaints.append({path, exitCode, why});
     }
 
-    bool listFolder(int index)
+    void listFolder(int index)
     {
         const QString path = contents->items.at(index).path;
         const QString prefix = path.isEmpty() ? path : path + '/';
         const std::unique_ptr<DIR, int (*)(DIR *)> listing(
             opendir(QFile::encodeName(folder + '/' + path).constData()), closedir);
         if (!listing)
-            return fail(ExitNoInput, path, "cannot be read");
+            return complain(ExitNoInput, path, "cannot be read");
         qint64 entries = contents->items.at(index).entries;
         QHash<QString, QString> spelled;
         while (const dirent *entry = readdir(listing.get())) {
@@ -114,56 +139,64 @@ private:
                 continue;
             const QString name = QString::fromUtf8(bytes), wrong = wrongWithName(bytes);
             if (!wrong.isEmpty())
-                return fail(ExitData, prefix + name, wrong);
+                complain(ExitData, prefix + name, wrong);
+            if (name.toUtf8() != bytes)
+                continue; // no way leads back to it
             const QString other = spelled.value(name.toUpper());
             if (!other.isEmpty())
-                return fail(ExitData, prefix + std::max(name, other),
-                            "FAT takes it for " + std::min(name, other) + ", which differs in capitals only");
+                complain(ExitData, prefix + std::max(name, other),
+                         "FAT takes it for " + std::min(name, other) + ", which differs in capitals only");
             spelled.insert(name.toUpper(), name);
-            if (!addItem(prefix + name))
-                return false;
+            addItem(prefix + name);
             const qint64 needed = 1 + (isShort(name) ? 0 : (name.size() + unitsOfEntry - 1) / unitsOfEntry);
             entries += needed;
             contents->longestName = std::max(contents->longestName, needed);
         }
         contents->items[index].entries = entries;
-        return entries <= mostEntries || fail(ExitData, path, "has more names than a folder of a FAT card");
+        if (entries > mostEntries)
+            complain(ExitData, path, "has more names than a folder of a FAT card");
     }
 
-    bool addItem(const QString &path)
+    void addItem(const QString &path)
     {
+        const QByteArray way = QFile::encodeName(folder + '/' + path);
         struct stat status = {};
-        if (lstat(QFile::encodeName(folder + '/' + path).constData(), &status) != 0)
-            return fail(ExitNoInput, path, "cannot be read");
+        if (lstat(way.constData(), &status) != 0)
+            return complain(ExitNoInput, path, "cannot be read");
         if (S_ISLNK(status.st_mode))
-            return fail(ExitData, path, "a link, which FAT does not know; put the file itself there");
+            return complain(ExitData, path, "a link, which FAT does not know; put the file itself there");
         const bool isFolder = S_ISDIR(status.st_mode);
         if (!isFolder && !S_ISREG(status.st_mode))
-            return fail(ExitData, path, "neither a file nor a folder");
+            return complain(ExitData, path, "neither a file nor a folder");
         if (!isFolder && status.st_size > largestFile)
-            return fail(ExitData, path,
-                        QString("%1 bytes, and a file on a FAT card has %2 at most")
-                            .arg(status.st_size)
-                            .arg(largestFile));
+            return complain(ExitData, path,
+                            QString("%1 bytes, and a file on a FAT card has %2 at most")
+                                .arg(status.st_size)
+                                .arg(largestFile));
+        if (!isFolder && access(way.constData(), R_OK) != 0)
+            return complain(ExitNoInput, path, "cannot be read");
         contents->items.append({path, isFolder, isFolder ? 0 : qint64(status.st_size), isFolder ? 2 : 0});
-        return true;
     }
 
-    bool addFile(const QString &path, QCryptographicHash *sum)
+    void addFile(const QString &path, QCryptographicHash *sum)
     {
         QFile file(folder + '/' + path);
-        return (file.open(QIODevice::ReadOnly) && sum->addData(&file))
-               || fail(ExitNoInput, path, "cannot be read: " + file.errorString());
+        if (!file.open(QIODevice::ReadOnly) || !sum->addData(&file))
+            complain(ExitNoInput, path, "cannot be read: " + file.errorString());
     }
 
     const QString folder;
     Contents *contents;
-    Failure *failure;
+    QVector<Complaint> complaints;
 };
 
 } // namespace
 
-bool readContents(const QString &folder, Contents *contents, Failure *failure)
+bool readContents(const QString &folder, Contents *contents, QStringList *complaints, Failure *failure)
 {
-    return Lister(folder, contents, failure).list();
+    Lister lister(folder, contents);
+    if (lister.list())
+        return true;
+    lister.tell(complaints, failure);
+    return false;
 }

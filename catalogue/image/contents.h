@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 struct Failure;
@@ -25,9 +26,10 @@ struct Contents {
     QByteArray sum; ///< SHA-256 over all paths and contents, whatever the times and the order on the disk
 };
 
-/// Lists a medium's folder and all that is in it. Fails, with the path and the reason, when something is
-/// there that a FAT card cannot hold: links and devices, names with characters that it has not, names that
-/// differ in capitals only, files of 4 GiB and more. Reads every file.
-bool readContents(const QString &folder, Contents *contents, Failure *failure);
+/// Lists a medium's folder and all that is in it, and reads every file. Fails when something is there that a
+/// FAT card cannot hold: links and devices, names with characters that it has not, names that differ in
+/// capitals only, files of 4 GiB and more. All of them are told with path and reason, the last in `failure`
+/// and the others, up to fifty, in `complaints`.
+bool readContents(const QString &folder, Contents *contents, QStringList *complaints, Failure *failure);
 
 #endif

@@ -86,14 +86,18 @@ std::optional<Geometry> geometryOf(qint64 imageBytes, const Contents &contents)
 
 std::optional<qint64> readSize(const QString &text)
 {
-    static const QRegularExpression form("^([0-9]{1,13})([KMGT]?)$");
+    static const QRegularExpression form("^([0-9]{1,13})([KMGT]?)(|iB|B)$");
     const QRegularExpressionMatch match = form.match(text);
-    if (!match.hasMatch())
+    if (!match.hasMatch() || (match.captured(2).isEmpty() && !match.captured(3).isEmpty()))
         return std::nullopt;
-    const int power = match.captured(2).isEmpty() ? 0 : 1 + QString("KMGT").indexOf(match.captured(2));
+    const bool isOfThousands = match.captured(3) == "B";
+    qint64 unit = 1;
+    for (int power = QString("KMGT").indexOf(match.captured(2)); !match.captured(2).isEmpty() && power >= 0;
+         --power)
+        unit *= isOfThousands ? 1000 : 1024;
     const qint64 number = match.captured(1).toLongLong();
-    if (number == 0 || number > (largestImage >> (10 * power)))
+    if (number == 0 || number > largestImage / unit)
         return std::nullopt;
-    const qint64 bytes = number << (10 * power);
-    return bytes % sectorBytes == 0 ? std::optional<qint64>(bytes) : std::nullopt;
+    const qint64 rest = number * unit % sectorBytes;
+    return rest == 0 || isOfThousands ? std::optional<qint64>(number * unit - rest) : std::nullopt;
 }

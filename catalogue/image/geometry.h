@@ -27,8 +27,8 @@ Geometry smallestFor(const Contents &contents);
 /// The one of an image of so many bytes; none when that does not hold the contents, or no FAT32 has that
 /// size.
 std::optional<Geometry> geometryOf(qint64 imageBytes, const Contents &contents);
-/// "48M" and its kin, in bytes; without a letter, bytes. Of whole sectors, up to what a partition table can
-/// tell.
+/// "48M" and "48MiB", of 1024 each, or "48MB", of 1000 as cards are sold, in bytes; without a letter, bytes.
+/// Of whole sectors, which a size of thousands is rounded down to, up to what a partition table can tell.
 std::optional<qint64> readSize(const QString &text);
 
 #endif

@@ -71,8 +71,10 @@ bool plan(const Contents &contents, const QString &size, Geometry *geometry, Fai
         return true;
     const std::optional<qint64> bytes = readSize(size);
     if (!bytes)
-        return fail(failure, ExitUsage,
-                    "--size takes bytes, in 512s, or a number with K, M or G, not " + size);
+        return fail(
+            failure, ExitUsage,
+            "--size takes bytes, in 512s, or a number with K, M, G (of 1024), KB, MB or GB (of 1000), not "
+                + size);
     const std::optional<Geometry> wanted = geometryOf(*bytes, contents);
     if (!wanted)
         return fail(failure, ExitData,
@@ -90,17 +92,20 @@ void become(const QString &program, const QStringList &arguments)
     for (QByteArray &word : words)
         pointers.append(word.data());
     pointers.append(nullptr);
+    qputenv("LC_ALL", "C.UTF-8"); // its shell would complain of one that is not installed
     execv(pointers.first(), pointers.data());
 }
 
 } // namespace
 
-bool becomeImageMaker(const QString &folder, const QString &output, const QString &size, Failure *failure)
+bool becomeImageMaker(const QString &folder, const QString &output, const QString &size,
+                      QStringList *complaints, Failure *failure)
 {
     Contents contents;
     Geometry geometry;
     QString seconds;
-    if (!checkOutput(folder, output, failure) || !readContents(QDir::cleanPath(folder), &contents, failure)
+    if (!checkOutput(folder, output, failure)
+        || !readContents(QDir::cleanPath(folder), &contents, complaints, failure)
         || !plan(contents, size, &geometry, failure) || !readTime(contents.sum, &seconds, failure))
         return false;
     const qint64 bytes = size.isEmpty() ? geometry.imageBytes() : *readSize(size);

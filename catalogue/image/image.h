@@ -5,6 +5,7 @@
 #define IMAGE_H
 
 #include <QString>
+#include <QStringList>
 
 struct Failure;
 
@@ -13,7 +14,9 @@ struct Failure;
 /// them is that of SOURCE_DATE_EPOCH, or depends on what is in them.
 ///
 /// Becomes another program, which says the rest and gives the exit code: only returns, and then false, when
-/// it is not started. This program itself starts none.
-bool becomeImageMaker(const QString &folder, const QString &output, const QString &size, Failure *failure);
+/// it is not started. This program itself starts none. What is wrong is in `failure`, and where it is more
+/// than one thing, the rest in `complaints`.
+bool becomeImageMaker(const QString &folder, const QString &output, const QString &size,
+                      QStringList *complaints, Failure *failure);
 
 #endif
