@@ -102,7 +102,9 @@ AUTHORS_TABLE: dict[tuple[str, str], Method] = {
     ("docs/writing-catalogues.md", "sudo apt install ./zul-rehearsal_*.deb"): AuthorsCommands(
         "command -v zul_rehearse"
     ),
-    ("docs/writing-catalogues.md", "mkdir root"): NoCommand("wants a controller; simulator/test-rehearsal has a small one"),
+    ("docs/writing-catalogues.md", "mkdir root"): NoCommand(
+        "wants a controller; simulator/test-rehearsal has a small one"
+    ),
     ("docs/writing-catalogues.md", 'cp -f "$new" "$program.new"'): UsedBy("examples/update-program/update.sh"),
     ("docs/writing-catalogues.md", 'update="Update program@sh /mnt/upgrade/update.sh"'): LineOfACatalogue("update.sh"),
     (

@@ -29,16 +29,15 @@ has_files_of_others() {
 }
 
 copy_given_root() {
-    local needed free
-    needed=$(du -skx "$ZUL_ROOT" 2>/dev/null | cut -f 1 || true)
-    free=$(df -k --output=avail "$state" | tail -n 1)
-    if ((needed > free)); then
-        die "a copy of $ZUL_ROOT takes $((needed / 1024)) MB, and $((free / 1024)) MB of memory are free for it: make" \
-            "its files yours (chown), or use --as-root, and no copy is needed"
+    local needed left
+    needed=$(du -smx "$ZUL_ROOT" 2>/dev/null | cut -f 1 || true)
+    left=$(df -BM --output=avail "$state" | tail -n 1 | tr -dc 0-9)
+    if ((needed > left)); then
+        die "a copy of $ZUL_ROOT takes $needed MB, and $left MB of memory are left for it: give its files to yourself, or use --as-root, and no copy is needed"
     fi
     : >"$1/copied"
     # Devices cannot be made, and what only root may read cannot be read.
-    cp -R --no-dereference --preserve=mode,links,timestamps -- "$ZUL_ROOT/." "$1/root" 2>"$1/not-copied" || true
+    LC_ALL=C cp -R --no-dereference --preserve=mode,links,timestamps -- "$ZUL_ROOT/." "$1/root" 2>"$1/not-copied" || true
     if grep -q 'No space left' "$1/not-copied"; then die "the memory is too small for a copy of $ZUL_ROOT"; fi
     sed -n "s/.*cannot open '\(.*\)' for reading.*/this user cannot read \1, so the controller does not have it/p" \
         "$1/not-copied" >&2
