@@ -57,7 +57,7 @@ const QStringList commandsOfLine = {
     "single-word-sh",      "shell-pipe",          "shell-chain",   "shell-redirect",   "shell-variable",
     "shell-glob",          "shell-tilde",         "shell-quote",   "path-capitals",    "shell-script-split",
     "fat-not-executable",  "assignment-in-front", "relative-path", "calibration-name", "mount-directory",
-    "foreign-punctuation", "not-executable"};
+    "foreign-punctuation", "not-executable",      "needless-sudo"};
 const QStringList everyLine = {"bom", "line-ends"}; // how all of them are read
 const QStringList restoring = {"invisible-character",
                                "foreign-separator",
