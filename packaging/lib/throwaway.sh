@@ -20,13 +20,16 @@ names_in() {
 # make_system PACKAGE,... DEB... - with the packages, with what the built packages need, and a watchdog where the
 # controller has it. The built packages are in /tmp/packages and not installed.
 make_system() {
-    local packages=$1 deb
+    local packages=$1 deb built
     local -a mirrors
     shift
     mapfile -t mirrors < <(mirror)
     for deb in "$@"; do
         packages+=,$(names_in Depends "$deb")
     done
+    # Those that are built no archive has.
+    built=$(for deb in "$@"; do dpkg-deb --field "$deb" Package; done)
+    packages=$(tr , '\n' <<<"$packages" | grep -vxF "$built" | paste -sd ,)
     mmdebstrap --quiet --variant=minbase --include="$packages" bookworm "$root" "${mirrors[@]}"
     mkdir -p "$root/opt/zul" "$root/tmp/packages"
     touch "$root/opt/zul/zul_watchdog"
