@@ -9,8 +9,8 @@ from collections.abc import Callable
 from blocks import Block
 
 PROMPT = "$ "
-# What no two runs have in common: how long a command took, and when it began.
-VARYING = re.compile(r"(?<= after )\d+\.\d(?= s\b)|(?<= begun at )\d+(?= s of )")
+# What no two runs have in common: how long a command took, when it began, and whose folder it was.
+VARYING = re.compile(r"(?<= after )\d+\.\d(?= s\b)|(?<= begun at )\d+(?= s of )|^ *\d+(?= s  )|(?<=/home/)\w+")
 
 
 def commands_of(block: Block) -> list[str]:

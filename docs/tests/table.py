@@ -90,6 +90,18 @@ AUTHORS = ("docs/writing-catalogues.md", "catalogue/zul_catalogue.1", "simulator
 OWNERS_KEY = (
     "openssl genpkey -algorithm ed25519 -out owner.pem && openssl pkey -in owner.pem -pubout -out owner.pub.pem"
 )
+FLEET = "/usr/share/doc/zul-catalogue/docs/fleet"
+CONTROLLER_BY_SSH = """apt-get -q install busybox-static
+for folder in bin etc lib opt sbin usr var/log; do mkdir -p /srv/controller/$folder; done
+cp /bin/busybox /srv/controller/bin
+chroot /srv/controller /bin/busybox --install -s /bin
+cat >/usr/local/bin/ssh <<'END'
+#!/bin/sh
+[ "$1" = root@controller ] || exit 255
+shift
+exec sudo chroot /srv/controller "$@"
+END
+chmod 755 /usr/local/bin/ssh"""
 # By the first line; dialogues, and files that have a name, say by themselves what is done with them.
 AUTHORS_TABLE: dict[tuple[str, str], Method] = {
     ("docs/writing-catalogues.md", "sudo apt install ./zul-catalogue_*.deb"): AuthorsCommands(
@@ -101,9 +113,6 @@ AUTHORS_TABLE: dict[tuple[str, str], Method] = {
     ),
     ("docs/writing-catalogues.md", "sudo apt install ./zul-rehearsal_*.deb"): AuthorsCommands(
         "command -v zul_rehearse"
-    ),
-    ("docs/writing-catalogues.md", "mkdir root"): NoCommand(
-        "wants a controller; simulator/test-rehearsal has a small one"
     ),
     ("docs/writing-catalogues.md", 'cp -f "$new" "$program.new"'): UsedBy("examples/update-program/update.sh"),
     ("docs/writing-catalogues.md", 'update="Update program@sh /mnt/upgrade/update.sh"'): LineOfACatalogue("update.sh"),
@@ -122,10 +131,14 @@ AUTHORS_TABLE: dict[tuple[str, str], Method] = {
     ("docs/writing-catalogues.md", "repos:"): UsedBy(".pre-commit-hooks.yaml", part=r"(?:entry|files|language): .+"),
     ("catalogue/zul_catalogue.1", "zul_catalogue new card"): AuthorsCommands(
         "test -s card.img && test -s fleet.csv",
-        before=f"rm -rf card; cp -r /usr/share/doc/zul-catalogue/docs/fleet/reports .; {OWNERS_KEY}; chown reader: owner.pem",
+        before=f"rm -rf card; cp -r {FLEET}/reports .; {OWNERS_KEY}; chown reader: owner.pem",
+    ),
+    # A controller as small as they are made, in the place of the network.
+    ("docs/writing-catalogues.md", "mkdir root"): AuthorsCommands(
+        "test -x root/bin/busybox && grep '^added /var/log/update.log' rehearsal-2/report.txt", before=CONTROLLER_BY_SSH
     ),
     ("simulator/zul_rehearse.1", "zul_rehearse card"): AuthorsCommands(
-        "test -s rehearsal/report.txt && test -s second/report.txt"
+        "test -s second/report.txt && test -s rehearsal-3/report.txt"
     ),
 }
 
