@@ -37,7 +37,7 @@ copy_given_root() {
     fi
     : >"$1/copied"
     # Devices cannot be made, and what only root may read cannot be read.
-    LC_ALL=C cp -R --no-dereference --preserve=mode,links,timestamps -- "$ZUL_ROOT/." "$1/root" 2>"$1/not-copied" || true
+    LC_ALL=C cp -RT --no-dereference --preserve=mode,links,timestamps -- "$ZUL_ROOT" "$1/root" 2>"$1/not-copied" || true
     if grep -q 'No space left' "$1/not-copied"; then die "the memory is too small for a copy of $ZUL_ROOT"; fi
     sed -n "s/.*cannot open '\(.*\)' for reading.*/this user cannot read \1, so the controller does not have it/p" \
         "$1/not-copied" >&2

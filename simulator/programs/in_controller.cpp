@@ -71,7 +71,7 @@ std::string fileOf(const std::string &program)
     const std::string places = std::string(path) + ":";
     for (size_t start = 0; start < places.size();) {
         const size_t end = places.find(':', start);
-        const std::string file = places.substr(start, end - start) + "/" + program;
+        std::string file = places.substr(start, end - start) + "/" + program;
         if (end > start && access(file.c_str(), X_OK) == 0) {
             return file;
         }
