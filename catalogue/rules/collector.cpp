@@ -9,6 +9,9 @@
 #include "rules/subject.h"
 #include "rules/suppressions.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <cstring>
 
 Collector::Collector(const Subject &itsSubject, Suppressions *itsSuppressions, Findings *itsFindings,
@@ -45,7 +48,8 @@ void Collector::keep(Finding finding)
     finding.severity = rule->severity;
     finding.mendable = !finding.edits.isEmpty() && !asks && !(rule->change & AsksAuthor);
     asks = false;
-    finding.end = finding.file == subject.medium.catalogue ? endOf(finding.at) : finding.at;
+    if (finding.file == subject.medium.catalogue)
+        finding.end = endOf(finding.at);
     // Before they are counted: one that is meant takes the place of none that is not.
     if (suppressions && suppressions->take(&finding)) {
         findings->suppressed.append(finding);
@@ -69,6 +73,20 @@ Position Collector::endOf(Position at) const
     if (end == begin && end < bytes.size() && bytes.at(end) != '\n' && bytes.at(end) != '\r')
         ++end;
     return {at.line, at.column + (end - begin)};
+}
+
+/// Of another file; its beginning where that cannot be read.
+Position Collector::endOfLine(const QString &path, int line)
+{
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+        return {line, 1};
+    QByteArray text;
+    for (int number = 1; number <= line; ++number)
+        text = file.readLine();
+    while (text.endsWith('\n') || text.endsWith('\r'))
+        text.chop(1);
+    return {line, text.size() + 1};
 }
 
 void Collector::add(int offset, const QString &message, const QString &right)
@@ -112,7 +130,7 @@ void Collector::addOther(const QString &path, const QString &message, const QStr
 
 void Collector::adviseOther(const QString &path, int line, const QString &message, const QString &advice)
 {
-    keep({{}, {}, path, {line, 1}, message, advice, {}, false, true});
+    keep({{}, {}, path, {line, 1}, message, advice, {}, false, true, endOfLine(path, line)});
 }
 
 QString mendedLine(const QByteArray &bytes, const QVector<Edit> &edits)

@@ -47,6 +47,7 @@ public:
 private:
     void keep(Finding finding);
     Position endOf(Position at) const;
+    static Position endOfLine(const QString &path, int line);
 
     const Subject &subject;
     Suppressions *suppressions;
