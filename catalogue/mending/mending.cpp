@@ -179,7 +179,7 @@ private:
         if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
             qFatal("%s cannot be written", qPrintable(path));
         file.close();
-        const Verdict verdict = readVerdict(path);
+        Verdict verdict = readVerdict(path);
         file.remove();
         return verdict;
     }

@@ -236,7 +236,7 @@ private:
         static const QRegularExpression form("^(\\w+)(?:(:?[-=])(.*)|(%%?/\\*)|(:?\\?.*))?$",
                                              QRegularExpression::DotMatchesEverythingOption);
         const QRegularExpressionMatch match = form.match(inside);
-        const QStringList values = variables.value(match.captured(1));
+        QStringList values = variables.value(match.captured(1));
         if (!match.hasMatch())
             return {};
         if (match.captured(4) == "%/*" && values.size() == 1)

@@ -44,7 +44,7 @@ QString readStepRun(const QByteArray &line, StepRun *run)
     const QJsonObject object = QJsonDocument::fromJson(line, &error).object();
     if (error.error != QJsonParseError::NoError)
         return "damaged";
-    const QString wrong = wrongForm(object.value("zul_step"));
+    QString wrong = wrongForm(object.value("zul_step"));
     if (!wrong.isEmpty())
         return wrong;
     for (const char *text : {"history", "time", "controller", "medium", "name", "outcome", "output"}) {
