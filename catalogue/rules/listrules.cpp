@@ -117,9 +117,15 @@ void emptyItem(const Subject &subject, Collector &findings)
     for (const Item &item : subject.items) {
         if (!item.text.trimmed().isEmpty() || item.entry)
             continue;
+        const QString message = "An empty item, which the tool leaves out";
+        if (texts.isEmpty()) {
+            findings.advise(item.offset, message,
+                            "keys of [CMD], separated by commas; it has none that can be");
+            continue;
+        }
         if (isEmpty)
             findings.askAuthor();
-        findings.replace(*subject.list, item.offset, "An empty item, which the tool leaves out", right);
+        findings.replace(*subject.list, item.offset, message, right);
     }
 }
 

@@ -508,8 +508,10 @@ void relativePath(const Subject &subject, Collector &findings)
     const QString message =
         "\"%1\" is looked for in the folder from which the tool was started, not on the medium";
     for (const CommandEntry &command : subject.commands) {
-        // What stands behind a comment or a backslash is told as that.
-        if (command.isSkipped || command.bare.contains('#') || command.bare.contains('\\'))
+        // What stands behind a comment, a backslash or what only a shell reads is told as that.
+        static const QString others = "#\\|&;<>";
+        const auto isOther = [](QChar character) { return others.contains(character); };
+        if (command.isSkipped || std::any_of(command.bare.begin(), command.bare.end(), isOther))
             continue;
         const auto step = std::find_if(command.steps.begin(), command.steps.end(),
                                        [](const Step &one) { return !relativeWord(one).isEmpty(); });
