@@ -36,7 +36,7 @@ TITLES = {
     "screen": "**On the screen, in milliseconds**",
     "table": "**Rebuilding the status table, in milliseconds of processor time**",
     "catalogue": "**Reading a catalogue until its list is painted, in milliseconds of processor time**",
-    "check": "**`zul_catalogue check`, in milliseconds of processor time**",
+    "check": "**`zul_catalogue check` and `fix`, in milliseconds of processor time**",
     "results": "**`zul_catalogue results`, in milliseconds of processor time**",
     "verify": "**Judging a medium: instructions of `zul_catalogue verify`, million**",
     "gate": "**The gate: mounting a signed medium**",
@@ -173,7 +173,7 @@ def life_rows() -> Iterator[Row]:
     )
 
 
-def size_rows() -> Iterator[Row]:
+def size_rows(before: bool) -> Iterator[Row]:
     for count in ("12", "100", "1,000", "10,000"):
         goal = 0.2 if count == "1,000" else None
         yield Row(
@@ -192,6 +192,10 @@ def size_rows() -> Iterator[Row]:
         )
     yield Growth("catalogue", "catalogue", "1,000", "10,000", "operations", "settings reader", GROWTH)
     yield Row("check", ("check", "10000"), "10,000 operations", "10", "10 operations")
+    if before:
+        yield Row("check", ("check", "10000"), "10,000 operations", "before", BEFORE, goal=1.0)
+    faulty = "fix, 10,000 operations with five faults each"
+    yield Row("check", ("fix", "10000"), faulty, "check", "`zul_catalogue check` of the same")
     what = "Python, that reads the same lines as JSON and nothing else"
     yield Row("results", ("results", "10000"), "10,000 controllers with 5 steps", "reader", what)
 
@@ -218,7 +222,7 @@ def gate_rows() -> Iterator[Row]:
 
 
 def rows(before: bool) -> list[Row]:
-    return [*instruction_rows(before), *start_rows(before), *life_rows(), *size_rows(), *gate_rows()]
+    return [*instruction_rows(before), *start_rows(before), *life_rows(), *size_rows(before), *gate_rows()]
 
 
 def read_samples(path: str) -> Samples:
