@@ -141,7 +141,7 @@ class Catalogue(Method):
         room = house.reader(self.room)
         room.write("/card/zul_install/system.ini", block.text)
         for file in self.files:
-            room.write(f"/card/{file}", "")
+            room.write(f"/card/{file}", "true\n")
         fonts = ("fonts-liberation", "fonts-liberation2", "fonts-wqy-microhei")  # it measures with them
         room.do("apt-get", "-q", "install", *fonts)
         room.do("cmake", "--install", f"{CLONE}/{self.build}", "--component", "catalogue")
@@ -261,7 +261,7 @@ class LineOfACatalogue(ByAnAuthor):
         key = next(line for _, line in block.lines if not line.startswith(";")).partition("=")[0]
         room.write("/line/zul_install/system.ini", f'[system]\nCMD_List="{key}"\n\n[CMD]\n{block.text}')
         for file in self.files:
-            room.write(f"/line/{file}", "")
+            room.write(f"/line/{file}", "true\n")
         room.try_for(block, "zul_catalogue check --strict /line")
         room.do("rm", "-r", "/line")
 
