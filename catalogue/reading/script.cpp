@@ -661,8 +661,8 @@ int wrapperWords(const QStringList &words, int from)
         {"env", {"uCS", 0}},       {"nohup", {"", 0}},     {"setsid", {"", 0}},    {"nice", {"n", 0}},
         {"ionice", {"cnp", 0}},    {"timeout", {"ks", 1}}, {"stdbuf", {"ioe", 0}}, {"busybox", {"", 0}},
         {"sudo", {"ugCpD", 0}},    {"command", {"", 0}},   {"exec", {"a", 0}},     {"chrt", {"", 1}},
-        {"time", {"fo", 0}},       {"unshare", {"", 0}},   {"taskset", {"", 1}},   {"flock", {"wE", 1}},
-        {"xargs", {"nIdPLsE", 0}}, {"toybox", {"", 0}},    {"doas", {"uC", 0}},    {"builtin", {"", 0}}};
+        {"time", {"of", 0}},       {"unshare", {"", 0}},   {"taskset", {"", 1}},   {"flock", {"wE", 1}},
+        {"xargs", {"nIdPLsE", 0}}, {"toybox", {"", 0}},    {"builtin", {"", 0}}};
     const QString &word = words.at(from);
     const auto wrapper = wrappers.constFind(word.mid(word.lastIndexOf('/') + 1));
     if (wrapper == wrappers.constEnd())

@@ -529,11 +529,8 @@ MountPath mountPath(const QString &word)
         return {certain.captured(1), certain.captured(2).replace('\\', '/'), true};
     const QRegularExpressionMatch misspelt = link.match(word);
     const QString name = misspelt.captured(2);
-    static const QSet<QString> near = {"update",   "upgrad",   "upgrde", "upgarde", "ugrade",
-                                       "upgade",   "upgrades", "uprade", "upgrage", "upgraade",
-                                       "uppgrade", "updgrade", "pgrade", "upgrae",  "upgrate"};
     if (misspelt.hasMatch() && word != "/mnt/upgrade" && !word.startsWith(mediumFolder)
-        && (near.contains(name.toLower()) || name.toLower() == "upgrade"))
+        && (name.toLower() == "update" || (name.size() > 4 && distance(name.toLower(), "upgrade") <= 2)))
         return {misspelt.captured(1), misspelt.captured(3), true};
     if (word.startsWith("\\mnt\\upgrade"))
         return {"\\mnt\\upgrade", word.mid(13).replace('\\', '/'), true};

@@ -4,6 +4,7 @@
 // Findings on the lists, the keys and ENDGAME: what the operator is offered.
 
 #include "reading/initext.h"
+#include "reading/lookalikes.h"
 #include "rules/rules.h"
 
 #include <QRegularExpression>
@@ -22,6 +23,86 @@ QString rightCapitals(const QString &name, const QStringList &names)
     const auto same = [&name](const QString &other) { return other.compare(name, Qt::CaseInsensitive) == 0; };
     const auto found = std::find_if(names.begin(), names.end(), same);
     return names.contains(name) || found == names.end() ? QString() : *found;
+}
+
+/// "" when `name` is one of `names`, otherwise the one that is drawn like it.
+QString drawnAlike(const QString &name, const QStringList &names)
+{
+    if (names.contains(name))
+        return QString();
+    const QString seen = drawn(textOf(name.toLatin1()));
+    const auto same = [&seen](const QString &other) { return drawn(other) == seen; };
+    const auto found = std::find_if(names.begin(), names.end(), same);
+    return found == names.end() ? QString() : *found;
+}
+
+/// Lines of [CMD] that no item names, by what is seen of their keys.
+QHash<QString, const IniEntry *> unlistedBySight(const Subject &subject)
+{
+    QHash<QString, const IniEntry *> unlisted;
+    const bool isAnyMissed = std::any_of(subject.items.begin(), subject.items.end(), [](const Item &item) {
+        return !item.entry && !item.text.isEmpty();
+    });
+    if (!isAnyMissed)
+        return unlisted;
+    QSet<QString> listed;
+    for (const Item &item : subject.items)
+        listed.insert(item.text);
+    for (const IniEntry &entry : subject.file.entries()) {
+        if (entry.section == "CMD" && !listed.contains(entry.key))
+            unlisted.insert(drawn(textOf(entry.key.toLatin1())), &entry);
+    }
+    return unlisted;
+}
+
+/// The line that an item names for the eye, but not for the tool; null without one.
+const IniEntry *drawnLikeItem(const Item &item, const QHash<QString, const IniEntry *> &unlisted)
+{
+    if (item.entry || item.text.trimmed().isEmpty() || unlisted.isEmpty())
+        return nullptr;
+    const IniEntry *entry = unlisted.value(drawn(textOf(item.text.toLatin1())));
+    // What is not drawn at all is told as that.
+    const QString both = entry ? textOf(entry->key.toLatin1()) + textOf(item.text.toLatin1()) : QString();
+    const auto isUnseen = [](QChar character) {
+        return character.category() == QChar::Other_Format
+               || (character.unicode() >= 0x80 && character.isSpace());
+    };
+    if (std::any_of(both.begin(), both.end(), isUnseen))
+        return nullptr;
+    const bool isOther = entry && entry->key.compare(item.text.trimmed(), Qt::CaseInsensitive) != 0;
+    return isOther ? entry : nullptr;
+}
+
+bool isAsciiText(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < 0x80; });
+}
+
+void lookalikeKey(const Subject &subject, Collector &findings)
+{
+    const QString message = "This looks like \"%1\" and is not: the tool does not find it";
+    for (const IniLine &head : subject.file.sections()) {
+        const QString right = drawnAlike(head.section, {"system", "CMD"});
+        if (!right.isEmpty())
+            findings.replace(head.begin, head.end, head.begin, message.arg('[' + right + ']'),
+                             '[' + right + ']');
+    }
+    for (const IniEntry &entry : subject.file.entries()) {
+        const QString right = entry.section == "system" ? drawnAlike(entry.key, systemKeys) : QString();
+        if (!right.isEmpty())
+            findings.mend({{entry.begin, entry.keyEnd, right.toUtf8()}}, entry.begin, message.arg(right));
+    }
+    const auto unlisted = unlistedBySight(subject);
+    for (const Item &item : subject.items) {
+        const IniEntry *entry = drawnLikeItem(item, unlisted);
+        if (!entry)
+            continue;
+        if (!isAsciiText(item.text))
+            findings.askAuthor();
+        findings.mend({{entry->begin, entry->keyEnd, writtenKey(item.text).toUtf8()}}, entry->begin,
+                      QString("This key looks like the item \"%1\" of the list and is another one")
+                          .arg(textOf(item.text.toLatin1())));
+    }
 }
 
 /// Items that the list names without there being such a line, and the lines that were probably meant.
@@ -71,7 +152,9 @@ void noList(const Subject &subject, Collector &findings)
         const QString path = entry.path();
         const bool nearly = path.compare("system/CMD_List", Qt::CaseInsensitive) == 0
                             || path.compare("system/CMD_Type", Qt::CaseInsensitive) == 0 || path == "CMD_List"
-                            || path == "CMD_Type"; // before the sections
+                            || path == "CMD_Type" // before the sections
+                            || !drawnAlike(entry.section, {"system"}).isEmpty()
+                            || (entry.section == "system" && !drawnAlike(entry.key, systemKeys).isEmpty());
         if (nearly)
             return;
         if (entry.section == "CMD" && canBeListed(entry.key) && !keys.contains(entry.key))
@@ -132,7 +215,16 @@ void emptyItem(const Subject &subject, Collector &findings)
 void itemWithoutCommand(const Subject &subject, Collector &findings)
 {
     const auto misses = nearMisses(subject);
+    const auto unlisted = unlistedBySight(subject);
+    QSet<QString> elsewhere; // in a section that looks like the one that is meant
+    for (const IniEntry &entry : subject.file.entries()) {
+        if (entry.section != "CMD" && !isAsciiText(entry.section)
+            && !drawnAlike(entry.section, {"CMD"}).isEmpty())
+            elsewhere.insert(entry.key);
+    }
     for (const Item &item : subject.items) {
+        if (drawnLikeItem(item, unlisted) || elsewhere.contains(item.text))
+            continue; // told as that
         const QString right = iniLine(writtenKey(item.text), item.text + "@COMMAND");
         if (item.entry && item.entry->value.text.isEmpty() && item.entry->value.comma < 0)
             findings.replace(*item.entry, item.entry->begin, "This line is empty, so the tool leaves it out",
@@ -167,6 +259,11 @@ void unlistedKey(const Subject &subject, Collector &findings)
         known << item.text << item.text.trimmed();
     for (auto miss = misses.begin(); miss != misses.end(); ++miss)
         known.insert(miss.value()->key);
+    const auto bySight = unlistedBySight(subject);
+    for (const Item &item : subject.items) {
+        if (const IniEntry *entry = drawnLikeItem(item, bySight))
+            known.insert(entry->key);
+    }
     QVector<const IniEntry *> unlisted;
     QStringList all = subject.meantItems();
     for (const IniEntry &entry : subject.file.entries()) {
@@ -309,7 +406,9 @@ void unknownKey(const Subject &subject, Collector &findings)
         const bool known =
             nearlySystem
             && (systemKeys.contains(entry.key) || !rightCapitals(entry.key, systemKeys).isEmpty());
-        if (!known && !nearlyCommand && !entry.key.startsWith('#'))
+        const bool isDrawnSo = !drawnAlike(entry.section, {"system", "CMD"}).isEmpty()
+                               || (entry.section == "system" && !drawnAlike(entry.key, systemKeys).isEmpty());
+        if (!known && !isDrawnSo && !nearlyCommand && !entry.key.startsWith('#'))
             findings.mend(subject.commentedOut(entry), entry.begin,
                           QString("The tool does not know \"%1\" and never reads it").arg(entry.path()));
     }
@@ -394,6 +493,7 @@ void needsScrolling(const Subject &subject, Collector &findings)
 QVector<Rule> listRules()
 {
     return {
+        {"lookalike-key", Severity::Error, lookalikeKey, AsksAuthor, "which spelling is meant"},
         {"no-list", Severity::Error, noList, AsksAuthor, "which operations are offered"},
         {"both-lists", Severity::Warning, bothLists, ChangesNothing, nullptr},
         {"blank-after-comma", Severity::Error, blankAfterComma, AddsOperations | DropsRepetitions, nullptr},

@@ -88,7 +88,7 @@ void assignmentInFront(const Subject &subject, Collector &findings)
 
 void needlessSudo(const Subject &subject, Collector &findings)
 {
-    static const QSet<QString> programs = {"sudo", "doas"};
+    static const QSet<QString> programs = {"sudo"};
     const auto isOne = [](const QStringList &words) {
         return programs.contains(baseName(words.value(0))) && words.size() > 1;
     };
@@ -239,7 +239,7 @@ bool isConversation(const QStringList &words, const Step &step)
     if (program == "cat" || program == "sort" || program == "wc")
         return values.isEmpty() && !hasOption(words, "", {"--help", "--version", "--files0-from"});
     if (program == "grep")
-        return values.size() < 2 && !values.value(0).contains('/')
+        return values.size() < 2 && !values.value(0).contains('/') && !values.value(0).contains('*')
                && !hasOption(words, "rRefV", {"--recursive", "--file", "--regexp", "--version", "--help"});
     return program == "chpasswd" || program == "tee";
 }
@@ -541,24 +541,6 @@ void relativePath(const Subject &subject, Collector &findings)
                                                                        : onMedium(subject, path));
         }
     }
-}
-
-/// How many letters have to be changed to make one word of the other.
-int distance(const QString &one, const QString &other)
-{
-    QVector<int> row(other.size() + 1);
-    for (int j = 0; j <= other.size(); ++j)
-        row[j] = j;
-    for (int i = 1; i <= one.size(); ++i) {
-        int diagonal = row.at(0);
-        row[0] = i;
-        for (int j = 1; j <= other.size(); ++j) {
-            const int changed = diagonal + (one.at(i - 1) != other.at(j - 1));
-            diagonal = row.at(j);
-            row[j] = qMin(changed, qMin(row.at(j), row.at(j - 1)) + 1);
-        }
-    }
-    return row.last();
 }
 
 /// Whether a program is the calibration, or was meant to be.

@@ -5,6 +5,7 @@
 // are not where they seem to be.
 
 #include "reading/initext.h"
+#include "reading/lookalikes.h"
 #include "rules/rules.h"
 
 #include <QHash>
@@ -324,28 +325,13 @@ void foreignPunctuation(const Subject &subject, Collector &findings)
 
 // --- Names ----------------------------------------------------------------------------------------------
 
-/// What is left of a name for the eye.
-QString seenOf(const QString &name)
-{
-    if (isAscii(name))
-        return name.simplified();
-    QString seen;
-    for (const QChar character : name.normalized(QString::NormalizationForm_KC)) {
-        if (character.isSpace() || character.category() == QChar::Separator_Space)
-            seen += ' ';
-        else if (!isInvisible(character) && character.category() != QChar::Other_Control)
-            seen += character;
-    }
-    return seen.simplified();
-}
-
 void lookalikeName(const Subject &subject, Collector &findings)
 {
     if (subject.verdict.mode != Verdict::Selection)
         return;
     QHash<QString, const CommandEntry *> names;
     for (const CommandEntry &command : subject.commands) {
-        const QString seen = seenOf(command.name);
+        const QString seen = drawn(command.name);
         const CommandEntry *first = names.value(seen);
         if (first && first->name != command.name && !seen.isEmpty())
             findings.replace(
@@ -354,9 +340,9 @@ void lookalikeName(const Subject &subject, Collector &findings)
                     "To the operator this name is that of line %1; they differ in blanks, or in characters "
                     "that look the same")
                     .arg(subject.file.position(first->entry->begin).line),
-                subject.line(
-                    *command.entry,
-                    QString("%1 (%2)@%3").arg(seen, subject.nameFor(*command.entry), command.command)));
+                subject.line(*command.entry, QString("%1 (%2)@%3")
+                                                 .arg(command.name.simplified(),
+                                                      subject.nameFor(*command.entry), command.command)));
         else if (!first)
             names.insert(seen, &command);
     }
@@ -364,19 +350,21 @@ void lookalikeName(const Subject &subject, Collector &findings)
 
 /// A letter of a script that has letters like those of another, in a word with letters of that; -1 without
 /// one.
-int strangerIn(const QString &text)
+int strangerIn(const QString &text, int least)
 {
     const auto isAlike = [](QChar::Script script) {
         return script == QChar::Script_Cyrillic || script == QChar::Script_Greek
                || script == QChar::Script_Armenian || script == QChar::Script_Cherokee;
     };
-    static const QRegularExpression word("\\w{4,}", QRegularExpression::UseUnicodePropertiesOption);
+    static const QRegularExpression word("\\w{2,}", QRegularExpression::UseUnicodePropertiesOption);
     for (auto words = word.globalMatch(text); words.hasNext();) {
         const QRegularExpressionMatch match = words.next();
         int strangers = 0;
         int latin = 0;
         int place = -1;
         const QString letters = match.captured();
+        if (letters.size() < least)
+            continue;
         for (int i = 0; i < letters.size(); ++i) {
             const bool isStranger = isAlike(letters.at(i).script());
             strangers += isStranger;
@@ -390,13 +378,27 @@ int strangerIn(const QString &text)
     return -1;
 }
 
+/// Letters of another alphabet only, all of which are drawn like Latin ones.
+bool isAsIfLatin(const QString &program)
+{
+    return !program.isEmpty() && program.at(0).unicode() >= 0x80 && isAscii(drawn(program));
+}
+
 void mixedScripts(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         const QString text = command.name + '@' + command.command;
-        const int at = isAscii(text) ? -1 : strangerIn(text);
+        if (isAscii(text))
+            continue;
+        // A name may have a unit in it; a program, a path or an option has letters of one alphabet.
+        constexpr int leastOfName = 4;
+        const int inName = strangerIn(command.name, leastOfName);
+        int at = inName >= 0 ? inName : strangerIn(command.command, 2);
+        if (inName < 0 && at < 0)
+            at = isAsIfLatin(command.split.words.value(0)) ? 0 : -1;
         if (at < 0)
             continue;
+        at += inName >= 0 ? 0 : command.name.size() + 1;
         const QString script = text.at(at).script() == QChar::Script_Greek      ? "Greek"
                                : text.at(at).script() == QChar::Script_Cyrillic ? "Cyrillic"
                                                                                 : "another";

@@ -471,6 +471,30 @@ void TestFindings::aCatalogueTriggersWhatItShould_data()
     row("UTF-8 in a key, with a byte-order mark",
         "\xef\xbb\xbf[system]\nCMD_List=\"\xc3\xa4\"\n[CMD]\n\xc3\xa4=\"A@x\"\n",
         {"bom", "item-without-command", "unlisted-key"});
+    row("a section of another alphabet", "[system]\nCMD_List=\"a\"\n[\xd0\xa1MD]\na=\"A@x\"\n",
+        {"lookalike-key"});
+    row("another section of another alphabet", "[s\xd1\x83stem]\nCMD_List=\"a\"\n[CMD]\na=\"A@x\"\n",
+        {"lookalike-key"});
+    row("a list of another alphabet", "[system]\n\xd0\xa1MD_List=\"a\"\n[CMD]\na=\"A@x\"\n",
+        {"lookalike-key"});
+    row("an underscore of full width", "[system]\nCMD\xef\xbc\xbfList=\"a\"\n[CMD]\na=\"A@x\"\n",
+        {"lookalike-key"});
+    row("an item of another alphabet", "[system]\nCMD_List=\"\xd1\x81op\"\n[CMD]\ncop=\"A@x\"\n",
+        {"lookalike-key"});
+    row("a figure of full width", "[system]\nCMD_List=\"a1\"\n[CMD]\na\xef\xbc\x91=\"A@x\"\n",
+        {"lookalike-key"});
+    row("names of two alphabets",
+        "[system]\nCMD_List=\"a,b\"\n[CMD]\na=\"\\x0421\\x043e\\x0440@x\"\nb=\"Cop@y\"\n",
+        {"lookalike-name"});
+    row("names with I and l", "[system]\nCMD_List=\"a,b\"\n[CMD]\na=\"Zone I@x\"\nb=\"Zone l@y\"\n",
+        {"lookalike-name"});
+    row("names with two dashes", "[system]\nCMD_List=\"a,b\"\n[CMD]\na=\"A - B@x\"\nb=\"A \\x2013 B@y\"\n",
+        {"lookalike-name"});
+    row("names with two figures", "[system]\nCMD_List=\"a,b\"\n[CMD]\na=\"Zone 1@x\"\nb=\"Zone 2@y\"\n", {});
+    line("a program of another alphabet", "\"A@\\x0441\\x0440 /a /b\"", {"mixed-scripts"});
+    line("a file of another alphabet", "\"A@ls /opt/\\x0441\\x043e\\x0440\"", {});
+    line("a path of two alphabets", "\"A@ls /opt/a\\x0440p\"", {"mixed-scripts"});
+    line("a unit in a name", "\"5 \\x03bcm@x\"", {});
     line("find with a command", "\"A@find /tmp -exec rm {} ;\"", {});
     line("two commands", "\"A@a; b\"", {"shell-chain"});
     line("literal quotation marks", "\"A@echo \\\"\\\"\\\"a | b\\\"\\\"\\\"\"", {"shell-pipe"});
