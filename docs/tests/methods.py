@@ -268,20 +268,32 @@ class LineOfACatalogue(ByAnAuthor):
 
 class AuthorsCommands(ByAnAuthor):
     """Commands of an author, run as they stand; then `shows` shows that they have done what is promised. Root has done
-    what is `before`."""
+    what is `before`. One that `goes_on` until it is interrupted has something to say before that."""
 
     told = "run by an author"
 
-    def __init__(self, shows: str = "true", before: str = "true") -> None:
+    def __init__(self, shows: str = "true", before: str = "true", goes_on: str = "") -> None:
         self.before = before
         self.shows = shows
+        self.goes_on = goes_on
 
     def check(self, block: Block) -> None:
         demand(block.language in ("sh", "man"), block, "commands are in blocks of sh")
+        lines = [line for _, line in block.lines]
+        demand(
+            not self.goes_on or self.goes_on in lines,
+            block,
+            f'the table knows of a command that is not there: "{self.goes_on}"',
+        )
 
     def do(self, block: Block, room: Room) -> None:
         room.try_for(block, f"cd {HOME}; {self.before}")
-        room.run_block(block, set())
+        room.run_block(block, {number for number, line in block.lines if line == self.goes_on})
+        if self.goes_on:
+            told = room.answer(f'timeout --signal INT 10 {self.goes_on}; echo "ended with $?"')
+            demand(
+                "ended with 124" in told and len(told.splitlines()) > 1, block, f"{self.goes_on}: does not go on", told
+            )
         room.try_for(block, f"cd {HOME}; {self.shows}")
 
 

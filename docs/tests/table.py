@@ -131,6 +131,7 @@ AUTHORS_TABLE: dict[tuple[str, str], Method] = {
     ("docs/writing-catalogues.md", "repos:"): UsedBy(".pre-commit-hooks.yaml", part=r"(?:entry|files|language): .+"),
     ("catalogue/zul_catalogue.1", "zul_catalogue new card"): AuthorsCommands(
         "test -s card.img && test -s fleet.csv",
+        goes_on="zul_catalogue check --watch card",
         before=f"rm -rf card; cp -r {FLEET}/reports .; {OWNERS_KEY}; chown reader: owner.pem",
     ),
     # A controller as small as they are made, in the place of the network.
