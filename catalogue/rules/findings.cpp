@@ -3,6 +3,7 @@
 
 #include "rules/findings.h"
 
+#include "reading/likeness.h"
 #include "rules/completion.h"
 #include "rules/rules.h"
 #include "rules/suppressions.h"
@@ -32,26 +33,6 @@ const Rule *ruleOf(const QString &id)
         return rules;
     }();
     return byId.value(id);
-}
-
-/// How many letters have to be put in, taken out, replaced, or swapped with the next one.
-int changesBetween(const QString &a, const QString &b)
-{
-    QVector<QVector<int>> rows(a.size() + 1, QVector<int>(b.size() + 1));
-    for (int i = 0; i <= a.size(); ++i) {
-        for (int k = 0; k <= b.size(); ++k) {
-            int &least = rows[i][k];
-            if (i == 0 || k == 0) {
-                least = i + k;
-                continue;
-            }
-            const bool isSame = a.at(i - 1) == b.at(k - 1);
-            least = qMin(rows[i - 1][k - 1] + (isSame ? 0 : 1), qMin(rows[i - 1][k], rows[i][k - 1]) + 1);
-            if (i > 1 && k > 1 && a.at(i - 1) == b.at(k - 2) && a.at(i - 2) == b.at(k - 1))
-                least = qMin(least, rows[i - 2][k - 2] + 1);
-        }
-    }
-    return rows.last().last();
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 // the tool's process, its window's screen, devices, and folders that nobody means to delete.
 
 #include "common/controller.h"
+#include "reading/likeness.h"
 #include "rules/rules.h"
 #include "rules/running.h"
 
@@ -528,9 +529,9 @@ MountPath mountPath(const QString &word)
     if (certain.hasMatch())
         return {certain.captured(1), certain.captured(2).replace('\\', '/'), true};
     const QRegularExpressionMatch misspelt = link.match(word);
-    const QString name = misspelt.captured(2);
+    const QString name = misspelt.captured(2).toLower();
     if (misspelt.hasMatch() && word != "/mnt/upgrade" && !word.startsWith(mediumFolder)
-        && (name.toLower() == "update" || (name.size() > 4 && distance(name.toLower(), "upgrade") <= 2)))
+        && (name == "update" || (name.size() > 4 && changesBetween(name, "upgrade") <= 2)))
         return {misspelt.captured(1), misspelt.captured(3), true};
     if (word.startsWith("\\mnt\\upgrade"))
         return {"\\mnt\\upgrade", word.mid(13).replace('\\', '/'), true};

@@ -5,6 +5,7 @@
 // has, those that never end, and those that are looked for where they are not.
 
 #include "common/controller.h"
+#include "reading/likeness.h"
 #include "rules/rules.h"
 #include "rules/running.h"
 
@@ -551,7 +552,8 @@ bool isCalibration(const QString &program)
     if (name.size() < 6 || name.size() > 18)
         return false;
     return name == calibration || name == "tstapp" || name == "ts_calibration"
-           || (!name.startsWith(calibration) && name.startsWith("ts") && distance(name, calibration) <= 2);
+           || (!name.startsWith(calibration) && name.startsWith("ts")
+               && changesBetween(name, calibration) <= 2);
 }
 
 void calibrationName(const Subject &subject, Collector &findings)

@@ -67,20 +67,3 @@ void adviseAt(Collector &findings, const Run &run, const QString &message, const
     else
         findings.advise(commandOffset(run.command, run.step.run.value(0)), message, advice);
 }
-
-int distance(const QString &one, const QString &other)
-{
-    QVector<int> row(other.size() + 1);
-    for (int j = 0; j <= other.size(); ++j)
-        row[j] = j;
-    for (int i = 1; i <= one.size(); ++i) {
-        int diagonal = row.at(0);
-        row[0] = i;
-        for (int j = 1; j <= other.size(); ++j) {
-            const int changed = diagonal + (one.at(i - 1) != other.at(j - 1));
-            diagonal = row.at(j);
-            row[j] = qMin(changed, qMin(row.at(j), row.at(j - 1)) + 1);
-        }
-    }
-    return row.last();
-}

@@ -26,9 +26,6 @@ QStringList operands(const QStringList &words);
 /// Whether one of these options is there, by itself or among other letters.
 bool hasOption(const QStringList &words, const QString &letters, const QStringList &names = {});
 
-/// How many letters have to be changed to make one word of the other.
-int distance(const QString &one, const QString &other);
-
 /// Where in the catalogue the command has this word; where it begins when it has not.
 int commandOffset(const CommandEntry &command, const QString &what = QString());
 

@@ -644,7 +644,7 @@ void TestFindings::aCatalogueTriggersWhatItShould_data()
     line("the shell", "\"A@rm -f /bin/sh\"", {"deletes-too-much"});
     line("users", "\"A@sh -c \\\"> /etc/passwd\\\"\"", {"deletes-too-much"});
     line("a mirror of everything", "\"A@rsync -a --delete /opt/a/ /\"", {"deletes-too-much"});
-    line("another name of the link", "\"A@cp /mnt/upgrad/a /opt\"", {"mount-directory"});
+    line("another name of the link", "\"A@cp /mnt/ugprade/a /opt\"", {"mount-directory"});
     line("capitals of the link", "\"A@cp /mnt/Upgrade/a /opt\"", {"mount-directory"});
     line("a drive of another system", "\"A@cp E:/a /opt\"", {"mount-directory"});
     line("a disk of the controller", "\"A@cp /opt/a /media/internal/a\"", {});
