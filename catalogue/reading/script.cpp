@@ -11,12 +11,20 @@
 #include <QSet>
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
 
 constexpr int mostValues = 16;   ///< of a word with variables of a loop in it
 constexpr int deepestScript = 4; ///< scripts within scripts
+
+/// Without a text of its own for each character that is asked about.
+bool isOneOf(const char *characters, QChar character)
+{
+    const char latin = character.toLatin1();
+    return latin != '\0' && strchr(characters, latin);
+}
 
 bool hasShellVariable(const QString &word)
 {
@@ -93,7 +101,7 @@ private:
             skipLine();
         else if (character == '<' || character == '>' || (character == '&' && next() == '>'))
             readRedirection();
-        else if (QString("\n;&|(){}").contains(character))
+        else if (isOneOf("\n;&|(){}", character))
             readSeparator(character);
         else if (character.unicode() < 0x80 && character.isSpace())
             endWord(), ++i;
@@ -149,7 +157,7 @@ private:
             }
             if (text.at(i) == '\n')
                 ++line;
-            if (text.at(i) == '\\' && i + 1 < text.size() && QString("\\\"$`").contains(next()))
+            if (text.at(i) == '\\' && i + 1 < text.size() && isOneOf("\\\"$`", next()))
                 ++i;
             append(text.at(i++));
         }
@@ -314,7 +322,7 @@ private:
         const bool isHere = text.midRef(i, 2) == QLatin1String("<<") && next(2) != '<';
         goesOut = text.at(i) == '>';
         isTarget = true;
-        while (i < text.size() && QString("<>|-").contains(text.at(i)))
+        while (i < text.size() && isOneOf("<>|-", text.at(i)))
             ++i;
         if (i < text.size() && text.at(i) == '&') { // to another descriptor, which is no file
             ++i;

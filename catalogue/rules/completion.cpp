@@ -21,7 +21,25 @@ struct Proposal {
     QByteArray value;    ///< what is right by the rules so far
     QStringList ignored; ///< ids
     QStringList also;    ///< ids of what is put right as well
+    QStringList ids;     ///< of the findings that propose it
+    bool isMendable;     ///< without the author, by one of them
+
+    /// Of the same line, what has put these findings right on the way; without a look of its own.
+    void takeFrom(const Proposal &other)
+    {
+        value = other.value;
+        for (const QString &id : other.ids + other.also) {
+            if (!ids.contains(id))
+                also.append(id);
+        }
+    }
 };
+
+bool putsRight(const Proposal &one, const Proposal &other)
+{
+    return std::any_of(other.ids.begin(), other.ids.end(),
+                       [&one](const QString &id) { return one.also.contains(id); });
+}
 
 /// The lines that the list names, by where they begin.
 QHash<int, const IniEntry *> listedLines(const Subject &subject)
@@ -142,6 +160,7 @@ void complete(const Subject &subject, const Suppressions &suppressions, const QV
             }
         }
     };
+    QHash<int, QByteArray> first; // of each line, about which the author need not be asked
     forEachLine([&](const Finding &finding, int i, const QByteArray &key) {
         const Edit &edit = finding.edits.at(i);
         Proposal &proposal = proposals[{edit.begin, edit.text}];
@@ -149,12 +168,31 @@ void complete(const Subject &subject, const Suppressions &suppressions, const QV
             proposal = {key,
                         edit.text.mid(key.size()),
                         suppressions.idsFor(subject.file.position(edit.begin).line),
-                        {}};
+                        {},
+                        {},
+                        false};
+        if (!proposal.ids.contains(finding.id))
+            proposal.ids.append(finding.id);
+        proposal.isMendable |= finding.mendable;
+        if (finding.mendable && !first.contains(edit.begin))
+            first.insert(edit.begin, edit.text);
     });
+    Lines catalogue(subject, rules);
     QVector<Proposal *> open;
-    for (Proposal &proposal : proposals)
-        open.append(&proposal);
-    Lines(subject, rules).complete(open);
+    for (auto line = first.constBegin(); line != first.constEnd(); ++line)
+        open.append(&proposals[{line.key(), line.value()}]);
+    catalogue.complete(open);
+    open.clear();
+    for (auto proposal = proposals.begin(); proposal != proposals.end(); ++proposal) {
+        const auto other = proposals.find({proposal.key().first, first.value(proposal.key().first)});
+        if (other == proposal)
+            continue;
+        if (other != proposals.end() && proposal->isMendable && putsRight(*other, *proposal))
+            proposal->takeFrom(*other);
+        else
+            open.append(&*proposal);
+    }
+    catalogue.complete(open);
     forEachLine([&](Finding &finding, int i, const QByteArray &) {
         const Edit before = finding.edits.at(i);
         const Proposal &proposal = proposals[{before.begin, before.text}];

@@ -356,6 +356,9 @@ int strangerIn(const QString &text, int least)
         return script == QChar::Script_Cyrillic || script == QChar::Script_Greek
                || script == QChar::Script_Armenian || script == QChar::Script_Cherokee;
     };
+    const auto isStrange = [&](QChar character) { return isAlike(character.script()); };
+    if (std::none_of(text.begin(), text.end(), isStrange))
+        return -1;
     static const QRegularExpression word("\\w{2,}", QRegularExpression::UseUnicodePropertiesOption);
     for (auto words = word.globalMatch(text); words.hasNext();) {
         const QRegularExpressionMatch match = words.next();

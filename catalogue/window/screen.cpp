@@ -16,7 +16,9 @@ namespace
 constexpr int nameColumn = 0;
 constexpr int detailsColumn = 3;
 constexpr int gridLine = 1;
-constexpr int amplePadding = 16; // more than any view leaves around a text
+constexpr int amplePadding = 16;    // more than any view leaves around a text
+constexpr int latinLetters = 0x100; // none of which changes the form of another
+constexpr int unknown = -1;
 
 } // namespace
 
@@ -45,11 +47,7 @@ Screen::~Screen() = default;
 
 Screen::Cell Screen::cellOf(QAbstractItemView *view, const QModelIndex &index, int width)
 {
-    Cell cell{view, index, width, {}};
-    for (char character = 0; character >= 0 && character < 127; ++character)
-        cell.advances.append(
-            view->fontMetrics().boundingRect('A' + QString(QLatin1Char(character)) + 'A').width()
-            - view->fontMetrics().boundingRect("AA").width() + 1);
+    Cell cell{view, index, width, QVector<int>(latinLetters, unknown)};
     return cell;
 }
 
@@ -68,11 +66,29 @@ bool Screen::fitsDetails(const QString &command) const
     return fits(details, command, details.width);
 }
 
+int Screen::advanceOf(const Cell &cell, QChar character)
+{
+    const ushort code = character.unicode();
+    const bool isInvisible = (code >= 0x7f && code < 0xa0) || code == 0xad;
+    if (code >= latinLetters || isInvisible)
+        return cell.width;
+    int &advance = cell.advances[code];
+    if (advance == unknown) {
+        const QFontMetrics metrics = cell.view->fontMetrics();
+        advance = metrics.boundingRect('A' + QString(character) + 'A').width()
+                  - metrics.boundingRect("AA").width() + 1;
+    }
+    return advance;
+}
+
 bool Screen::fits(const Cell &cell, const QString &text, int width)
 {
     int atMost = amplePadding;
-    for (const QChar character : text)
-        atMost += character.unicode() < cell.advances.size() ? cell.advances.at(character.unicode()) : width;
+    for (const QChar character : text) {
+        atMost += advanceOf(cell, character);
+        if (atMost > width)
+            break;
+    }
     if (atMost <= width)
         return true;
     cell.view->model()->setData(cell.index, text);

@@ -38,10 +38,11 @@ private:
         QAbstractItemView *view = nullptr;
         QModelIndex index;
         int width = 0;
-        QVector<int> advances; ///< of the ASCII characters, for a quick yes
+        mutable QVector<int> advances; ///< of the letters measured so far, for a quick yes
     };
 
     static Cell cellOf(QAbstractItemView *view, const QModelIndex &index, int width);
+    static int advanceOf(const Cell &cell, QChar character);
     static bool fits(const Cell &cell, const QString &text, int width);
 
     std::unique_ptr<IsolatedWindow> window;

@@ -55,6 +55,7 @@ private slots:
     void theRightLineIsRightInEveryRespect_data();
     void theRightLineIsRightInEveryRespect();
     void theRightLineLeavesWhatIsIgnored();
+    void theRightLineLeavesWhatIsAsked();
     void everyLineWithAnOpenQuotationMarkIsTold();
     void aKeyWithABlankIsRenamedInTheListToo();
     void whatOnlyTheAuthorKnowsIsAsked();
@@ -902,6 +903,20 @@ void TestFindings::theRightLineLeavesWhatIsIgnored()
     QCOMPARE(idsOf(found), QStringList("raw-utf8"));
     QVERIFY2(found.list.first().right.startsWith("a=\"\\xc4@grep /x*\""),
              qPrintable(found.list.first().right));
+}
+
+void TestFindings::theRightLineLeavesWhatIsAsked()
+{
+    // What the second "A" is called, only its author knows; that a shell is missing, anybody does.
+    const Findings findings =
+        checkText("[system]\nCMD_List=\"a,b\"\n[CMD]\na=\"A@/opt/x\"\nb=\"A@/opt/y | /opt/z\"\n");
+    QStringList rights;
+    for (const Finding &finding : findings.list)
+        rights.append(finding.id + ": " + finding.right);
+    QVERIFY2(rights.contains("duplicate-name: b=\"A (b)@sh -c \\\"/opt/y | /opt/z\\\"\""),
+             qPrintable(rights.join('\n')));
+    QVERIFY2(rights.contains("shell-pipe: b=\"A@sh -c \\\"/opt/y | /opt/z\\\"\""),
+             qPrintable(rights.join('\n')));
 }
 
 void TestFindings::everyLineWithAnOpenQuotationMarkIsTold()
