@@ -114,6 +114,7 @@ void Collector::mend(const QVector<Edit> &edits, int offset, const QString &mess
 
 void Collector::replace(const IniEntry &entry, int offset, const QString &message, const QString &right)
 {
+    asks = asks || !subject.meant(entry).isSure;
     replace(entry.begin, subject.textEnd(entry), offset, message, right);
 }
 

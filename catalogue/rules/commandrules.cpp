@@ -21,13 +21,12 @@ QString baseName(const QString &program)
 /// Where in the catalogue the n-th character of the entry's text stands.
 int offsetOf(const CommandEntry &command, int character)
 {
-    const QVector<int> &at = command.entry->value.at;
-    return at.value(qMin(character, at.size() - 1), command.entry->valueBegin);
+    return command.offset(character - command.commandAt);
 }
 
 int commandOffset(const CommandEntry &command)
 {
-    return offsetOf(command, command.entry->value.text.indexOf('@') + 1);
+    return command.offset();
 }
 
 /// A script on the medium for what this command cannot say. It is named after the key, as far as that is one
@@ -81,8 +80,7 @@ void severalAt(const Subject &subject, Collector &findings)
     for (const CommandEntry &command : subject.commands) {
         if (command.ats < 2)
             continue;
-        const QString &text = command.entry->value.text;
-        putIntoScript(subject, findings, command, offsetOf(command, text.indexOf('@', text.indexOf('@') + 1)),
+        putIntoScript(subject, findings, command, command.offset(command.command.size()),
                       "The second \"@\" ends the command; put a command with \"@\" into a script");
     }
 }
@@ -118,7 +116,9 @@ void singleWordSh(const Subject &subject, Collector &findings)
         findings.replace(
             *command.entry, commandOffset(command),
             "A command that contains \"sh\" and has no argument is never run, only marked completed",
-            subject.commandLine(command, (text.endsWith(".sh") ? "sh " : "env ") + text));
+            subject.commandLine(command, command.meaning.right != command.command
+                                             ? command.meaning.right
+                                             : (text.endsWith(".sh") ? "sh " : "env ") + text));
     }
 }
 
@@ -133,9 +133,8 @@ struct ShellSyntax {
 constexpr ShellSyntax pipes = {"(?<!\\|)(\\|)(?!\\|)",
                                "No shell reads this: the pipe is passed to the program as an argument"};
 
-// A ";" of its own at the end belongs to find's -exec, which needs no shell.
 constexpr ShellSyntax chains = {
-    "(&&|\\|\\||;(?!\\s*$)|(?<!\\s);|(?<=\\s)&(?=\\s|$))",
+    "(&&|\\|\\||;|(?<![<>])&(?!>))",
     "No shell reads this: one command line runs one program, the rest are its arguments"};
 
 constexpr ShellSyntax redirections = {
@@ -151,15 +150,28 @@ constexpr ShellSyntax patterns = {
 constexpr ShellSyntax tildes = {"(?:^|\\s)(~)(?=[/\\w]|\\s|$)",
                                 "No shell reads this: \"~\" is passed to the program as it is written"};
 
+/// Has the command do what is meant, whatever else keeps it from that; once it is read as it is written.
+void replaceByMeaning(const Subject &subject, Collector &findings, const CommandEntry &command, int at,
+                      const QString &message)
+{
+    if (command.isMisread)
+        return;
+    const bool isKept = command.meaning.right == command.command;
+    if (!command.meaning.isSure || isKept || command.ats > 1) // a second "@" ends it, whatever that is for
+        findings.askAuthor();
+    findings.replace(*command.entry, command.offset(at), message,
+                     subject.commandLine(command, isKept ? throughShell(command.command.trimmed())
+                                                         : command.meaning.right));
+}
+
 template <const ShellSyntax &Syntax>
 void shellSyntax(const Subject &subject, Collector &findings)
 {
     const QRegularExpression pattern(Syntax.pattern);
     for (const CommandEntry &command : subject.commands) {
-        const QRegularExpressionMatch match = pattern.match(command.bare);
+        const QRegularExpressionMatch match = pattern.match(command.meaning.bare);
         if (match.hasMatch())
-            findings.replace(*command.entry, commandOffset(command) + match.capturedStart(1), Syntax.message,
-                             subject.commandLine(command, throughShell(command.command)));
+            replaceByMeaning(subject, findings, command, match.capturedStart(1), Syntax.message);
     }
 }
 
@@ -178,9 +190,10 @@ void shellBraces(const Subject &subject, Collector &findings)
 {
     static const QRegularExpression braces("\\S*\\{[^{}\\s]*(?:,|\\.\\.)[^{}\\s]*\\}\\S*");
     for (const CommandEntry &command : subject.commands) {
-        const QRegularExpressionMatch match =
-            command.bare.contains('{') ? braces.match(command.bare) : QRegularExpressionMatch();
-        if (!match.hasMatch())
+        const QRegularExpressionMatch match = command.meaning.bare.contains('{')
+                                                  ? braces.match(command.meaning.bare)
+                                                  : QRegularExpressionMatch();
+        if (!match.hasMatch() || command.isMisread)
             continue;
         const QString message =
             "No shell reads this, and sh would not know them either: the braces are passed to the program";
@@ -197,86 +210,80 @@ void shellBraces(const Subject &subject, Collector &findings)
     }
 }
 
-void shellComment(const Subject &subject, Collector &findings)
+template <>
+void shellSyntax<variables>(const Subject &subject, Collector &findings)
 {
-    static const QRegularExpression comment("\\s+#\\s");
+    const QRegularExpression pattern(variables.pattern);
     for (const CommandEntry &command : subject.commands) {
-        const int at = command.bare.contains('#') ? command.bare.indexOf(comment) : -1;
-        if (at > 0)
-            findings.replace(
-                *command.entry, commandOffset(command) + command.bare.indexOf('#', at),
-                "No shell reads this: the comment is passed to the program as arguments; one behind the "
-                "closing quotation mark begins with \";\"",
-                subject.commandLine(command, command.command.left(at)));
+        const QRegularExpressionMatch match = pattern.match(command.meaning.bare);
+        if (match.hasMatch() || command.meaning.reason == Meaning::Variable)
+            replaceByMeaning(subject, findings, command,
+                             match.hasMatch() ? match.capturedStart(1) : command.meaning.at,
+                             variables.message);
     }
 }
 
-void shellEscape(const Subject &subject, Collector &findings)
-{
-    static const QRegularExpression escape("\\\\(?=[\\s;()&|*?$<>'#{}!]|$)");
-    for (const CommandEntry &command : subject.commands) {
-        const int at = command.bare.contains('\\') ? command.bare.indexOf(escape) : -1;
-        if (at < 0)
-            continue;
-        const QString message =
-            "No shell reads this: the backslash is passed to the program, and keeps nothing together";
-        const bool isBlank = at + 1 < command.command.size() && command.command.at(at + 1) == ' ';
-        static const QRegularExpression whole("\\S*(?:\\\\ \\S*)+");
-        const QRegularExpressionMatch word = whole.match(command.command);
-        const bool isOne = isBlank && word.hasMatch() && !word.captured().contains('"') && at > 0
-                           && !command.command.at(at - 1).isSpace();
-        if (isOne)
-            findings.replace(
-                *command.entry, commandOffset(command) + at, message,
-                subject.commandLine(command, QString(command.command)
-                                                 .replace(word.capturedStart(), word.capturedLength(),
-                                                          '"' + word.captured().replace("\\ ", " ") + '"')));
-        else
-            findings.advise(commandOffset(command) + at, message,
-                            "double quotation marks around what belongs together, and no backslash");
-    }
-}
-
+/// Where outside of double quotation marks, and of a script, a single one is.
 int singleQuote(const CommandEntry &command)
 {
-    return command.split.bare.indexOf('\'');
+    return command.meaning.bare.indexOf('\'');
 }
 
-/// The command as it was meant: what is in the place of a shell's script as its script, everything else as
-/// one.
-QString rightScript(const CommandEntry &command, const QString &script)
+/// Whether the first thing that only a shell reads is a backslash.
+bool isEscape(const CommandEntry &command)
 {
-    return command.shell.shell.isEmpty() ? throughShell(command.command)
-                                         : throughShell(script, command.shell.shell);
+    return command.meaning.reason == Meaning::Escape
+           || (command.meaning.reason == Meaning::Quoting
+               && command.command.mid(command.meaning.at, 1) == QLatin1String("\\"));
 }
 
 void shellQuote(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
-        if (singleQuote(command) < 0)
-            continue;
-        const QString &script = command.shell.script;
-        const bool isQuoted = script.size() > 1 && script.startsWith('\'') && script.endsWith('\'');
-        findings.replace(
-            *command.entry, commandOffset(command) + singleQuote(command),
-            "Only double quotation marks keep words together here; this one is part of the argument",
-            subject.commandLine(command,
-                                rightScript(command, isQuoted ? script.mid(1, script.size() - 2) : script)));
+        const int single = singleQuote(command);
+        if (single >= 0)
+            replaceByMeaning(
+                subject, findings, command, single,
+                "Only double quotation marks keep words together here; this one is part of the argument");
+        else if (command.meaning.reason == Meaning::Quoting && !isEscape(command))
+            replaceByMeaning(subject, findings, command, command.meaning.at,
+                             "Nothing within quotation marks is no argument here");
+    }
+}
+
+void shellEscape(const Subject &subject, Collector &findings)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (isEscape(command) && singleQuote(command) < 0)
+            replaceByMeaning(
+                subject, findings, command, command.meaning.at,
+                "No shell reads this: the backslash is passed to the program, and keeps nothing together");
+    }
+}
+
+void shellComment(const Subject &subject, Collector &findings)
+{
+    for (const CommandEntry &command : subject.commands) {
+        if (command.meaning.reason == Meaning::Comment)
+            replaceByMeaning(
+                subject, findings, command, command.meaning.at,
+                "No shell reads this: the comment is passed to the program as arguments; one behind the "
+                "closing quotation mark begins with \";\"");
     }
 }
 
 void shellScriptSplit(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
-        const QStringList words = splitCommandLine(command.shell.script).words;
-        const bool split = words.size() > 1 && !words.first().contains(' ');
-        const bool eaten = bareQuotes(subject.file, *command.entry).size() > 2;
-        if (!split || eaten || singleQuote(command) >= 0)
+        const QString &script = command.shell.script;
+        const QStringList words = splitCommandLine(script).words;
+        const bool isQuoted = script.startsWith('"') || script.startsWith('\'');
+        if (words.size() < 2 || isQuoted || command.isMisread)
             continue;
         findings.replace(
             *command.entry, commandOffset(command),
             QString("The shell gets \"%1\" as its whole script; quote all of it").arg(words.first()),
-            subject.commandLine(command, rightScript(command, command.shell.script)));
+            subject.commandLine(command, throughShell(script, command.shell.shell)));
     }
 }
 
@@ -404,21 +411,22 @@ void commandTooLong(const Subject &subject, Collector &findings)
 
 QVector<Rule> commandRules()
 {
+    const char *const whatShellReads = "what of it a shell is to read";
     return {
         {"no-at", Severity::Error, noAt, AsksAuthor, "what the name is, and what the command"},
         {"several-at", Severity::Error, severalAt, AsksAuthor, "what the script is to do"},
         {"empty-name", Severity::Warning, emptyName, AsksAuthor, "what the operator is to read"},
         {"empty-command", Severity::Error, emptyCommand, AsksAuthor, "what is to be run"},
-        {"shell-pipe", Severity::Error, shellSyntax<pipes>, ChangesCommands, nullptr},
-        {"shell-chain", Severity::Error, shellSyntax<chains>, ChangesCommands, nullptr},
-        {"shell-redirect", Severity::Error, shellSyntax<redirections>, ChangesCommands, nullptr},
-        {"shell-variable", Severity::Warning, shellSyntax<variables>, ChangesCommands, nullptr},
-        {"shell-glob", Severity::Warning, shellSyntax<patterns>, ChangesCommands, nullptr},
-        {"shell-tilde", Severity::Warning, shellSyntax<tildes>, ChangesCommands, nullptr},
+        {"shell-pipe", Severity::Error, shellSyntax<pipes>, ChangesCommands, whatShellReads},
+        {"shell-chain", Severity::Error, shellSyntax<chains>, ChangesCommands, whatShellReads},
+        {"shell-redirect", Severity::Error, shellSyntax<redirections>, ChangesCommands, whatShellReads},
+        {"shell-variable", Severity::Warning, shellSyntax<variables>, ChangesCommands, whatShellReads},
+        {"shell-glob", Severity::Warning, shellSyntax<patterns>, ChangesCommands, whatShellReads},
+        {"shell-tilde", Severity::Warning, shellSyntax<tildes>, ChangesCommands, whatShellReads},
         {"shell-braces", Severity::Warning, shellBraces, AsksAuthor, "whether these are alternatives"},
-        {"shell-comment", Severity::Error, shellComment, AsksAuthor, "whether it is a comment"},
-        {"shell-escape", Severity::Error, shellEscape, AsksAuthor, "what belongs together"},
-        {"shell-quote", Severity::Error, shellQuote, ChangesCommands, nullptr},
+        {"shell-quote", Severity::Error, shellQuote, ChangesCommands, "what the script is"},
+        {"shell-escape", Severity::Error, shellEscape, ChangesCommands, "who is to get the backslash"},
+        {"shell-comment", Severity::Error, shellComment, ChangesCommands, nullptr},
         {"shell-script-split", Severity::Error, shellScriptSplit, ChangesCommands, nullptr},
         {"single-word-sh", Severity::Error, singleWordSh, ChangesCommands, "what the shell is to run"},
         {"unbalanced-command-quotes", Severity::Error, unbalancedCommandQuotes, AsksAuthor,

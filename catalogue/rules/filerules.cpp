@@ -104,6 +104,7 @@ void unbalancedQuotes(const Subject &subject, Collector &findings)
 {
     QMap<int, QVector<Edit>> together;
     QMap<int, QVector<const IniEntry *>> open;
+    QSet<int> doubtful;
     if (!subject.file.runsOn())
         return;
     const QMap<int, int> begins = linesThatRunOn(subject.file);
@@ -116,13 +117,18 @@ void unbalancedQuotes(const Subject &subject, Collector &findings)
         const QString right = subject.line(entry, subject.meantText(entry));
         together[line].append({entry.begin, subject.textEnd(entry), right.toUtf8()});
         open[line].append(&entry);
+        if (!subject.meant(entry).isSure)
+            doubtful.insert(line);
     }
     for (auto entries = open.begin(); entries != open.end(); ++entries) {
-        for (const IniEntry *entry : qAsConst(*entries))
+        for (const IniEntry *entry : qAsConst(*entries)) {
+            if (doubtful.contains(entries.key()))
+                findings.askAuthor();
             findings.mend(
                 together.value(entries.key()), bareQuotes(subject.file, *entry).value(0, entry->begin),
                 "This quotation mark is not closed on its line; the lines after it become part of the value",
                 subject.line(*entry, subject.meantText(*entry)));
+        }
     }
 }
 
@@ -265,6 +271,10 @@ void quotesEaten(const Subject &subject, Collector &findings)
         if (isQuotedWell(subject.file, *entry) || entry->value.comma >= 0
             || swallowsLines(subject.file, *entry))
             continue;
+        // Around the name, or the command, they are what they are around a value.
+        const MeantText &meant = subject.meant(*entry);
+        if (meant.isSure && meant.text == intendedText(subject.file, entry->value))
+            continue;
         findings.replace(*entry, bareQuotes(subject.file, *entry).first(),
                          "The reader takes away quotation marks; inside a quoted value they are written \\\"",
                          subject.line(*entry, subject.meantText(*entry)));
@@ -290,13 +300,18 @@ void unquotedComma(const Subject &subject, Collector &findings)
 void unquotedSemicolon(const Subject &subject, Collector &findings)
 {
     for (const IniEntry *entry : subject.textEntries()) {
-        const bool commentBehindQuotes = !bareQuotes(subject.file, *entry).isEmpty();
-        if (entry->semicolon < 0 || commentBehindQuotes)
+        const QVector<int> quotes = bareQuotes(subject.file, *entry);
+        if (entry->semicolon < 0 || (!quotes.isEmpty() && subject.textEnd(*entry) <= entry->end))
             continue;
-        findings.replace(
-            *entry, entry->semicolon,
-            "A semicolon outside quotation marks ends the value; the rest of the line is a comment",
-            subject.line(*entry, subject.meantText(*entry)));
+        QString text = subject.meantText(*entry);
+        if (!isCommand(*entry) && !subject.meant(*entry).isSure)
+            text.replace(';', ',').remove(' ');
+        findings.replace(*entry, entry->semicolon,
+                         !quotes.isEmpty() && isQuotedWell(subject.file, *entry)
+                             ? "This semicolon ends the value; the rest of the line is a comment"
+                             : "A semicolon outside quotation marks ends the value; the rest of the line is "
+                               "a comment",
+                         subject.line(*entry, text));
     }
 }
 
@@ -304,24 +319,25 @@ void unquotedSemicolon(const Subject &subject, Collector &findings)
 
 QVector<Rule> fileRules()
 {
+    const char *const whereItEnds = "where the value ends, and which quotation marks are its own";
     constexpr unsigned isRewritten = ChangesNames | ChangesCommands;
     constexpr unsigned isRestored = AddsOperations | ChangesEnding; // lines that were swallowed, or not seen
     return {
         {"bom", Severity::Warning, byteOrderMark, ChangesReading | isRestored, nullptr},
         {"line-ends", Severity::Warning, lineEnds, ChangesReading, nullptr},
-        {"nul", Severity::Error, nul, isRewritten | isRestored, nullptr},
-        {"unbalanced-quotes", Severity::Error, unbalancedQuotes, isRewritten | isRestored, nullptr},
+        {"nul", Severity::Error, nul, isRewritten | isRestored, whereItEnds},
+        {"unbalanced-quotes", Severity::Error, unbalancedQuotes, isRewritten | isRestored, whereItEnds},
         {"hash-comment", Severity::Warning, hashComment, isRestored, nullptr},
         {"ignored-line", Severity::Warning, ignoredLine, isRestored, nullptr},
         {"broken-section", Severity::Warning, brokenSection, ChangesNothing, nullptr},
         {"nested-section", Severity::Error, nestedSection, isRestored,
          "what the items that are in it become"},
-        {"raw-utf8", Severity::Error, rawUtf8, isRewritten, nullptr},
-        {"backslash", Severity::Error, backslash, isRewritten, nullptr},
-        {"escape-runs-on", Severity::Error, escapeRunsOn, isRewritten, nullptr},
+        {"raw-utf8", Severity::Error, rawUtf8, isRewritten, whereItEnds},
+        {"backslash", Severity::Error, backslash, isRewritten, whereItEnds},
+        {"escape-runs-on", Severity::Error, escapeRunsOn, isRewritten, whereItEnds},
         {"special-value", Severity::Error, specialValue, AsksAuthor, "what the operator is to read"},
-        {"quotes-eaten", Severity::Error, quotesEaten, isRewritten, nullptr},
-        {"unquoted-comma", Severity::Error, unquotedComma, isRewritten | isRestored, nullptr},
-        {"unquoted-semicolon", Severity::Error, unquotedSemicolon, isRewritten | isRestored, nullptr},
+        {"quotes-eaten", Severity::Error, quotesEaten, isRewritten, whereItEnds},
+        {"unquoted-comma", Severity::Error, unquotedComma, isRewritten | isRestored, whereItEnds},
+        {"unquoted-semicolon", Severity::Error, unquotedSemicolon, isRewritten | isRestored, whereItEnds},
     };
 }

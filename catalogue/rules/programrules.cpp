@@ -37,7 +37,8 @@ bool isBuiltin(const QString &program)
 void shellBuiltin(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
-        if (command.isSkipped || !command.shell.shell.isEmpty())
+        if (command.isSkipped || command.isMisread || !command.shell.shell.isEmpty()
+            || command.steps.isEmpty())
             continue;
         const QString first = command.split.words.value(0);
         const QString program = isBuiltin(first) ? first : command.steps.first().run.value(0);
@@ -45,6 +46,13 @@ void shellBuiltin(const Subject &subject, Collector &findings)
             continue;
         const QString message =
             QString("Only a shell knows \"%1\", and no shell reads this: it cannot be started").arg(program);
+        // What only changes the shell that ends right behind it has no effect; what is to come after it?
+        static const QSet<QString> runOthers = {".",     "source", "eval", "exec",   "command", "builtin",
+                                                "case",  "for",    "if",   "select", "{",       "until",
+                                                "while", "[[",     "type", "times",  "!",       "hash"};
+        const bool isMore = command.meaning.right != command.command;
+        if ((!isMore && !runOthers.contains(program)) || !command.meaning.isSure)
+            findings.askAuthor();
         if (program == first)
             findings.replace(*command.entry, commandOffset(command), message,
                              subject.commandLine(command, throughShell(command.command.trimmed())));
@@ -69,13 +77,15 @@ void assignmentInFront(const Subject &subject, Collector &findings)
 {
     for (const CommandEntry &command : subject.commands) {
         const QStringList &words = command.split.words;
-        if (command.isSkipped || !command.command.contains('='))
+        if (command.isSkipped || command.isMisread || !command.command.contains('='))
             continue;
         const int at = strayAssignment(words);
         if (at < 0)
             continue;
         const QString &word = words.at(at);
-        if (std::all_of(words.begin() + at, words.end(), isAssignment)
+        const Meaning &meaning = command.meaning;
+        const bool isMore = meaning.right != command.command;
+        if (!meaning.isSure || (!isMore && std::all_of(words.begin() + at, words.end(), isAssignment))
             || word.section('=', 0, 0).endsWith('+') || word.section('=', 0, 0).endsWith(']'))
             findings.askAuthor(); // what it is set for is missing, or no program can be given that
         QString right = command.command.trimmed();
@@ -83,7 +93,7 @@ void assignmentInFront(const Subject &subject, Collector &findings)
         right.insert(at == 0 ? 0 : place, "env ");
         findings.replace(*command.entry, commandOffset(command, at == 0 ? QString() : word),
                          "No shell reads this: the assignment in front is taken for the program",
-                         subject.commandLine(command, right));
+                         subject.commandLine(command, isMore ? meaning.right : right));
     }
 }
 
@@ -512,7 +522,8 @@ void relativePath(const Subject &subject, Collector &findings)
         // What stands behind a comment, a backslash or what only a shell reads is told as that.
         static const QString others = "#\\|&;<>";
         const auto isOther = [](QChar character) { return others.contains(character); };
-        if (command.isSkipped || std::any_of(command.bare.begin(), command.bare.end(), isOther))
+        const QString &bare = command.meaning.bare;
+        if (command.isSkipped || command.isMisread || std::any_of(bare.begin(), bare.end(), isOther))
             continue;
         const auto step = std::find_if(command.steps.begin(), command.steps.end(),
                                        [](const Step &one) { return !relativeWord(one).isEmpty(); });
@@ -594,7 +605,7 @@ void calibrationName(const Subject &subject, Collector &findings)
 QVector<Rule> programRules()
 {
     return {
-        {"shell-builtin", Severity::Error, shellBuiltin, AsksAuthor,
+        {"shell-builtin", Severity::Error, shellBuiltin, ChangesCommands,
          "what is to be done with it, in the same shell"},
         {"assignment-in-front", Severity::Error, assignmentInFront, ChangesCommands, "what it is set for"},
         {"needless-sudo", Severity::Warning, needlessSudo, ChangesCommands, "which user is meant"},

@@ -54,10 +54,7 @@ bool hasOption(const QStringList &words, const QString &letters, const QStringLi
 
 int commandOffset(const CommandEntry &command, const QString &what)
 {
-    const DecodedValue &value = command.entry->value;
-    const int sign = value.text.indexOf('@') + 1;
-    const int at = what.isEmpty() ? sign : qMax(sign, placeOf(what, value.text, sign));
-    return value.at.value(qMin(at, value.at.size() - 1), command.entry->valueBegin);
+    return command.offset(what.isEmpty() ? 0 : qMax(0, placeOf(what, command.command, 0)));
 }
 
 void adviseAt(Collector &findings, const Run &run, const QString &message, const QString &advice)

@@ -9,6 +9,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <cctype>
 
 namespace
 {
@@ -35,6 +36,128 @@ ScriptText scriptOf(const CommandLine &split, const ShellCall &shell, bool hasKi
     for (Step &step : text.steps)
         step.isTimed |= outer.isTimed;
     return text;
+}
+
+/// Where the characters of a text are in the entry that it was made of, as far as they are written there.
+QVector<int> placesOf(const QString &text, const QByteArray &bytes, const IniEntry &entry, int end)
+{
+    constexpr int longestEscape = 6;
+    QVector<int> places;
+    int next = entry.valueBegin;
+    for (const QChar character : text) {
+        const QByteArray written = QString(character).toUtf8();
+        const int found = bytes.indexOf(written, next);
+        const bool isHere = found >= 0 && found < end && found - next <= longestEscape;
+        places.append(isHere ? found : next);
+        next = isHere ? found + written.size() : next;
+    }
+    return places;
+}
+
+struct MeantCommand {
+    QString text;
+    bool isSure;
+};
+
+/// Places of the quotation marks that are not escaped.
+QVector<int> bareMarks(const QByteArray &raw)
+{
+    QVector<int> marks;
+    for (int i = 0; i < raw.size(); ++i) {
+        if (raw.at(i) == '\\')
+            ++i;
+        else if (raw.at(i) == '"')
+            marks.append(i);
+    }
+    return marks;
+}
+
+bool isPair(const QByteArray &raw)
+{
+    const QVector<int> marks = bareMarks(raw);
+    return marks.size() == 2 && marks.first() == 0 && marks.last() == raw.size() - 1;
+}
+
+/// Between bare marks an escaped one is for the shell, as at a terminal, and so is its backslash.
+QByteArray withEscapesForShell(const QByteArray &raw, bool *isSure)
+{
+    QByteArray meant;
+    bool isInside = false;
+    for (int i = 0; i < raw.size(); ++i) {
+        if (raw.at(i) == '"')
+            isInside = !isInside;
+        if (raw.at(i) != '\\' || i + 1 == raw.size()) {
+            meant += raw.at(i);
+            continue;
+        }
+        if (raw.at(i + 1) == '"') {
+            meant += "\\\\";
+            *isSure = *isSure && isInside;
+        }
+        meant += raw.mid(i++, 2);
+    }
+    return meant;
+}
+
+/// Whether a mark that opens is at the end of a word: then one in front of it is missing, or too many.
+bool opensBehindWord(const QByteArray &raw)
+{
+    const QVector<int> marks = bareMarks(raw);
+    for (int i = 0; i < marks.size(); i += 2) {
+        const int at = marks.at(i);
+        const bool isBehind = at > 0 && isalnum(static_cast<uchar>(raw.at(at - 1))) != 0;
+        const bool isAtEnd = at + 1 == raw.size() || isBlank(raw.at(at + 1));
+        if (isBehind && isAtEnd)
+            return true;
+    }
+    return false;
+}
+
+/// The marks of the value taken away, where they are its own and not the command's.
+QByteArray withoutOwnMarks(const QByteArray &raw, bool *isSure)
+{
+    const QVector<int> marks = bareMarks(raw);
+    if (marks.isEmpty())
+        return raw;
+    const bool starts = marks.first() == 0;
+    const bool ends = marks.last() == raw.size() - 1 && raw.size() > 1;
+    if (marks.size() % 2 == 1) {
+        *isSure = starts ? !ends : (ends && marks.size() == 1);
+        return starts ? raw.mid(1) : ends ? raw.left(raw.size() - 1) : raw + '"';
+    }
+    if (marks.size() == 2 && starts && raw.mid(marks.last() + 1, 1) == ";") // the command goes on behind it
+        return raw.mid(1, marks.last() - 1) + raw.mid(marks.last() + 1);
+    const int sign = raw.indexOf('@');
+    const QByteArray name = raw.left(sign);
+    QByteArray command = raw.mid(sign + 1);
+    if (starts && ends && bareMarks(name).size() % 2 == 1)
+        return raw.mid(1, raw.size() - 2);
+    if (bareMarks(name).size() % 2 == 1 || sign < 0) {
+        *isSure = false;
+        return raw;
+    }
+    if (isPair(command)) {
+        // A command is no single argument; a program's path with a blank in it may be one.
+        command = command.mid(1, command.size() - 2);
+        *isSure = !command.left(qMax(0, command.indexOf(' '))).contains('/');
+    }
+    return QByteArray(name).replace('"', "") + '@' + command;
+}
+
+MeantCommand meantCommand(const QByteArray &raw)
+{
+    bool isSure = true;
+    const bool isWell = isPair(raw);
+    QByteArray inside = isWell ? raw.mid(1, raw.size() - 2) : withoutOwnMarks(raw, &isSure);
+    if (!bareMarks(inside).isEmpty()) {
+        isSure = isSure && !opensBehindWord(inside);
+        if (inside.contains("\\\""))
+            inside = withEscapesForShell(inside, &isSure);
+    }
+    const QString text = textOfRaw(withLiteralBackslashes(inside), true);
+    const QString command = text.section('@', 1);
+    const bool isOpen = splitCommandLine(command).openQuote && !readAsShell(command).isClosed;
+    return {text, isSure && (isWell || !isOpen)};
 }
 
 } // namespace
@@ -93,9 +216,28 @@ void Subject::readCommands()
         if (!item.entry || seen.contains(item.entry))
             continue;
         seen.insert(item.entry);
-        const QString text = intendedText(file, item.entry->value).section(QChar(0), 0, 0);
-        const bool isText = item.entry->value.comma < 0 && !isSpecialValue(text);
-        if (text.isEmpty() || !isText || swallowsLines(file, *item.entry))
+        const DecodedValue &value = item.entry->value;
+        const bool isText = value.comma < 0 && !isSpecialValue(value.text.section(QChar(0), 0, 0));
+        if (!isText || value.text.isEmpty() || swallowsLines(file, *item.entry))
+            continue;
+        // Where the reader takes quotation marks away, or the rest for a comment, it is about what was meant.
+        QString text = intendedText(file, value).section(QChar(0), 0, 0);
+        QVector<int> at = value.at;
+        int sign = value.text.indexOf('@');
+        bool isMisread = false;
+        const bool isEscaped =
+            file.bytes().mid(item.entry->valueBegin, item.entry->end - item.entry->valueBegin).contains('\\');
+        if (item.entry->semicolon >= 0 || isEscaped || !isQuotedWell(file, *item.entry)) {
+            const QString meant = meantText(*item.entry);
+            const bool isOtherwise = !meant.isEmpty() && meant != text;
+            isMisread = isOtherwise;
+            if (isOtherwise && (item.entry->semicolon >= 0 || !isQuotedWell(file, *item.entry))) {
+                text = meant;
+                at = placesOf(meant, file.bytes(), *item.entry, textEnd(*item.entry));
+                sign = meant.indexOf('@');
+            }
+        }
+        if (text.isEmpty())
             continue;
         const QString command = text.section('@', 1, 1);
         const CommandLine split = splitCommandLine(command);
@@ -106,7 +248,7 @@ void Subject::readCommands()
         const QVector<Step> steps = script.steps;
         script.steps.clear();
         commands.append({item.entry, text.section('@', 0, 0), command, isSkipped(command), text.count('@'),
-                         split, shell, steps, script, shell.shell.isEmpty() ? split.bare : QString()});
+                         split, shell, steps, script, meaningOf(command), at, sign + 1, isMisread});
     }
 }
 
@@ -128,31 +270,64 @@ QString Subject::rawKey(const IniEntry &entry) const
     return text.toUtf8() == raw && !containsControl(text) ? text : writtenKey(entry.key);
 }
 
-int Subject::textEnd(const IniEntry &entry) const
+const MeantText &Subject::meant(const IniEntry &entry) const
 {
-    const bool commentBehindQuotes = entry.semicolon >= 0 && isQuotedWell(file, entry);
-    int end = commentBehindQuotes          ? entry.end
-              : swallowsLines(file, entry) ? lineEnd(file.bytes(), entry.valueBegin)
-              : entry.semicolon < 0        ? entry.end
-                                           : lineEnd(file.bytes(), entry.end);
-    while (end > entry.valueBegin && isBlank(file.bytes().at(end - 1)))
-        --end;
-    return end;
+    auto known = meantTexts.find(entry.begin);
+    if (known == meantTexts.end())
+        known = meantTexts.insert(entry.begin, readMeant(entry));
+    return *known;
 }
 
-QByteArray Subject::rawValue(const IniEntry &entry) const
+/// What is behind the semicolon that ends a value. Behind one in quotation marks it is a remark, as its
+/// author has shown where the value ends. In a list it is one where it is apart and names nothing.
+Behind Subject::behindValue(const IniEntry &entry) const
 {
-    return file.bytes().mid(entry.valueBegin, textEnd(entry) - entry.valueBegin).trimmed();
+    const QByteArray rest = file.bytes().mid(entry.end + 1, lineEnd(file.bytes(), entry.end) - entry.end - 1);
+    const QByteArray front = file.bytes().mid(entry.valueBegin, entry.end - entry.valueBegin);
+    const bool isClosed = isQuotedWell(file, entry) && !bareQuotes(file, entry).isEmpty();
+    if (isClosed) {
+        const bool isMore = !isBlank(front.at(front.size() - 1))
+                            && behindSemicolon(textOf(front).remove('"'), textOf(rest)) == Behind::Command;
+        return rest.count('"') % 2 == 0 && !isMore ? Behind::Remark : Behind::Unknown;
+    }
+    if (entry.path().startsWith("CMD/"))
+        return behindSemicolon(textOf(front), textOf(rest));
+    const bool isApart = !front.isEmpty() && isBlank(front.at(front.size() - 1));
+    QString others = QString::fromLatin1(rest);
+    for (const QString &item : others.replace(';', ',').split(',')) {
+        if (byPath.contains("CMD/" + item.trimmed()))
+            return Behind::Unknown;
+    }
+    return isApart ? Behind::Remark : Behind::Unknown;
 }
 
-QString Subject::meantText(const IniEntry &entry) const
+MeantText Subject::readMeant(const IniEntry &entry) const
 {
-    const bool isCommand = entry.path().startsWith("CMD/");
-    const bool swallows = swallowsLines(file, entry);
-    QByteArray raw = withLiteralBackslashes(rawValue(entry).replace('\0', ""));
-    if (!swallows && raw.size() > 1 && raw.startsWith('"') && raw.endsWith('"'))
+    MeantText meant;
+    meant.end = entry.end;
+    if (swallowsLines(file, entry)) {
+        meant.end = lineEnd(file.bytes(), entry.valueBegin);
+        // Its author may have gone on behind the end of the line, as at a terminal.
+        meant.isSure = meant.end == entry.valueBegin || file.bytes().at(meant.end - 1) != '\\';
+    } else if (entry.semicolon >= 0) {
+        const Behind behind = behindValue(entry);
+        meant.end = behind == Behind::Remark ? entry.end : lineEnd(file.bytes(), entry.end);
+        meant.isSure = behind != Behind::Unknown;
+    }
+    while (meant.end > entry.valueBegin && isBlank(file.bytes().at(meant.end - 1)))
+        --meant.end;
+    QByteArray raw = file.bytes().mid(entry.valueBegin, meant.end - entry.valueBegin).trimmed();
+    raw.replace('\0', "");
+    if (entry.path().startsWith("CMD/")) {
+        const MeantCommand command = meantCommand(raw);
+        meant.text = command.text;
+        meant.isSure = meant.isSure && command.isSure;
+        return meant;
+    }
+    if (!swallowsLines(file, entry) && raw.size() > 1 && raw.startsWith('"') && raw.endsWith('"'))
         raw = raw.mid(1, raw.size() - 2);
-    return textOfRaw(raw, isCommand && !swallows);
+    meant.text = textOfRaw(withLiteralBackslashes(raw), false);
+    return meant;
 }
 
 QString Subject::line(const IniEntry &entry, const QString &text) const

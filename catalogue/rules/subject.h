@@ -6,6 +6,7 @@
 
 #include "reading/commandline.h"
 #include "reading/inifile.h"
+#include "reading/meaning.h"
 #include "reading/medium.h"
 #include "reading/script.h"
 #include "reading/shell.h"
@@ -37,7 +38,23 @@ struct CommandEntry {
     ShellCall shell;      ///< the command's, where it is one
     QVector<Step> steps;  ///< what it runs: itself, or what its shell does
     ScriptText shellText; ///< what else its shell's script says; without steps
-    QString bare;         ///< the command with "x" for what is quoted; empty when it is handed to a shell
+    Meaning meaning;      ///< what the author wants of the command
+    QVector<int> at;      ///< where each character of the entry's text is in the file
+    int commandAt;        ///< the number of those in front of the command
+    bool isMisread;       ///< the tool reads another text, which is told as that
+
+    /// The place in the file of the n-th character of the command.
+    int offset(int character = 0) const
+    {
+        return at.value(qMin(commandAt + character, at.size() - 1), entry->valueBegin);
+    }
+};
+
+/// An entry's text as it was meant.
+struct MeantText {
+    QString text;
+    int end;            ///< behind it, in the file
+    bool isSure = true; ///< else only the author knows
 };
 
 /// All that a rule may look at.
@@ -75,14 +92,19 @@ public:
 
     /// The key as it is written, or as it could be where that is no text of one line.
     QString rawKey(const IniEntry &entry) const;
-    /// Where the value ends as it was meant: before a comment behind quotes, but with what an unquoted
-    /// semicolon cuts off, and without the lines that an open quotation mark swallows.
-    int textEnd(const IniEntry &entry) const;
-    /// The value as it is written, up to there, without the blanks around it.
-    QByteArray rawValue(const IniEntry &entry) const;
     /// The value's text as it was meant, whatever is wrong with how it is written. The right line of each
-    /// finding on that has it, so that one puts right what the others are about, too.
-    QString meantText(const IniEntry &entry) const;
+    /// finding on that has it, so that one puts right what the others are about, too. It ends before a
+    /// comment that is one, but not where an unquoted semicolon cuts a command off, nor where an open
+    /// quotation mark swallows the next line.
+    const MeantText &meant(const IniEntry &entry) const;
+    QString meantText(const IniEntry &entry) const
+    {
+        return meant(entry).text;
+    }
+    int textEnd(const IniEntry &entry) const
+    {
+        return meant(entry).end;
+    }
     /// The line with another text.
     QString line(const IniEntry &entry, const QString &text) const;
     /// The line with another command.
@@ -104,9 +126,12 @@ private:
     void read();
     void readItems();
     void readCommands();
+    MeantText readMeant(const IniEntry &entry) const;
+    Behind behindValue(const IniEntry &entry) const;
 
     QHash<QString, const IniEntry *> byPath;
-    std::unique_ptr<IniFile> lineByLine; ///< where it differs
+    mutable QHash<int, MeantText> meantTexts; ///< by the beginnings of their entries
+    std::unique_ptr<IniFile> lineByLine;      ///< where it differs
 };
 
 #endif

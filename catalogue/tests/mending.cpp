@@ -57,7 +57,8 @@ const QStringList commandsOfLine = {
     "single-word-sh",      "shell-pipe",          "shell-chain",   "shell-redirect",   "shell-variable",
     "shell-glob",          "shell-tilde",         "shell-quote",   "path-capitals",    "shell-script-split",
     "fat-not-executable",  "assignment-in-front", "relative-path", "calibration-name", "mount-directory",
-    "foreign-punctuation", "not-executable",      "needless-sudo"};
+    "foreign-punctuation", "not-executable",      "needless-sudo", "shell-builtin",    "shell-comment",
+    "shell-escape"};
 const QStringList everyLine = {"bom", "line-ends"}; // how all of them are read
 const QStringList restoring = {"invisible-character",
                                "foreign-separator",

@@ -1020,7 +1020,7 @@ void TestFindings::noRuleTakesAnotherProgramForAShell()
     QCOMPARE(idsOf(checkCommand("push -c a | b")), QStringList("shell-pipe"));
     QCOMPARE(idsOf(checkCommand("push -c ls /opt")), QStringList());
     const Findings quoted = checkCommand("push -c 'a b'");
-    QCOMPARE(quoted.list.first().right, iniLine("a", "A@sh -c \"push -c 'a b'\""));
+    QCOMPARE(quoted.list.first().right, iniLine("a", "A@push -c \"a b\""));
     QCOMPARE(idsOf(checkCommand("push /mnt/upgrade/run")), QStringList());
 }
 
