@@ -72,6 +72,7 @@ bool checkOne(const Options &options, const QString &argument, const Screen &scr
         return false;
     if (!options.mountedAt.isEmpty())
         medium.mountDirectory = options.mountedAt;
+    medium.isForShellcheck = true;
     check->verdict = readVerdict(medium.catalogue);
     if (isInput)
         medium.catalogue = "-";

@@ -145,7 +145,9 @@ int fix(const Options &options, const Medium &medium)
     const Finder find = [&screen](const Medium &one, const IniFile &file, const Verdict &verdict) {
         return findAll(one, file, verdict, screen, Keep::Mendable);
     };
-    const Mended mended = mend(medium, find, operationLost);
+    Medium checked = medium;
+    checked.isForShellcheck = true;
+    const Mended mended = mend(checked, find, operationLost);
     const QMap<QString, QByteArray> files = changedFiles(medium, mended);
     for (auto file = files.begin(); file != files.end(); ++file) {
         const QByteArray before = contentOf(medium, file.key());

@@ -18,7 +18,8 @@ struct Medium {
     QString catalogue;      ///< path of the catalogue
     QString mountDirectory; ///< where the controller mounts it; empty when that is not known
     QByteArray bytes;       ///< the catalogue's content
-    bool isToBeSigned = false; ///< so that a manifest that is there does not count any more
+    bool isForShellcheck = false; ///< it is to be asked about the scripts, where it is installed
+    bool isToBeSigned = false;    ///< so that a manifest that is there does not count any more
 
     /// The path here of what a command names below /mnt/upgrade; empty for any other path.
     QString local(const QString &pathOnController) const;

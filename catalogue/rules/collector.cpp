@@ -75,18 +75,18 @@ Position Collector::endOf(Position at) const
     return {at.line, at.column + (end - begin)};
 }
 
-/// Of another file; its beginning where that cannot be read.
-Position Collector::endOfLine(const QString &path, int line)
+/// Of another file, without its end; empty where that cannot be read.
+QByteArray Collector::lineOf(const QString &path, int line)
 {
     QFile file(path);
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
-        return {line, 1};
+        return QByteArray();
     QByteArray text;
     for (int number = 1; number <= line; ++number)
         text = file.readLine();
     while (text.endsWith('\n') || text.endsWith('\r'))
         text.chop(1);
-    return {line, text.size() + 1};
+    return text;
 }
 
 void Collector::add(int offset, const QString &message, const QString &right)
@@ -131,7 +131,27 @@ void Collector::addOther(const QString &path, const QString &message, const QStr
 
 void Collector::adviseOther(const QString &path, int line, const QString &message, const QString &advice)
 {
-    keep({{}, {}, path, {line, 1}, message, advice, {}, false, true, endOfLine(path, line)});
+    keep({{}, {}, path, {line, 1}, message, advice, {}, false, true, {line, lineOf(path, line).size() + 1}});
+}
+
+void Collector::adviseOther(const QString &path, int line, int column, int endColumn, const QString &message,
+                            const QString &advice)
+{
+    const QVector<uint> characters = QString::fromUtf8(lineOf(path, line)).toUcs4();
+    const auto bytesBefore = [&characters](int one) {
+        const int before = qBound(0, one - 1, characters.size());
+        return QString::fromUcs4(characters.constData(), before).toUtf8().size();
+    };
+    keep({{},
+          {},
+          path,
+          {line, bytesBefore(column) + 1},
+          message,
+          advice,
+          {},
+          false,
+          true,
+          {line, bytesBefore(qMax(column, endColumn)) + 1}});
 }
 
 QString mendedLine(const QByteArray &bytes, const QVector<Edit> &edits)

@@ -43,11 +43,14 @@ public:
     void addOther(const QString &path, const QString &message, const QString &right,
                   const QVector<Edit> &edits = {});
     void adviseOther(const QString &path, int line, const QString &message, const QString &advice);
+    /// The columns count characters.
+    void adviseOther(const QString &path, int line, int column, int endColumn, const QString &message,
+                     const QString &advice);
 
 private:
     void keep(Finding finding);
     Position endOf(Position at) const;
-    static Position endOfLine(const QString &path, int line);
+    static QByteArray lineOf(const QString &path, int line);
 
     const Subject &subject;
     Suppressions *suppressions;

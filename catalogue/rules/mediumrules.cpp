@@ -6,6 +6,7 @@
 #include "common/controller.h"
 #include "reading/script.h"
 #include "reading/shell.h"
+#include "reading/shellcheck.h"
 #include "reading/shellsyntax.h"
 #include "rules/rules.h"
 
@@ -258,10 +259,15 @@ QString shellFor(const MediumScript &script)
     return named == "bash" ? "bash" : "sh";
 }
 
-void scriptSyntax(const Subject &subject, Collector &findings)
+/// A script that stands in a command.
+struct ScriptInPlace {
+    const CommandEntry *command;
+    QString text;
+};
+
+QVector<ScriptInPlace> scriptsInPlace(const Subject &subject)
 {
-    QVector<QByteArray> texts;
-    QVector<const CommandEntry *> commands;
+    QVector<ScriptInPlace> scripts;
     for (const CommandEntry &command : subject.commands) {
         const QString shell = command.shell.shell.section(' ', 0, 0).section('/', -1);
         if (!QStringList{"sh", "ash", "dash", "busybox"}.contains(shell) || command.split.openQuote)
@@ -269,11 +275,19 @@ void scriptSyntax(const Subject &subject, Collector &findings)
         const CommandLine script = splitCommandLine(command.shell.script);
         if (script.words.size() != 1 || script.bare.contains('\''))
             continue; // what it gets is not the script that was meant, which is told as that
-        texts.append(script.words.first().toUtf8());
-        commands.append(&command);
+        scripts.append({&command, script.words.first()});
     }
+    return scripts;
+}
+
+void scriptSyntax(const Subject &subject, Collector &findings)
+{
+    const QVector<ScriptInPlace> scripts = scriptsInPlace(subject);
+    QVector<QByteArray> texts;
+    for (const ScriptInPlace &script : scripts)
+        texts.append(script.text.toUtf8());
     for (const SyntaxError &error : syntaxErrors("sh", texts, keptOfAKind)) {
-        const CommandEntry &command = *commands.at(error.script);
+        const CommandEntry &command = *scripts.at(error.script).command;
         const DecodedValue &value = command.entry->value;
         findings.advise(value.at.value(value.text.indexOf('@') + 1, command.entry->valueBegin),
                         QString("The shell cannot read this script: %1").arg(error.message),
@@ -293,6 +307,61 @@ void scriptSyntax(const Subject &subject, Collector &findings)
                 isForBash ? "bash in the place of sh, where the controller has it, or what sh knows"
                           : "a script that sh -n takes");
         }
+    }
+}
+
+/// What a script of one line can have in it of what shellcheck is asked about; most have nothing of it.
+bool canBeMistaken(const QString &script)
+{
+    static const QRegularExpression marks(R"(\[|\(\(|<<<|=\(|\s==?\s|\$\w+=|\{[^{}\s]*,)");
+    return marks.match(script).hasMatch();
+}
+
+/// A place in a script within a value; the command's where it does not stand there as it is.
+int offsetIn(const ScriptInPlace &script, int column)
+{
+    const DecodedValue &value = script.command->entry->value;
+    const int at = value.text.indexOf(script.text);
+    const int offset = at < 0 ? value.text.indexOf('@') + 1 : at + column - 1;
+    return value.at.value(offset, script.command->entry->valueBegin);
+}
+
+void scriptShellcheck(const Subject &subject, Collector &findings)
+{
+    constexpr int mostInPlace = 50; // so that a long list is not the slower for it
+    if (!subject.medium.isForShellcheck)
+        return;
+    QVector<ShellText> texts;
+    QVector<const MediumScript *> scripts;
+    QSet<QString> assigned; // by any of them: one can be called by another, or be a part of it
+    for (const auto &script : subject.uses.scripts) {
+        assigned += script->text.assigned;
+        if (script->isKits || script->bytes.contains('\r'))
+            continue;
+        texts.append({script->bytes, shellFor(*script) == "bash"});
+        scripts.append(script.get());
+    }
+    QVector<ScriptInPlace> inPlace;
+    for (const ScriptInPlace &script : scriptsInPlace(subject)) {
+        if (inPlace.size() < mostInPlace && canBeMistaken(script.text)) {
+            texts.append({script.text.toUtf8(), false});
+            inPlace.append(script);
+        }
+    }
+    for (const Remark &remark : remarksOn(texts)) {
+        if (remark.code == 2154 && assigned.contains(remark.message.section(' ', 0, 0)))
+            continue;
+        const QString message = QString("%1 (SC%2)").arg(remark.message).arg(remark.code);
+        const QString advice =
+            QString("the script otherwise; where it is meant, # shellcheck disable=SC%1 in a line of "
+                    "its own above it")
+                .arg(remark.code);
+        if (remark.text < scripts.size())
+            findings.adviseOther(scripts.at(remark.text)->path, remark.line, remark.column, remark.endColumn,
+                                 message, advice);
+        else
+            findings.advise(offsetIn(inPlace.at(remark.text - scripts.size()), remark.column), message,
+                            "the script otherwise, or in a file of its own beside zul_install");
     }
 }
 
@@ -447,6 +516,7 @@ QVector<Rule> mediumRules()
         {"empty-file", Severity::Warning, emptyFile, AsksAuthor, "where the whole file is"},
         {"kit-step", Severity::Error, kitStepRule, AsksAuthor, "how the step is meant"},
         {"script-syntax", Severity::Error, scriptSyntax, AsksAuthor, "what the script is to do"},
+        {"script-shellcheck", Severity::Warning, scriptShellcheck, AsksAuthor, "what the script is to do"},
         {"missing-in-script", Severity::Warning, missingInScript, AsksAuthor, "where the file is"},
         {"foreign-files", Severity::Warning, foreignFiles, AsksAuthor, "whether it can be removed"},
         {"outside-results", Severity::Note, outsideResults, AsksAuthor, "what reads it there"},

@@ -190,7 +190,8 @@ void Suppressions::tellUnused(const Comment &comment, Collector &collector) cons
     if (comment.ids.isEmpty())
         say("This comment names no finding to be ignored", {"ID"});
     for (const QString &id : comment.ids) {
-        if (comment.used.contains(id))
+        // Whether shellcheck is installed where it is checked is not the catalogue's affair.
+        if (comment.used.contains(id) || id == "script-shellcheck")
             continue;
         QStringList right = comment.ids;
         const bool isKnown = findingIds().contains(id);

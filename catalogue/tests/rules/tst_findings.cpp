@@ -47,6 +47,8 @@ private slots:
     void aCatalogueTriggersWhatItShould();
     void aScriptTriggersWhatItShould_data();
     void aScriptTriggersWhatItShould();
+    void whatShellcheckSaysIsToldWhereItIsCertain_data();
+    void whatShellcheckSaysIsToldWhereItIsCertain();
     void aScriptOfAScriptIsReadToo();
     void theRightLineIsRightForWhateverIsWritten_data();
     void theRightLineIsRightForWhateverIsWritten();
@@ -89,6 +91,26 @@ private:
 namespace
 {
 
+/// "#say LEVEL CODE COLUMN MESSAGE" in a script.
+const QByteArray standIn = R"raw(#!/bin/sh
+shift 4 # options
+printf '{"comments":['
+for file; do
+    awk -v file="$file" '
+        function say(level, code, column, message) {
+            printf "{\"file\":\"%s\",\"line\":%d,\"endLine\":%d,\"column\":%d,\"endColumn\":%d,", file, NR, NR, column, column + 3
+            printf "\"level\":\"%s\",\"code\":%d,\"message\":\"%s\"},", level, code, message
+        }
+        /^#say / {
+            message = $0
+            sub(/^[^ ]+ [^ ]+ [^ ]+ [^ ]+ /, "", message)
+            say($2, $3, $4, message)
+        }
+        /^[a-z]+ = / { say("error", 2283, 8, "Remove spaces around =") }' "$file"
+done
+printf '{}]}'
+)raw";
+
 QString mountDirectoryOf(const QString &folder)
 {
     QFile options(folder + "/options");
@@ -117,6 +139,12 @@ void TestFindings::initTestCase()
 {
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     QCOMPARE(QFontInfo(QApplication::font()).family(), QString("Liberation Sans"));
+    // In the place of shellcheck, whichever is installed here. It says what a script asks it to, and one
+    // thing more.
+    QDir().mkpath(work.filePath("bin"));
+    put(work.filePath("bin/shellcheck"), standIn);
+    QFile::setPermissions(work.filePath("bin/shellcheck"), QFile::ReadOwner | QFile::ExeOwner);
+    qputenv("PATH", work.filePath("bin").toLocal8Bit() + ':' + qgetenv("PATH"));
     runInShell("openssl genpkey -algorithm ed25519 -out YOUR-KEY");
 }
 
@@ -134,6 +162,7 @@ Findings TestFindings::check(const QString &folder, const QString &mountDirector
     if (!openMedium(folder, &medium, &failure))
         qFatal("%s", qPrintable(failure.message));
     medium.mountDirectory = mountDirectory;
+    medium.isForShellcheck = true;
     const Verdict verdict = readVerdict(medium.catalogue);
     return findAll(medium, IniFile(medium.bytes), verdict, Screen());
 }
@@ -771,6 +800,46 @@ void TestFindings::aScriptTriggersWhatItShould()
     QCOMPARE(idsOf(findings), ids);
     for (const Finding &finding : findings.list)
         QVERIFY2(finding.file.endsWith("/run"), qPrintable(finding.file));
+}
+
+void TestFindings::whatShellcheckSaysIsToldWhereItIsCertain_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QString>("message"); // none where nothing is told
+    const auto row = [](const char *name, const char *script, const char *message) {
+        QTest::newRow(name) << QByteArray(script) << QString(message);
+    };
+    row("an error", "#say error 2070 5 x y\n", "x y (SC2070)");
+    row("an error that is a matter of quotation marks", "#say error 2068 5 x\n", "");
+    row("what one sh knows and another does not", "#say error 3010 5 x\n", "");
+    row("what no sh knows", "#say error 3030 5 x\n", "x (SC3030)");
+    row("a warning", "#say warning 2034 5 x\n", "");
+    row("a warning on what is certain", "#say warning 2050 5 x\n", "x (SC2050)");
+    row("a variable that nobody sets", "#say warning 2154 5 medum is referenced but not assigned.\n", "");
+    row("a misspelt variable", "#say warning 2154 5 medum is (did you mean 'medium'?)\n",
+        "medum is (did you mean 'medium'?) (SC2154)");
+    row("a variable of that name elsewhere",
+        "medum=5\n#say warning 2154 5 medum is (did you mean 'medium'?)\n", "");
+    row("where it gave up, what it stumbled over",
+        "#say error 1019 2 x\n#say error 1020 5 y\n#say error 1072 5 z\n#say error 1073 4 t\n", "y (SC1020)");
+    row("where it gave up, it does not know over what", "#say error 1072 5 z\n#say error 1073 4 t\n", "");
+    row("where the shell gives up, too", "#say error 1020 5 y\n#say error 1072 5 z\nif\n", "");
+}
+
+void TestFindings::whatShellcheckSaysIsToldWhereItIsCertain()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QString, message);
+    QStringList told;
+    for (const Finding &finding : checkCommand("sh /mnt/upgrade/run", script).list) {
+        if (finding.id != "script-shellcheck")
+            continue;
+        told.append(finding.message);
+        QCOMPARE(finding.at.column, 5);
+        QCOMPARE(finding.end.column, 8);
+        QVERIFY(finding.isAdvice);
+    }
+    QCOMPARE(told.join('|'), message);
 }
 
 void TestFindings::aScriptOfAScriptIsReadToo()
