@@ -39,6 +39,11 @@ language() {
     echo "$2"
 }
 
+# own_display - whether a window can be shown on this computer's own display.
+own_display() {
+    [[ ${DISPLAY:-} =~ ^:[0-9] ]]
+}
+
 unknown_option() {
     echo "${0##*/}: unknown option $1; --help lists them" >&2
     exit 64
