@@ -11,6 +11,7 @@
 #include "mending/writing.h"
 #include "options.h"
 #include "reading/medium.h"
+#include "reading/signedfiles.h"
 #include "report/explanation.h"
 #include "report/report.h"
 #include "results/fleetreport.h"
@@ -139,6 +140,11 @@ QByteArray contentOf(const Medium &medium, const QString &path)
                                             : QByteArray();
 }
 
+bool isSigned(const Medium &medium)
+{
+    return !medium.root.isEmpty() && readSignedFiles(medium.root).isMeant;
+}
+
 int fix(const Options &options, const Medium &medium)
 {
     const Screen screen;
@@ -149,6 +155,7 @@ int fix(const Options &options, const Medium &medium)
     checked.isForShellcheck = true;
     const Mended mended = mend(checked, find, operationLost);
     const QMap<QString, QByteArray> files = changedFiles(medium, mended);
+    const bool breaksSignature = options.write && !files.isEmpty() && isSigned(medium);
     for (auto file = files.begin(); file != files.end(); ++file) {
         const QByteArray before = contentOf(medium, file.key());
         QString kept;
@@ -161,6 +168,8 @@ int fix(const Options &options, const Medium &medium)
             std::printf("%s, the old one is %s\n", qPrintable(printable(file.key())),
                         qPrintable(printable(kept)));
     }
+    if (breaksSignature)
+        fail(0, printable(medium.root) + ": the medium has to be signed again, as files on it have changed");
     FILE *const stream = options.write ? stdout : stderr; // the patch is alone on the other
     const QByteArray report = mendingReport(mended, isatty(fileno(stream)) && wantsColours());
     std::fwrite(report.constData(), 1, static_cast<size_t>(report.size()), stream);
