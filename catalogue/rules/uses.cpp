@@ -8,6 +8,8 @@
 #include "reading/shell.h"
 #include "rules/subject.h"
 
+#include "gate/manifest.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -171,7 +173,7 @@ public:
     void finish()
     {
         for (Use &use : uses->list)
-            use.isMissed = use.found.isEmpty() && !isMade(use.path);
+            use.isMissed = use.found.isEmpty() && !isResult(use) && !isMade(use.path);
     }
 
 private:
@@ -181,6 +183,13 @@ private:
             if (path.startsWith(mediumFolder))
                 known.insert(path);
         }
+    }
+
+    /// What comes at run time, by this medium or at an earlier run of it; no program does.
+    static bool isResult(const Use &use)
+    {
+        return !use.isProgram
+               && (use.path + '/').startsWith(QString(mediumFolder) + gate::resultsFolder + '/');
     }
 
     /// Whether it, or a folder around it, is made by something, or asked for.

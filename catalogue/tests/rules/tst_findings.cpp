@@ -789,6 +789,10 @@ void TestFindings::aScriptTriggersWhatItShould_data()
         "\xef\xbb\xbf"
         "date\n",
         {"invisible-character"});
+    row("what comes at run time", "cat /mnt/upgrade/zul_results/a.txt\ncd /mnt/upgrade/zul_results\nsort b\n",
+        {});
+    row("a folder with a similar name", "cat /mnt/upgrade/zul_results_old/a.txt\n", {"missing-in-script"});
+    row("a program among the results", "sh /mnt/upgrade/zul_results/a.sh\n", {"missing-in-script"});
     row("what no shell reads", "if true\n", {"script-syntax"});
 }
 
