@@ -26,11 +26,6 @@ bool isOneOf(const char *characters, QChar character)
     return latin != '\0' && strchr(characters, latin);
 }
 
-bool hasShellVariable(const QString &word)
-{
-    return word.contains('$') || word.contains('`');
-}
-
 QString folderOf(const QString &path)
 {
     const int slash = path.lastIndexOf('/');
@@ -722,6 +717,11 @@ QString innerScript(const QStringList &words)
 ScriptText readScript(const QString &script, const ScriptContext &context)
 {
     return ScriptReader(script, context, 0).read();
+}
+
+bool hasShellVariable(const QString &word)
+{
+    return word.contains('$') || word.contains('`');
 }
 
 bool isAssignment(const QString &word)

@@ -80,6 +80,9 @@ int scriptWord(const QStringList &words);
 /// The script that a command line has a shell run in place, with "-c"; empty for any other.
 QString innerScript(const QStringList &words);
 
+/// Whether a shell would put something else in the place of a part of a word.
+bool hasShellVariable(const QString &word);
+
 /// Whether a word is an assignment, as a shell takes it.
 bool isAssignment(const QString &word);
 

@@ -7,26 +7,17 @@
 #include "reading/initext.h"
 #include "reading/shell.h"
 #include "rules/rules.h"
+#include "rules/running.h"
 
 #include <QRegularExpression>
 
 namespace
 {
 
-QString baseName(const QString &program)
-{
-    return program.section('/', -1);
-}
-
 /// Where in the catalogue the n-th character of the entry's text stands.
 int offsetOf(const CommandEntry &command, int character)
 {
     return command.offset(character - command.commandAt);
-}
-
-int commandOffset(const CommandEntry &command)
-{
-    return command.offset();
 }
 
 /// A script on the medium for what this command cannot say. It is named after the key, as far as that is one

@@ -548,8 +548,10 @@ QString valueOf(const QString &word)
     return word.contains('=') ? QString(word).remove(option) : word;
 }
 
-MountPath mountPathOf(const Subject &subject, const QStringList &words, QString *word)
+/// The first one that a step names, with the `word` that it is.
+MountPath mountPathOf(const Subject &subject, const Step &step, QString *word)
 {
+    const QStringList words = step.run + step.outputs + step.inputs;
     const bool namesMedium = std::any_of(words.begin(), words.end(), [](const QString &one) {
         return one.contains(QLatin1String("/mnt/upgrade"));
     });
@@ -586,7 +588,7 @@ void mountDirectory(const Subject &subject, Collector &findings)
             continue;
         for (const Step &step : command.steps) {
             QString word;
-            const MountPath found = mountPathOf(subject, step.run + step.outputs + step.inputs, &word);
+            const MountPath found = mountPathOf(subject, step, &word);
             if (found.folder.isEmpty())
                 continue;
             // Whether it is the medium's, tells a file of that name on it, perhaps a folder deeper.
@@ -603,19 +605,15 @@ void mountDirectory(const Subject &subject, Collector &findings)
             break;
         }
     }
-    for (const auto &script : subject.uses.scripts) {
-        if (script->isKits)
-            continue;
-        int line = 0;
-        for (const Step &step : script->text.steps) {
-            QString word;
-            const MountPath found = mountPathOf(subject, step.run + step.outputs + step.inputs, &word);
-            if (found.folder.isEmpty() || step.line == line)
-                continue;
-            line = step.line;
-            findings.adviseOther(script->path, step.line, mountMessage(found), mediumFolder + found.below);
-        }
-    }
+    MountPath found;
+    QString word;
+    forEachInScripts(
+        subject,
+        [&](const Step &step) {
+            found = mountPathOf(subject, step, &word);
+            return !found.folder.isEmpty();
+        },
+        [&](const Run &run) { adviseAt(findings, run, mountMessage(found), mediumFolder + found.below); });
 }
 
 // --- The end --------------------------------------------------------------------------------------------
@@ -624,17 +622,16 @@ bool restarts(const QStringList &words, const Step &step)
 {
     const QString &program = step.program;
     const QStringList values = operands(words);
-    static const QSet<QString> always = {"reboot", "poweroff", "halt", "kexec"};
-    static const QSet<QString> verbs = {"reboot", "poweroff", "halt", "kexec"};
+    static const QSet<QString> ends = {"reboot", "poweroff", "halt", "kexec"}; // as programs, and as verbs
     if (step.outputs.contains("/proc/sysrq-trigger"))
         return QStringList{"b", "o"}.contains(words.value(1));
     if (program == "shutdown")
         return !hasOption(words, "ck");
     if (program == "systemctl" || program == "loginctl")
-        return verbs.contains(values.value(0));
+        return ends.contains(values.value(0));
     if (program == "init" || program == "telinit")
         return QStringList{"0", "6"}.contains(values.value(0));
-    return always.contains(program) && (program != "kexec" || hasOption(words, "e", {"--exec"}));
+    return ends.contains(program) && (program != "kexec" || hasOption(words, "e", {"--exec"}));
 }
 
 const QSet<QString> &restartPrograms()

@@ -9,6 +9,7 @@
 #include "reading/shellcheck.h"
 #include "reading/shellsyntax.h"
 #include "rules/rules.h"
+#include "rules/running.h"
 
 #include "gate/manifest.h"
 
@@ -254,8 +255,7 @@ void scriptLineEnds(const Subject &subject, Collector &findings)
 /// The one that reads it on the controller: what it is handed to, or what its first line asks for.
 QString shellFor(const MediumScript &script)
 {
-    const QString named =
-        script.shell.isEmpty() ? script.asks : script.shell.section(' ', 0, 0).section('/', -1);
+    const QString named = script.shell.isEmpty() ? script.asks : baseName(script.shell.section(' ', 0, 0));
     return named == "bash" ? "bash" : "sh";
 }
 
@@ -269,7 +269,7 @@ QVector<ScriptInPlace> scriptsInPlace(const Subject &subject)
 {
     QVector<ScriptInPlace> scripts;
     for (const CommandEntry &command : subject.commands) {
-        const QString shell = command.shell.shell.section(' ', 0, 0).section('/', -1);
+        const QString shell = baseName(command.shell.shell.section(' ', 0, 0));
         if (!QStringList{"sh", "ash", "dash", "busybox"}.contains(shell) || command.split.openQuote)
             continue;
         const CommandLine script = splitCommandLine(command.shell.script);
@@ -407,7 +407,7 @@ QStringList redirections(const QString &script)
 /// What a command line without a shell writes to.
 QStringList writtenWords(const QStringList &words)
 {
-    const QString program = words.value(0).section('/', -1);
+    const QString program = baseName(words.value(0));
     const QStringList rest = words.mid(1);
     if (QStringList{"cp", "mv", "install"}.contains(program))
         return rest.mid(qMax(1, rest.size() - 1));

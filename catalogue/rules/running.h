@@ -32,6 +32,24 @@ int commandOffset(const CommandEntry &command, const QString &what = QString());
 /// Tells of a program where it is written, in the catalogue or in a script, with advice.
 void adviseAt(Collector &findings, const Run &run, const QString &message, const QString &advice);
 
+/// Asks `isFound` of every program that scripts run, but for the kit's, and tells of the first one of each
+/// line.
+template <typename Question, typename Tell>
+void forEachInScripts(const Subject &subject, Question isFound, Tell tell)
+{
+    for (const auto &script : subject.uses.scripts) {
+        if (script->isKits)
+            continue;
+        int line = 0;
+        for (const Step &step : script->text.steps) {
+            if (step.line == line || !isFound(step))
+                continue;
+            line = step.line;
+            tell(Run{*script->command, script.get(), step});
+        }
+    }
+}
+
 /// Asks `isFound` of every program of these names, of all where there are none, and of whatever is
 /// redirected: of all that commands run, and the scripts that they call. Tells of the first one of each
 /// command, and of each line of a script.
@@ -52,17 +70,7 @@ void forEach(const Subject &subject, const QSet<QString> &programs, Question isF
             }
         }
     }
-    for (const auto &script : subject.uses.scripts) {
-        if (script->isKits)
-            continue;
-        int line = 0;
-        for (const Step &step : script->text.steps) {
-            if (step.line == line || !isOne(step))
-                continue;
-            line = step.line;
-            tell(Run{*script->command, script.get(), step});
-        }
-    }
+    forEachInScripts(subject, isOne, tell);
 }
 
 #endif

@@ -25,12 +25,6 @@ constexpr int mostScripts = 500;
 constexpr int prefixSize = static_cast<int>(sizeof mediumFolder) - 1;
 const char kitPath[] = "/mnt/upgrade/step";
 
-/// A path that the shell leaves as it is.
-bool isPlain(const QString &path)
-{
-    return !path.contains('$') && !path.contains('`');
-}
-
 bool isPattern(const QString &path)
 {
     return path.contains('*') || path.contains('?') || path.contains('[');
@@ -237,7 +231,7 @@ private:
         if (!isSourced) {
             const QStringList arguments = step.run.mid(qMax(at, 0));
             for (int i = 0; i < arguments.size(); ++i) {
-                if (isPlain(arguments.at(i)))
+                if (!hasShellVariable(arguments.at(i)))
                     context.variables.insert(QString::number(i), {i == 0 ? path : arguments.at(i)});
             }
         }
@@ -250,7 +244,7 @@ private:
                 const QString &named, bool isProgram, const QString &interpreter, bool isBare)
     {
         const QString path = QDir::cleanPath(named);
-        if (!path.startsWith(mediumFolder) || !isPlain(path) || (isPattern(path) && isBare))
+        if (!path.startsWith(mediumFolder) || hasShellVariable(path) || (isPattern(path) && isBare))
             return QString();
         const QString found = spelled(path.mid(prefixSize));
         uses->list.append({&command, script, step.line, path, isProgram, interpreter, found, false});
