@@ -147,28 +147,39 @@ private:
     /// some, and then the others.
     void takeWhatIsSafe(const QVector<Finding> &findings, Round *round, Verdict *verdict)
     {
-        Round wider{round->before, {}, round->done + findings};
-        Edits edits;
-        for (const Finding &finding : qAsConst(wider.done))
-            edits.take(finding.edits);
-        wider.after = edited(round->before, edits.all());
-        const Verdict outcome = verdictOn(wider.after);
-        const QString lost = guard(mended.verdict, outcome, wider);
-        if (lost.isEmpty()) {
-            *round = wider;
-            *verdict = outcome;
-        } else if (findings.size() == 1) {
-            mended.refused.append({findings.first(), lost});
-            refusedNow.insert(identity(findings.first()));
-        } else {
-            // Those of a kind may need each other, as quotation marks do.
-            int first = findings.size() / 2;
-            if (findings.first().id != findings.last().id)
-                for (first = 1; findings.at(first).id == findings.first().id;)
-                    ++first;
-            takeWhatIsSafe(findings.mid(0, first), round, verdict);
-            takeWhatIsSafe(findings.mid(first), round, verdict);
+        QVector<QVector<Finding>> rest = {findings}; // the last one is next
+        while (!rest.isEmpty()) {
+            const QVector<Finding> some = rest.takeLast();
+            Round wider{round->before, {}, round->done + some};
+            Edits edits;
+            for (const Finding &finding : qAsConst(wider.done))
+                edits.take(finding.edits);
+            wider.after = edited(round->before, edits.all());
+            const Verdict outcome = verdictOn(wider.after);
+            const QString lost = guard(mended.verdict, outcome, wider);
+            if (lost.isEmpty()) {
+                *round = wider;
+                *verdict = outcome;
+            } else if (some.size() == 1) {
+                mended.refused.append({some.first(), lost});
+                refusedNow.insert(identity(some.first()));
+            } else {
+                const int first = firstPart(some);
+                rest.append(some.mid(first));
+                rest.append(some.mid(0, first));
+            }
         }
+    }
+
+    /// How many are tried by themselves: those of a kind may need each other, as quotation marks do.
+    static int firstPart(const QVector<Finding> &findings)
+    {
+        if (findings.first().id == findings.last().id)
+            return findings.size() / 2;
+        int first = 1;
+        while (findings.at(first).id == findings.first().id)
+            ++first;
+        return first;
     }
 
     /// In a file of its own each time, as the tool serves one that it knows from its memory.

@@ -42,6 +42,7 @@ QString entered(const QString &folder, const QString &word)
     return folder.startsWith('/') ? QDir::cleanPath(folder + '/' + word) : unknownFolder;
 }
 
+// NOLINTBEGIN(misc-no-recursion): scripts are in scripts, and none deeper than deepestScript is read
 /// Takes a script apart.
 class ScriptReader
 {
@@ -650,6 +651,7 @@ private:
     Step step;
     ScriptText script;
 };
+// NOLINTEND(misc-no-recursion)
 
 /// The number of words of a program that has another one started, with its options; 0 for any other.
 int wrapperWords(const QStringList &words, int from)

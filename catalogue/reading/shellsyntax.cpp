@@ -5,6 +5,7 @@
 
 #include "reading/asking.h"
 
+#include <QPair>
 #include <QRegularExpression>
 #include <QString>
 
@@ -35,29 +36,23 @@ QByteArray together(const QVector<QByteArray> &scripts, int begin, int end)
     return all;
 }
 
-void find(const QByteArray &shell, const QVector<QByteArray> &scripts, int begin, int end, int most,
-          QVector<SyntaxError> *errors)
-{
-    QString said;
-    if (begin >= end || errors->size() >= most)
-        return;
-    if (end - begin == 1) {
-        if (!canBeRead(shell, scripts.at(begin), &said))
-            errors->append(errorOf(begin, said));
-        return;
-    }
-    if (canBeRead(shell, together(scripts, begin, end), &said))
-        return;
-    const int half = begin + (end - begin) / 2;
-    find(shell, scripts, begin, half, most, errors);
-    find(shell, scripts, half, end, most, errors);
-}
-
 } // namespace
 
 QVector<SyntaxError> syntaxErrors(const QByteArray &shell, const QVector<QByteArray> &scripts, int most)
 {
     QVector<SyntaxError> errors;
-    find(shell, scripts, 0, scripts.size(), most, &errors);
+    QVector<QPair<int, int>> rest = {{0, scripts.size()}}; // from, to before; the last one is next
+    while (!rest.isEmpty() && errors.size() < most) {
+        const auto [begin, end] = rest.takeLast();
+        QString said;
+        if (end - begin <= 1) {
+            if (begin < end && !canBeRead(shell, scripts.at(begin), &said))
+                errors.append(errorOf(begin, said));
+        } else if (!canBeRead(shell, together(scripts, begin, end), &said)) {
+            const int half = begin + (end - begin) / 2;
+            rest.append({half, end});
+            rest.append({begin, half});
+        }
+    }
     return errors;
 }
