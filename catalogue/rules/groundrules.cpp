@@ -561,7 +561,7 @@ MountPath mountPathOf(const Subject &subject, const Step &step, QString *word)
             path.startsWith('/') || path.startsWith('\\') || (path.size() > 2 && path.at(1) == ':');
         if (!isCandidate)
             continue;
-        const MountPath found = mountPath(path);
+        MountPath found = mountPath(path);
         const bool isElsewhere =
             !found.isSure && (namesMedium || !subject.hasFile(mediumFolder + found.below));
         if (found.folder.isEmpty() || isElsewhere)

@@ -455,7 +455,7 @@ void neverEnds(const Subject &subject, Collector &findings)
 QString onMedium(const Subject &subject, const QString &path)
 {
     for (const QString &folder : {QString(mediumFolder), mediumFolder + installFolder() + '/'}) {
-        const QString candidate = folder + (path.startsWith("./") ? path.mid(2) : path);
+        QString candidate = folder + (path.startsWith("./") ? path.mid(2) : path);
         if (subject.hasFile(candidate))
             return candidate;
     }

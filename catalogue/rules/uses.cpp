@@ -198,6 +198,7 @@ private:
         return false;
     }
 
+    // NOLINTBEGIN(misc-no-recursion): a script calls another one; each is read once, and mostScripts of them
     void look(const CommandEntry &command, const MediumScript *script, const Step &step, bool isBare)
     {
         if (hasKit && step.words.contains(kitPath))
@@ -301,6 +302,7 @@ private:
         for (const Step &step : script->text.steps)
             look(command, script.get(), step, false);
     }
+    // NOLINTEND(misc-no-recursion)
 
     const Medium &medium;
     Uses *uses;
@@ -345,7 +347,7 @@ KitStep kitStep(const QStringList &words)
     int at = script + 1;
     bool copies = false;
     for (; at < words.size() && words.at(at).startsWith('-') && words.at(at).size() > 1; ++at) {
-        const QString option = words.at(at);
+        const QString &option = words.at(at);
         if (option == QLatin1String("--")) {
             ++at;
             break;
