@@ -149,8 +149,24 @@ class Fat:
         return problems + [f"after a repair: {problem}" for problem in judge(self._read(self._copy))]
 
     def _read(self, image: str) -> Found:
-        """Files that cannot be read are missing from what is found."""
+        """As on a controller, a file that cannot be read keeps nobody from reading the others."""
+        if run("mcopy", "-s", "-n", "-m", "-i", image, "::/", self._empty_tree()).returncode:
+            self._read_each(image, "/", self._empty_tree())  # that has stopped at the first of them
+        return Found([], read_tree(self._tree, "/"))
+
+    def _read_each(self, image: str, folder: str, target: str) -> None:
+        for line in run("mdir", "-b", "-i", image, f"::{folder}").stdout.splitlines():
+            path = line.removeprefix("::")
+            if not path.startswith(folder):
+                continue  # what it has to say of a folder that cannot be read
+            copy = os.path.join(target, os.path.basename(path.rstrip("/")))
+            if path.endswith("/"):
+                os.mkdir(copy)
+                self._read_each(image, path, copy)
+            else:
+                run("mcopy", "-n", "-m", "-i", image, f"::{path}", copy)
+
+    def _empty_tree(self) -> str:
         shutil.rmtree(self._tree, ignore_errors=True)
         os.mkdir(self._tree)
-        run("mcopy", "-s", "-n", "-m", "-i", image, "::/", self._tree)
-        return Found([], read_tree(self._tree, "/"))
+        return self._tree
