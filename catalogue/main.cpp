@@ -217,14 +217,14 @@ int verify(const Options &options)
     return answer.isAccepted ? ExitClean : ExitErrors;
 }
 
-void tellDamage(const QVector<DamagedLine> &damaged)
+void tellDamage(const Reports &reports)
 {
     constexpr int most = 50;
-    for (const DamagedLine &line : damaged.mid(0, most))
+    for (const DamagedLine &line : reports.damaged.mid(0, most))
         fail(0, QString("%1:%2: a line %3: ").arg(line.file).arg(line.line).arg(line.why)
                     + QString::fromUtf8(line.text.left(100)));
-    if (damaged.size() > most)
-        fail(0, QString("and %1 more").arg(damaged.size() - most));
+    if (reports.damagedLines > most)
+        fail(0, QString("and %1 more").arg(reports.damagedLines - most));
 }
 
 int results(const Options &options)
@@ -236,12 +236,12 @@ int results(const Options &options)
         || !readReports(options.words.mid(1), &reports, &failure))
         return fail(failure.exitCode, failure.message);
     const Fleet fleet = fleetOf(reports, expected);
-    tellDamage(reports.damaged);
+    tellDamage(reports);
     const QByteArray text = options.format == "json"  ? fleetJson(fleet, reports)
                             : options.format == "csv" ? fleetCsv(fleet)
                                                       : fleetTable(fleet, reports);
     std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
-    if (!reports.damaged.isEmpty())
+    if (reports.damagedLines > 0)
         return ExitErrors;
     return options.strict && !fleet.isComplete ? ExitWarnings : ExitClean;
 }

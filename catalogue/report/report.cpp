@@ -259,7 +259,7 @@ QByteArray mendingReport(const Mended &mended, bool colours)
     return report.bytes();
 }
 
-QString counted(int count, const QString &what)
+QString counted(qint64 count, const QString &what)
 {
     return QString("%1 %2%3").arg(count).arg(what, count == 1 ? "" : "s");
 }

@@ -34,7 +34,7 @@ int exitCodeOf(const Findings &findings, bool strict);
 QString severityName(Severity severity);
 
 /// "2 errors".
-QString counted(int count, const QString &what);
+QString counted(qint64 count, const QString &what);
 
 /// The text with control characters as escapes, so that a catalogue cannot steer the terminal that shows it.
 QString printable(const QString &text);

@@ -140,8 +140,8 @@ QByteArray fleetTable(const Fleet &fleet, const Reports &reports)
             + ", " + counted(reports.runs.size(), "report") + " in " + counted(reports.files, "file");
     if (reports.duplicates > 0)
         text += ", " + QString::number(reports.duplicates) + " more than once";
-    if (!reports.damaged.isEmpty())
-        text += ", " + counted(reports.damaged.size(), "damaged line");
+    if (reports.damagedLines > 0)
+        text += ", " + counted(reports.damagedLines, "damaged line");
     text += '\n';
     if (!fleet.reborn.isEmpty()) {
         text += "A new disk, or two controllers with one serial number: " + printable(fleet.reborn.join(", "))
@@ -193,6 +193,7 @@ QByteArray fleetJson(const Fleet &fleet, const Reports &reports)
                                      {"results", results},
                                      {"duplicates", reports.duplicates},
                                      {"damaged", damaged},
+                                     {"damagedLines", reports.damagedLines},
                                      {"unexpected", QJsonArray::fromStringList(fleet.unexpected)},
                                      {"reborn", QJsonArray::fromStringList(fleet.reborn)}})
         .toJson();

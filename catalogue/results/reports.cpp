@@ -5,11 +5,11 @@
 
 #include "common/failure.h"
 
-#include <QBuffer>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
+#include <QScopedPointer>
 #include <QSet>
 #include <QTextCodec>
 
@@ -18,10 +18,11 @@
 namespace
 {
 
-constexpr qint64 longestLine = 1 << 20; ///< read at once; what is longer is no line of a step
+constexpr qint64 pieceSize = 1 << 16;
+constexpr int longestLine = 1 << 20; ///< what is longer is no line of a step, and not kept whole
 constexpr int keptOfDamage = 1024;
 
-/// Takes the lines of one file after the other.
+/// Takes the lines of one file after the other, without having more of a file than a line.
 class Reader
 {
 public:
@@ -36,7 +37,8 @@ public:
         QFile file(path);
         if (path == "-" ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly)) {
             ++reports->files;
-            readText(path, &file);
+            here = {path, 1, false, {}};
+            readText(&file);
             if (file.error() == QFileDevice::NoError)
                 return true;
         }
@@ -45,58 +47,82 @@ public:
     }
 
 private:
+    /// Where it is in a file.
+    struct Place {
+        QString path;
+        qint64 line = 1;
+        bool isInLine = false; ///< which is too long, and was begun before
+        QByteArray rest;       ///< what was read and not yet taken
+    };
+
     /// What went through a program that writes UTF-16, or a mark of the bytes' order, is read all the same.
-    void readText(const QString &path, QIODevice *device)
+    void readText(QIODevice *device)
     {
         const QByteArray begin = device->peek(3);
-        if (begin.startsWith("\xff\xfe") || begin.startsWith("\xfe\xff")) {
-            QByteArray bytes = device->readAll();
-            bytes = QTextCodec::codecForUtfText(bytes)->toUnicode(bytes).toUtf8();
-            QBuffer text(&bytes);
-            text.open(QIODevice::ReadOnly);
-            return readLines(path, &text);
-        }
         if (begin == "\xef\xbb\xbf")
             device->read(3);
-        readLines(path, device);
+        const bool isWide = begin.startsWith("\xff\xfe") || begin.startsWith("\xfe\xff");
+        const QScopedPointer<QTextDecoder> from(QTextCodec::codecForUtfText(begin)->makeDecoder());
+        const QScopedPointer<QTextEncoder> to(
+            QTextCodec::codecForName("UTF-8")->makeEncoder(QTextCodec::IgnoreHeader));
+        for (QByteArray piece = device->read(pieceSize); !piece.isEmpty(); piece = device->read(pieceSize))
+            takePiece(isWide ? to->fromUnicode(from->toUnicode(piece)) : piece);
+        takeLine(here.rest);
     }
 
-    void readLines(const QString &path, QIODevice *device)
+    void takePiece(const QByteArray &piece)
     {
-        int number = 1;
-        bool goesOn = false;
-        for (QByteArray line = device->readLine(longestLine); !line.isEmpty();
-             line = device->readLine(longestLine)) {
-            takeLine(path, number, line.trimmed(), goesOn);
-            goesOn = !line.endsWith('\n');
-            number += goesOn ? 0 : 1;
+        QByteArray &rest = here.rest;
+        int end = rest.size();
+        int begin = 0;
+        rest += piece;
+        for (end = rest.indexOf('\n', end); end >= 0; end = rest.indexOf('\n', begin)) {
+            takeLine(rest.mid(begin, end - begin));
+            begin = end + 1;
+            here.isInLine = false;
+            ++here.line;
         }
+        rest.remove(0, begin);
+        if (rest.size() >= longestLine)
+            takeBeginning(rest.lastIndexOf(stepMark));
+    }
+
+    /// Of a line that is too long, but not the report that begins last in it, which may go on; nor what may
+    /// be the beginning of one.
+    void takeBeginning(int last)
+    {
+        const int end = last > 0 ? last : here.rest.size() - static_cast<int>(sizeof(stepMark));
+        takeLine(here.rest.left(end));
+        here.rest.remove(0, end);
+        here.isInLine = true;
     }
 
     /// Where a line is cut off, the next one may stand right behind it. An empty object is room for a line.
     /// What goes on with a line that is too long has been told with its beginning.
-    void takeLine(const QString &path, int number, const QByteArray &line, bool goesOn)
+    void takeLine(const QByteArray &whole)
     {
+        const QByteArray line = whole.trimmed();
         if (line == "{}")
             return;
-        int begin = goesOn ? line.indexOf(stepMark) : 0;
+        int begin = here.isInLine ? line.indexOf(stepMark) : 0;
         if (begin < 0)
             return;
         while (begin < line.size()) {
             const int next = line.indexOf(stepMark, begin + 1);
-            takePart(path, number, line.mid(begin, next < 0 ? -1 : next - begin));
+            takePart(line.mid(begin, next < 0 ? -1 : next - begin).trimmed());
             begin = next < 0 ? line.size() : next;
         }
     }
 
-    void takePart(const QString &path, int number, const QByteArray &part)
+    void takePart(const QByteArray &part)
     {
         StepRun run;
         const QString wrong = readStepRun(part, &run);
         if (wrong.isEmpty())
-            takeRun(run, part.trimmed());
-        else
-            reports->damaged.append({path, number, wrong, part.left(keptOfDamage)});
+            return takeRun(run, part);
+        ++reports->damagedLines;
+        if (reports->damaged.size() < mostDamagedLines)
+            reports->damaged.append({here.path, here.line, wrong, part.left(keptOfDamage)});
     }
 
     /// A step is told when it begins and again when it has ended, and both may have been collected, on other
@@ -121,6 +147,7 @@ private:
     }
 
     Reports *reports;
+    Place here;
     QSet<QByteArray> seen;
     QHash<QString, int> places; ///< in the runs
 };
@@ -169,7 +196,7 @@ bool readReports(const QStringList &places, Reports *reports, Failure *failure)
                 return false;
         }
     }
-    if (!reports->runs.isEmpty() || !reports->damaged.isEmpty())
+    if (!reports->runs.isEmpty() || reports->damagedLines > 0)
         return true;
     *failure = {ExitNoInput, places.join(", ") + ": no reports of steps"};
     return false;

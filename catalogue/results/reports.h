@@ -14,17 +14,21 @@ struct Failure;
 /// A line that is no report of a step, or the part of one that is none.
 struct DamagedLine {
     QString file;
-    int line = 0; ///< from 1
+    qint64 line = 0; ///< from 1
     QString why;
     QByteArray text; ///< the bytes, at most a kilobyte of them
 };
 
+/// Of how many damaged lines the text is kept: a disk full of them is no reason to run out of memory.
+constexpr int mostDamagedLines = 1000;
+
 /// What was found in the folders of a fleet.
 struct Reports {
-    QVector<StepRun> runs; ///< each once, however often it was collected
-    QVector<DamagedLine> damaged;
+    QVector<StepRun> runs;        ///< each once, however often it was collected
+    QVector<DamagedLine> damaged; ///< the first of them
+    qint64 damagedLines = 0;      ///< all of them
     int files = 0;
-    int duplicates = 0; ///< lines that were there more than once
+    qint64 duplicates = 0; ///< lines that were there more than once
 };
 
 /// Reads every file *.jsonl below the folders, each of `places` that is a file, and for "-" the standard

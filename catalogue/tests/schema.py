@@ -12,7 +12,7 @@ SCHEMAS = pathlib.Path(__file__).resolve().parent.parent / "schemas"
 KINDS: dict[str, Any] = {"object": dict, "array": list, "string": str, "boolean": bool, "integer": int}
 KNOWN = {
     *("$schema", "$ref", "title", "definitions", "type", "const", "enum", "required", "properties", "items"),
-    *("additionalProperties", "minItems", "minLength", "minimum", "maximum", "pattern", "format", "oneOf"),
+    *("additionalProperties", "minItems", "maxItems", "minLength", "minimum", "maximum", "pattern", "format", "oneOf"),
 }
 
 
@@ -46,6 +46,8 @@ def differences(value: Any, schema: dict[str, Any], root: dict[str, Any] | None 
     if isinstance(value, list):
         if len(value) < schema.get("minItems", 0):
             found.append(f"{place}: too few")
+        if len(value) > schema.get("maxItems", len(value)):
+            found.append(f"{place}: too many")
         for number, item in enumerate(value):
             found += differences(item, schema.get("items", {}), root, f"{place}/{number}")
     if isinstance(value, dict):
