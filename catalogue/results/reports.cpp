@@ -5,6 +5,7 @@
 
 #include "common/failure.h"
 
+#include <QCryptographicHash>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
@@ -127,13 +128,17 @@ private:
 
     /// A step is told when it begins and again when it has ended, and both may have been collected, on other
     /// ways.
-    void takeRun(const StepRun &run, const QByteArray &line)
+    void takeRun(StepRun run, const QByteArray &line)
     {
-        if (seen.contains(line)) {
+        const QByteArray sum = QCryptographicHash::hash(line, QCryptographicHash::Sha1);
+        if (seen.contains(sum)) {
             ++reports->duplicates;
             return;
         }
-        seen.insert(line);
+        seen.insert(sum);
+        for (QString *text :
+             {&run.history, &run.controller, &run.medium, &run.name, &run.outcome, &run.output})
+            *text = *texts.insert(*text);
         const QString key = run.controller + '\n' + run.history + '\n' + QString::number(run.number);
         const auto known = places.constFind(key);
         if (run.history == "none" || known == places.constEnd()) {
@@ -148,7 +153,8 @@ private:
 
     Reports *reports;
     Place here;
-    QSet<QByteArray> seen;
+    QSet<QByteArray> seen;      ///< sums of the lines, which are longer
+    QSet<QString> texts;        ///< each once, however many runs have it
     QHash<QString, int> places; ///< in the runs
 };
 
