@@ -73,7 +73,8 @@ private:
         int line;
         QString word; ///< of a loop: "while", "until", "for"
         QString folder;
-        bool isFed; ///< by a pipe in front of it
+        bool isFed;                            ///< by a pipe in front of it
+        QHash<QString, QStringList> arguments; ///< of a function: those of what is around it
     };
 
     // --- Characters
@@ -399,7 +400,7 @@ private:
         } else if (first == "fi" || first == "esac") {
             conditions = qMax(0, conditions - 1);
         } else if (first == "while" || first == "until") {
-            groups.append({'l', script.steps.size(), line, first, folder, before == Separator::Pipe});
+            groups.append({'l', script.steps.size(), line, first, folder, before == Separator::Pipe, {}});
         } else if (first == "done") {
             endLoop();
         } else {
@@ -482,6 +483,7 @@ private:
                    .hasMatch()) {
             clearWord(); // the name of a function
             i = text.indexOf(')', i) + 1;
+            isBody = true;
             return;
         }
         const bool isTwice = next() == character;
@@ -493,8 +495,10 @@ private:
                 : character == '&'            ? Separator::Background
                                               : Separator::End);
         if (character == '(' || character == '{')
-            groups.append(
-                {character, script.steps.size(), line, QString(), folder, before == Separator::Pipe});
+            groups.append({character, script.steps.size(), line, QString(), folder, before == Separator::Pipe,
+                           isBody ? takeArguments() : QHash<QString, QStringList>()});
+        if (!character.isSpace())
+            isBody = false;
         if (character == ')' || character == '}')
             endGroup(character == ')' ? '(' : '{');
         if (character == ';' && isTwice && conditions > 0)
@@ -508,12 +512,29 @@ private:
         }
     }
 
+    /// A function has its own, which are those of its calls; "$0" stays.
+    QHash<QString, QStringList> takeArguments()
+    {
+        QHash<QString, QStringList> arguments;
+        for (auto variable = variables.begin(); variable != variables.end();) {
+            if (variable.key().at(0).isDigit() && variable.key() != "0") {
+                arguments.insert(variable.key(), *variable);
+                variable = variables.erase(variable);
+            } else {
+                ++variable;
+            }
+        }
+        return arguments;
+    }
+
     void endGroup(QChar kind)
     {
         if (groups.isEmpty() || groups.last().kind != kind)
             return;
         const Group group = groups.takeLast();
         feed(group.firstStep);
+        for (auto argument = group.arguments.begin(); argument != group.arguments.end(); ++argument)
+            variables.insert(argument.key(), *argument);
         if (kind == '(')
             folder = group.folder;
         if (!isInBackground(i + 1))
@@ -620,9 +641,12 @@ private:
         }
         if (first == "for" || first == "select") {
             assign(step.words.value(1), step.words.value(2) == "in" ? step.words.mid(3) : QStringList());
-            groups.append({'l', script.steps.size(), step.line, first, folder, before == Separator::Pipe});
+            groups.append(
+                {'l', script.steps.size(), step.line, first, folder, before == Separator::Pipe, {}});
             return true;
         }
+        if (first == "shift" || (first == "set" && step.words.contains("--")))
+            takeArguments();
         if (first == "read") {
             for (const QString &name : step.words.mid(1))
                 assign(name, {});
@@ -641,6 +665,7 @@ private:
     bool isTarget = false; ///< the next word is where a redirection goes
     bool goesOut = false;
     bool expectsPattern = false; ///< of "case"
+    bool isBody = false;         ///< what opens next is that of a function
     bool isChained = false;      ///< behind a question and "&&" or "||"
     bool isGuarded = false;      ///< behind an "exit" that depends on something
     int conditions = 0;          ///< how deep in "if" and "case"

@@ -53,6 +53,8 @@ private slots:
     void whatShellcheckSaysIsToldWhereItIsCertain_data();
     void whatShellcheckSaysIsToldWhereItIsCertain();
     void aScriptOfAScriptIsReadToo();
+    void aScriptIsReadWithItsArguments_data();
+    void aScriptIsReadWithItsArguments();
     void theRightLineIsRightForWhateverIsWritten_data();
     void theRightLineIsRightForWhateverIsWritten();
     void aCommandIsSentToAScriptOnlyWhenThereIsOne();
@@ -864,6 +866,31 @@ void TestFindings::aScriptOfAScriptIsReadToo()
     QCOMPARE(idsOf(findings), QStringList("missing-in-script"));
     QVERIFY(findings.list.first().file.endsWith("/two"));
     QCOMPARE(findings.list.first().at.line, 2);
+}
+
+void TestFindings::aScriptIsReadWithItsArguments_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QStringList>("ids");
+    const auto row = [](const char *name, const QByteArray &script, const QStringList &ids) {
+        QTest::newRow(name) << script << ids;
+    };
+    row("its first", "cat \"$1\"\n", {"relative-path"});
+    row("its second", "cat \"/mnt/upgrade/$2\"\n", {"missing-in-script"});
+    row("those of a function", "f() {\n    cat \"$1\" \"/mnt/upgrade/$2\"\n}\nf /opt/a b\n", {});
+    row("those of a function in a shell of its own", "f()\n(\n    cat \"$1\"\n)\nf /opt/a\n", {});
+    row("its own behind a function", "f() { date; }\ncat \"$1\"\n", {"relative-path"});
+    row("its own in a group", "{\n    cat \"$1\"\n}\n", {"relative-path"});
+    row("the next one", "shift\ncat \"$1\"\n", {});
+    row("others", "set -- /opt/a\ncat \"$1\"\n", {});
+    row("its own name in a function", "f() { cat \"${0%/*}/x\"; }\nf\n", {"missing-in-script"});
+}
+
+void TestFindings::aScriptIsReadWithItsArguments()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QStringList, ids);
+    QCOMPARE(idsOf(checkCommand("sh /mnt/upgrade/run a.txt b.txt", script)), ids);
 }
 
 void TestFindings::theRightLineIsRightForWhateverIsWritten_data()
