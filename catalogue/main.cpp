@@ -148,8 +148,8 @@ bool isSigned(const Medium &medium)
 int fix(const Options &options, const Medium &medium)
 {
     const Screen screen;
-    const Finder find = [&screen](const Medium &one, const IniFile &file, const Verdict &verdict) {
-        return findAll(one, file, verdict, screen, Keep::Mendable);
+    const Finder find = [&screen](const Medium &one, const IniFile &file, const Verdict &verdict, Keep keep) {
+        return findAll(one, file, verdict, screen, keep);
     };
     Medium checked = medium;
     checked.isForShellcheck = true;

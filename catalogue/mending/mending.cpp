@@ -77,11 +77,12 @@ public:
     Mended mend()
     {
         mended.verdict = readVerdict(medium.catalogue);
-        Findings findings = find(medium, IniFile(medium.bytes), mended.verdict);
-        while (mended.rounds.size() < mostRounds && (mendOnce(findings) || refusalsAreStale()))
-            findings = find(medium, IniFile(medium.bytes), mended.verdict);
+        // One round does for nearly all, and what only the author can put right is looked for behind it.
+        mendOnce(find(medium, IniFile(medium.bytes), mended.verdict, Keep::OnlyMendable));
+        do {
+            mended.left = find(medium, IniFile(medium.bytes), mended.verdict, Keep::Mendable);
+        } while (mended.rounds.size() < mostRounds && (mendOnce(mended.left) || refusalsAreStale()));
         mended.catalogue = medium.bytes;
-        mended.left = findings;
         mendOthers();
         return mended;
     }

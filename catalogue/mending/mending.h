@@ -42,8 +42,9 @@ struct Mended {
     }
 };
 
-/// Finds everything that is wrong with a medium's catalogue.
-using Finder = std::function<Findings(const Medium &medium, const IniFile &file, const Verdict &verdict)>;
+/// Finds everything that is wrong with a medium's catalogue, or what can be put right of that.
+using Finder =
+    std::function<Findings(const Medium &medium, const IniFile &file, const Verdict &verdict, Keep keep)>;
 
 /// Why an operation of the one is not in the other, though the findings that were put right in between leave
 /// it alone; empty where they keep what they promise.

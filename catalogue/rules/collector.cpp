@@ -33,7 +33,7 @@ void Collector::startRule(const Rule &nextRule)
 
 bool Collector::hasRoom() const
 {
-    return count < keptOfAKind || (kept == Keep::Mendable && !(rule->change & AsksAuthor));
+    return count < keptOfAKind || (kept != Keep::First && !(rule->change & AsksAuthor));
 }
 
 Collector &Collector::askAuthor()
@@ -55,7 +55,10 @@ void Collector::keep(Finding finding)
         findings->suppressed.append(finding);
         return;
     }
-    if (count < keptOfAKind || (kept == Keep::Mendable && finding.mendable))
+    const bool isKept = kept == Keep::OnlyMendable
+                            ? finding.mendable
+                            : count < keptOfAKind || (kept == Keep::Mendable && finding.mendable);
+    if (isKept)
         findings->list.append(finding);
     else
         ++findings->omitted[id];

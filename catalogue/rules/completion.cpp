@@ -113,7 +113,7 @@ private:
         const IniFile file(text);
         const Subject lines(subject, file);
         Findings findings;
-        Collector collector(lines, nullptr, &findings, Keep::Mendable);
+        Collector collector(lines, nullptr, &findings, Keep::OnlyMendable);
         for (const Rule &rule : rules) {
             if ((rule.change & AsksAuthor) || !(rule.change & (ChangesNames | ChangesCommands)))
                 continue;
@@ -122,7 +122,7 @@ private:
         }
         QVector<Finding> mendable;
         for (const Finding &finding : qAsConst(findings.list)) {
-            if (finding.mendable && finding.file == subject.medium.catalogue)
+            if (finding.file == subject.medium.catalogue)
                 mendable.append(finding);
         }
         return mendable;

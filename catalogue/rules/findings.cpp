@@ -116,11 +116,15 @@ Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdi
     const Subject subject(medium, file, verdict, screen);
     Suppressions suppressions(subject);
     Collector collector(subject, &suppressions, &findings, keep);
+    const bool isAll = keep != Keep::OnlyMendable;
     for (const Rule &rule : allRules()) {
+        if (!isAll && (rule.change & AsksAuthor))
+            continue;
         collector.startRule(rule);
         rule.find(subject, collector);
     }
-    suppressions.tell(collector);
+    if (isAll)
+        suppressions.tell(collector);
     complete(subject, suppressions, allRules(), &findings);
     const auto place = [&medium](const Finding &finding) {
         return std::make_tuple(finding.file != medium.catalogue, finding.file, finding.at.line,

@@ -66,8 +66,8 @@ struct Findings {
     int count(Severity severity) const;
 };
 
-/// How much is kept: the first of a kind, or all that can be put right as well.
-enum class Keep { First, Mendable };
+/// How much is kept: the first of a kind, all that can be put right as well, or nothing but that.
+enum class Keep { First, Mendable, OnlyMendable };
 
 /// Everything that can be said about a medium. `screen` measures names.
 Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdict, const Screen &screen,

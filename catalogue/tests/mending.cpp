@@ -142,8 +142,8 @@ private:
     /// Everything that is wrong, and one mending more where a fault is planted.
     Finder finder(const QString &planted)
     {
-        return [this, planted](const Medium &medium, const IniFile &file, const Verdict &verdict) {
-            Findings findings = findAll(medium, file, verdict, screen, Keep::Mendable);
+        return [this, planted](const Medium &medium, const IniFile &file, const Verdict &verdict, Keep keep) {
+            Findings findings = findAll(medium, file, verdict, screen, keep);
             if (planted == "leaves")
                 findings.list.erase(
                     std::remove_if(findings.list.begin(), findings.list.end(),

@@ -345,11 +345,10 @@ public:
         medium.bytes = "[system]" + end + "CMD_List=\"b,z\"" + end + "[CMD]" + end + "b=" + one.line + end
                        + "z=\"" + lastName + "@sync last\"" + end;
         medium.catalogue = fresh(medium.bytes);
-        const Finder finder = [this](const Medium &its, const IniFile &file, const Verdict &verdict) {
-            return findAll(its, file, verdict, screen, Keep::Mendable);
-        };
+        const Finder finder = [this](const Medium &its, const IniFile &file, const Verdict &verdict,
+                                     Keep keep) { return findAll(its, file, verdict, screen, keep); };
         const Verdict before = readVerdict(medium.catalogue);
-        const Findings found = finder(medium, IniFile(medium.bytes), before);
+        const Findings found = finder(medium, IniFile(medium.bytes), before, Keep::Mendable);
         Mended mended = mend(medium, finder, operationLost);
         plant(one, before, &mended.verdict);
         QJsonObject object{{"text", one.text},
