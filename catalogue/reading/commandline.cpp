@@ -19,12 +19,14 @@ int quotesFrom(const QString &text, int start)
 CommandLine splitCommandLine(const QString &text)
 {
     CommandLine line;
+    line.bare.reserve(text.size());
     QString word;
     for (int i = 0; i < text.size();) {
         const int quotes = quotesFrom(text, i);
         if (quotes > 0) {
             // Every three are one literal mark. Of the rest, a single one opens or closes; two cancel out.
-            word += QString(quotes / 3, '"');
+            if (quotes >= 3)
+                word += QString(quotes / 3, '"');
             if (quotes % 3 == 1)
                 line.openQuote = !line.openQuote;
             line.bare += QString(quotes, 'x');

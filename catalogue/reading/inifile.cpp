@@ -49,6 +49,8 @@ public:
 
     DecodedValue read()
     {
+        value.text.reserve(to - i);
+        value.at.reserve(to - i);
         skipBlanks();
         while (i < to)
             readNext();

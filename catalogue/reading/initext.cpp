@@ -50,19 +50,21 @@ QString textOf(const QByteArray &bytes)
 
 QString intendedText(const IniFile &file, const DecodedValue &value)
 {
+    const QByteArray &bytes = file.bytes();
+    const bool isByBytes = !file.hasByteOrderMark();
+    const int size = value.text.size();
     QString meant;
     QByteArray run;
-    for (int i = 0; i <= value.text.size(); ++i) {
-        const bool plain =
-            i < value.text.size() && !file.hasByteOrderMark() && file.bytes().at(value.at.at(i)) != '\\';
-        if (plain) {
-            run += file.bytes().at(value.at.at(i));
+    run.reserve(size);
+    for (int i = 0; i <= size; ++i) {
+        if (isByBytes && i < size && bytes.at(value.at.at(i)) != '\\') {
+            run += bytes.at(value.at.at(i));
             continue;
         }
         const QString decoded = textOf(run);
         meant += decoded.contains(QChar::ReplacementCharacter) ? QString::fromLatin1(run) : decoded;
-        run.clear();
-        if (i < value.text.size())
+        run.resize(0); // keeps its memory
+        if (i < size)
             meant += value.text.at(i);
     }
     return meant;

@@ -16,15 +16,10 @@
 namespace
 {
 
-bool isOneOf(QChar character, const char *characters)
-{
-    return QLatin1String(characters).contains(character);
-}
-
 bool beginsExpansion(const QString &text, int at)
 {
     const QChar next = at + 1 < text.size() ? text.at(at + 1) : QChar(' ');
-    return next.isLetterOrNumber() || isOneOf(next, "_{(?@#*!$-");
+    return next.isLetterOrNumber() || isOneOf("_{(?@#*!$-", next);
 }
 
 /// Takes a text apart as a shell does.
@@ -59,7 +54,7 @@ private:
             readEscape();
         else if (character == '#' && !inWord)
             readComment();
-        else if (isOneOf(character, ";&|<>()\n"))
+        else if (isOneOf(";&|<>()\n", character))
             readOperator(character);
         else if (character.isSpace())
             endWord(), ++i;
@@ -86,7 +81,7 @@ private:
     {
         inWord = true;
         for (++i; i < text.size() && text.at(i) != '"'; ++i) {
-            if (text.at(i) == '\\' && i + 1 < text.size() && isOneOf(text.at(i + 1), "\\\"$`\n"))
+            if (text.at(i) == '\\' && i + 1 < text.size() && isOneOf("\\\"$`\n", text.at(i + 1)))
                 word += text.at(++i);
             else if (!keepsQuoted && (text.at(i) == '`' || (text.at(i) == '$' && beginsExpansion(text, i))))
                 readExpansion(&i), --i;
@@ -166,7 +161,7 @@ private:
                             && (i + 1 == text.size() || text.at(i + 1) == '/' || text.at(i + 1).isSpace()
                                 || text.at(i + 1).isLetterOrNumber());
         const bool isPattern =
-            isOneOf(character, "*?") || (character == '[' && alternatives.match(text.mid(i)).hasMatch());
+            isOneOf("*?", character) || (character == '[' && alternatives.match(text.mid(i)).hasMatch());
         if (isExpansion) {
             readExpansion(&i);
             return;
@@ -295,7 +290,7 @@ int firstBackslash(const QString &text)
     for (int i = 0; i < text.size(); ++i) {
         if (text.at(i) == '\\' && quote != '\'')
             return i;
-        if (quote.isNull() && isOneOf(text.at(i), "'\""))
+        if (quote.isNull() && isOneOf("'\"", text.at(i)))
             quote = text.at(i);
         else if (text.at(i) == quote)
             quote = QChar();
@@ -334,7 +329,7 @@ bool isCertainlyQuoting(const QString &text, const ShellReading &reading)
         const QChar one = text.at(i);
         if (one == '\\' && quote != '\'') {
             const QChar next = i + 1 < text.size() ? text.at(i + 1) : QChar();
-            if (next == '"' || (quote.isNull() && (next.isSpace() || isOneOf(next, ";&|<>()'*?[$`~#!"))))
+            if (next == '"' || (quote.isNull() && (next.isSpace() || isOneOf(";&|<>()'*?[$`~#!", next))))
                 return true;
             ++i;
         } else if (quote.isNull() && one == '\'') {
@@ -371,7 +366,7 @@ QString withoutAddresses(QString bare)
         if (!bare.mid(span.begin, span.end - span.begin).contains(QLatin1String("://")))
             continue;
         for (int i = span.begin; i < span.end; ++i)
-            bare[i] = isOneOf(bare.at(i), "?&*~;=[]") ? QChar('x') : bare.at(i);
+            bare[i] = isOneOf("?&*~;=[]", bare.at(i)) ? QChar('x') : bare.at(i);
     }
     return bare;
 }
@@ -380,7 +375,7 @@ QString withoutAddresses(QString bare)
 QString withoutSigns(QString bare)
 {
     for (QChar &one : bare)
-        one = isOneOf(one, ";&|<>()`*?[$~#") ? QChar('x') : one;
+        one = isOneOf(";&|<>()`*?[$~#", one) ? QChar('x') : one;
     return bare;
 }
 
@@ -482,7 +477,7 @@ Meaning meaningOfCall(const QString &command, const QString &bare, const Span &s
     const QString front = command.left(script.begin);
     const QString tail = command.mid(script.end);
     const int backslash = isForTool ? -1 : firstBackslash(written);
-    const bool isRead = backslash >= 0 && isOneOf(written.at(backslash + 1), "\\$`");
+    const bool isRead = backslash >= 0 && isOneOf("\\$`", written.at(backslash + 1));
     if (hasSigns(meaning.bare.mid(script.end))) {
         if (isRead)
             meaning.right = throughShell(command.trimmed());
@@ -530,7 +525,7 @@ Meaning meaningOf(const QString &command)
     Meaning meaning;
     meaning.right = command;
     meaning.bare = command;
-    const auto isSpecial = [](QChar one) { return isOneOf(one, "\"'\\$`;&|<>()*?[#~\n"); };
+    const auto isSpecial = [](QChar one) { return isOneOf("\"'\\$`;&|<>()*?[#~\n", one); };
     if (std::none_of(command.begin(), command.end(), isSpecial))
         return meaning;
     const CommandLine split = splitCommandLine(command);

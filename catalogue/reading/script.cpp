@@ -11,20 +11,12 @@
 #include <QSet>
 
 #include <algorithm>
-#include <cstring>
 
 namespace
 {
 
 constexpr int mostValues = 16;   ///< of a word with variables of a loop in it
 constexpr int deepestScript = 4; ///< scripts within scripts
-
-/// Without a text of its own for each character that is asked about.
-bool isOneOf(const char *characters, QChar character)
-{
-    const char latin = character.toLatin1();
-    return latin != '\0' && strchr(characters, latin);
-}
 
 QString folderOf(const QString &path)
 {

@@ -7,6 +7,8 @@
 
 #include <QRegularExpression>
 
+#include <cstring>
+
 namespace
 {
 
@@ -14,6 +16,12 @@ const QString shellName = "(?:\\S*/)?(?:sh|ash|bash|dash|hush|ksh|mksh|zsh)";
 const QString shellCommand = "(?:" + shellName + "|(?:\\S*/)?busybox\\s+" + shellName + ")";
 
 } // namespace
+
+bool isOneOf(const char *characters, QChar character)
+{
+    const char latin = character.toLatin1(); // a text for each character that is asked about takes its time
+    return latin != '\0' && strchr(characters, latin);
+}
 
 int shellWords(const QStringList &words)
 {

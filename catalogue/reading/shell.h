@@ -9,6 +9,9 @@
 
 // What a shell is, for all who ask.
 
+/// Whether the character is one of these, which are ASCII.
+bool isOneOf(const char *characters, QChar character);
+
 /// The number of words at the beginning of a command line that name a shell: 1 for "sh" and its kin, by
 /// whatever path, 2 for "busybox sh", 0 when the program is none.
 int shellWords(const QStringList &words);

@@ -525,6 +525,9 @@ MountPath mountPath(const QString &word)
     static const QRegularExpression perhaps(
         "^(/(?:run/)?media/[\\w.-]+|/mnt/\\w+|/mnt|/upgrade|/mount/upgrade|/media)/(.+)$");
     static const QRegularExpression link("^(/(?:mnt|MNT|Mnt|mount|media|mtn|nmt)/+(\\w+))(?:/(.*))?$");
+    // Most words cannot be one, by the first letter of their first folder.
+    if (word.startsWith('/') && !isOneOf("acmnruvMV", word.mid(1, 1).at(0)))
+        return {};
     const QRegularExpressionMatch certain = sure.match(word);
     if (certain.hasMatch())
         return {certain.captured(1), certain.captured(2).replace('\\', '/'), true};

@@ -22,6 +22,13 @@ bool containsControl(const QString &text)
     return std::any_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < ' '; });
 }
 
+/// As the tool has it.
+QString upToZero(const QString &text)
+{
+    const int zero = text.indexOf(QChar(0));
+    return zero < 0 ? text : text.left(zero);
+}
+
 ScriptText scriptOf(const CommandLine &split, const ShellCall &shell, bool hasKit)
 {
     if (!shell.shell.isEmpty())
@@ -187,8 +194,12 @@ void Subject::read()
 {
     if (file.runsOn())
         lineByLine.reset(new IniFile(file.bytes(), IniFile::EndWithLine));
-    for (const IniEntry &entry : file.entries())
-        byPath.insert(entry.path(), &entry);
+    for (const IniEntry &entry : file.entries()) {
+        const QString path = entry.path();
+        byPath.insert(path, &entry);
+        if (path.startsWith("CMD/") || path == listKey || path == directKey)
+            textLines.append(&entry);
+    }
     list = byPath.contains(listKey) ? entry(listKey) : entry(directKey);
     if (list && (list->value.comma >= 0 || isSpecialValue(list->value.text)))
         list = nullptr;
@@ -217,11 +228,11 @@ void Subject::readCommands()
             continue;
         seen.insert(item.entry);
         const DecodedValue &value = item.entry->value;
-        const bool isText = value.comma < 0 && !isSpecialValue(value.text.section(QChar(0), 0, 0));
+        const bool isText = value.comma < 0 && !isSpecialValue(upToZero(value.text));
         if (!isText || value.text.isEmpty() || swallowsLines(file, *item.entry))
             continue;
         // Where the reader takes quotation marks away, or the rest for a comment, it is about what was meant.
-        QString text = intendedText(file, value).section(QChar(0), 0, 0);
+        QString text = upToZero(intendedText(file, value));
         QVector<int> at = value.at;
         int sign = value.text.indexOf('@');
         bool isMisread = false;
@@ -250,17 +261,6 @@ void Subject::readCommands()
         commands.append({item.entry, text.section('@', 0, 0), command, isSkipped(command), text.count('@'),
                          split, shell, steps, script, meaningOf(command), at, sign + 1, isMisread});
     }
-}
-
-QVector<const IniEntry *> Subject::textEntries() const
-{
-    QVector<const IniEntry *> found;
-    for (const IniEntry &entry : file.entries()) {
-        const QString path = entry.path();
-        if (path.startsWith("CMD/") || path == listKey || path == directKey)
-            found.append(&entry);
-    }
-    return found;
 }
 
 QString Subject::rawKey(const IniEntry &entry) const
@@ -301,6 +301,14 @@ Behind Subject::behindValue(const IniEntry &entry) const
     return isApart ? Behind::Remark : Behind::Unknown;
 }
 
+/// Whether the tool gets what is written in a pair of quotation marks, so that it need not be read again.
+bool Subject::isReadAsMeant(const IniEntry &entry, const QByteArray &raw) const
+{
+    return entry.semicolon < 0 && !entry.openQuote && !file.hasByteOrderMark() && isPair(raw)
+           && !raw.contains('\0') && !raw.contains('\n') && !raw.contains('\r')
+           && withLiteralBackslashes(raw) == raw;
+}
+
 MeantText Subject::readMeant(const IniEntry &entry) const
 {
     MeantText meant;
@@ -317,6 +325,10 @@ MeantText Subject::readMeant(const IniEntry &entry) const
     while (meant.end > entry.valueBegin && isBlank(file.bytes().at(meant.end - 1)))
         --meant.end;
     QByteArray raw = file.bytes().mid(entry.valueBegin, meant.end - entry.valueBegin).trimmed();
+    if (isReadAsMeant(entry, raw)) {
+        meant.text = intendedText(file, entry.value);
+        return meant;
+    }
     raw.replace('\0', "");
     if (entry.path().startsWith("CMD/")) {
         const MeantCommand command = meantCommand(raw);

@@ -88,7 +88,10 @@ public:
         return byPath.value(path);
     }
     /// The lines of [CMD], and those of the list keys: the ones whose value the tool reads as one text.
-    QVector<const IniEntry *> textEntries() const;
+    const QVector<const IniEntry *> &textEntries() const
+    {
+        return textLines;
+    }
 
     /// The key as it is written, or as it could be where that is no text of one line.
     QString rawKey(const IniEntry &entry) const;
@@ -127,9 +130,11 @@ private:
     void readItems();
     void readCommands();
     MeantText readMeant(const IniEntry &entry) const;
+    bool isReadAsMeant(const IniEntry &entry, const QByteArray &raw) const;
     Behind behindValue(const IniEntry &entry) const;
 
     QHash<QString, const IniEntry *> byPath;
+    QVector<const IniEntry *> textLines;      ///< see textEntries()
     mutable QHash<int, MeantText> meantTexts; ///< by the beginnings of their entries
     std::unique_ptr<IniFile> lineByLine;      ///< where it differs
 };
