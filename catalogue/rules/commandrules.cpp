@@ -301,7 +301,8 @@ void ownSyncReboot(const Subject &subject, Collector &findings)
         if (program != "sync" && program != "reboot")
             continue;
         QStringList others = subject.meantItems();
-        others.removeAll(command.entry->key);
+        if (others.removeAll(command.entry->key) == 0)
+            continue; // the tool does not have it yet
         findings.replace(
             subject.list->begin, subject.list->end, commandOffset(command),
             QString("Every batch ends with \"sync\" and \"reboot\" already, because of ENDGAME%1")

@@ -47,6 +47,8 @@ QHash<int, const IniEntry *> listedLines(const Subject &subject)
     QSet<QString> listed;
     for (const Item &item : subject.items)
         listed.insert("CMD/" + item.text);
+    for (const IniEntry *entry : subject.listed)
+        listed.insert(entry->path());
     QHash<int, const IniEntry *> lines;
     for (const IniFile *file : {&subject.file, &subject.asWritten()}) {
         for (const IniEntry &entry : file->entries()) {

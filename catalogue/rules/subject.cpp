@@ -6,6 +6,7 @@
 #include "reading/initext.h"
 
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
@@ -200,11 +201,13 @@ void Subject::read()
         if (path.startsWith("CMD/") || path == listKey || path == directKey)
             textLines.append(&entry);
     }
-    list = byPath.contains(listKey) ? entry(listKey) : entry(directKey);
-    if (list && (list->value.comma >= 0 || isSpecialValue(list->value.text)))
-        list = nullptr;
-    if (list)
+    const IniEntry *const written = byPath.contains(listKey) ? entry(listKey) : entry(directKey);
+    if (written && written->value.comma < 0 && !isSpecialValue(written->value.text)) {
+        list = written;
         readItems();
+    }
+    if (written)
+        readListed(*written);
     readCommands();
     uses = usesOf(medium, commands);
 }
@@ -219,17 +222,29 @@ void Subject::readItems()
     }
 }
 
+/// So that what is wrong with the commands of a list that is misread is told together with the list.
+void Subject::readListed(const IniEntry &written)
+{
+    static const QRegularExpression separator("[\\s,;\\x{ff0c}\\x{ff1b}\\x{3001}\\x{60c}\\x{61b}\"]+");
+    QSet<const IniEntry *> seen;
+    const auto add = [&](const IniEntry *named) {
+        if (named && !seen.contains(named))
+            listed.append(named);
+        seen.insert(named);
+    };
+    for (const Item &item : qAsConst(items))
+        add(item.entry);
+    for (const QString &key : meantText(written).split(separator, QString::SkipEmptyParts))
+        add(entry("CMD/" + key));
+}
+
 void Subject::readCommands()
 {
-    QSet<const IniEntry *> seen;
     const bool hasKit = isKit(medium);
-    for (const Item &item : qAsConst(items)) {
-        if (!item.entry || seen.contains(item.entry))
-            continue;
-        seen.insert(item.entry);
-        const DecodedValue &value = item.entry->value;
+    for (const IniEntry *const named : qAsConst(listed)) {
+        const DecodedValue &value = named->value;
         const bool isText = value.comma < 0 && !isSpecialValue(upToZero(value.text));
-        if (!isText || value.text.isEmpty() || swallowsLines(file, *item.entry))
+        if (!isText || value.text.isEmpty() || swallowsLines(file, *named))
             continue;
         // Where the reader takes quotation marks away, or the rest for a comment, it is about what was meant.
         QString text = upToZero(intendedText(file, value));
@@ -237,14 +252,14 @@ void Subject::readCommands()
         int sign = value.text.indexOf('@');
         bool isMisread = false;
         const bool isEscaped =
-            file.bytes().mid(item.entry->valueBegin, item.entry->end - item.entry->valueBegin).contains('\\');
-        if (item.entry->semicolon >= 0 || isEscaped || !isQuotedWell(file, *item.entry)) {
-            const QString meant = meantText(*item.entry);
+            file.bytes().mid(named->valueBegin, named->end - named->valueBegin).contains('\\');
+        if (named->semicolon >= 0 || isEscaped || !isQuotedWell(file, *named)) {
+            const QString meant = meantText(*named);
             const bool isOtherwise = !meant.isEmpty() && meant != text;
             isMisread = isOtherwise;
-            if (isOtherwise && (item.entry->semicolon >= 0 || !isQuotedWell(file, *item.entry))) {
+            if (isOtherwise && (named->semicolon >= 0 || !isQuotedWell(file, *named))) {
                 text = meant;
-                at = placesOf(meant, file.bytes(), *item.entry, textEnd(*item.entry));
+                at = placesOf(meant, file.bytes(), *named, textEnd(*named));
                 sign = meant.indexOf('@');
             }
         }
@@ -258,8 +273,8 @@ void Subject::readCommands()
             std::transform(script.steps.begin(), script.steps.end(), script.steps.begin(), withoutKit);
         const QVector<Step> steps = script.steps;
         script.steps.clear();
-        commands.append({item.entry, text.section('@', 0, 0), command, isSkipped(command), text.count('@'),
-                         split, shell, steps, script, meaningOf(command), at, sign + 1, isMisread});
+        commands.append({named, text.section('@', 0, 0), command, isSkipped(command), text.count('@'), split,
+                         shell, steps, script, meaningOf(command), at, sign + 1, isMisread});
     }
 }
 

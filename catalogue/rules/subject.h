@@ -27,7 +27,7 @@ struct Item {
     const IniEntry *entry; ///< the line that it names; null when there is none
 };
 
-/// A line of [CMD] that the list names, as its author meant it.
+/// A line of [CMD] that the list names, both as their author meant them.
 struct CommandEntry {
     const IniEntry *entry;
     QString name;
@@ -79,7 +79,9 @@ public:
 
     const IniEntry *list = nullptr; ///< the list that counts; null without one, or where it is of no use
     QVector<Item> items;            ///< empty without `list`
-    QVector<CommandEntry> commands; ///< each line once, in list order
+    QVector<const IniEntry *>
+        listed; ///< the lines that the list names, or was meant to; each once, in its order
+    QVector<CommandEntry> commands; ///< of those, in the same order
     Uses uses;                      ///< of the medium, by the commands and the scripts that they call
 
     /// The last line with this path, which is the one that counts; null without one.
@@ -128,6 +130,7 @@ public:
 private:
     void read();
     void readItems();
+    void readListed(const IniEntry &written);
     void readCommands();
     MeantText readMeant(const IniEntry &entry) const;
     bool isReadAsMeant(const IniEntry &entry, const QByteArray &raw) const;

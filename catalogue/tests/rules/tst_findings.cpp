@@ -53,6 +53,8 @@ private slots:
     void whatShellcheckSaysIsToldWhereItIsCertain_data();
     void whatShellcheckSaysIsToldWhereItIsCertain();
     void aScriptOfAScriptIsReadToo();
+    void whatAMisreadListNamesIsLookedAtToo_data();
+    void whatAMisreadListNamesIsLookedAtToo();
     void aScriptIsReadWithItsArguments_data();
     void aScriptIsReadWithItsArguments();
     void theRightLineIsRightForWhateverIsWritten_data();
@@ -866,6 +868,42 @@ void TestFindings::aScriptOfAScriptIsReadToo()
     QCOMPARE(idsOf(findings), QStringList("missing-in-script"));
     QVERIFY(findings.list.first().file.endsWith("/two"));
     QCOMPARE(findings.list.first().at.line, 2);
+}
+
+void TestFindings::whatAMisreadListNamesIsLookedAtToo_data()
+{
+    QTest::addColumn<QByteArray>("list");
+    QTest::addColumn<QString>("id");
+    const auto row = [](const char *name, const QByteArray &list, const char *id) {
+        QTest::newRow(name) << list << QString(id);
+    };
+    row("without quotation marks", "CMD_List=a, b", "unquoted-comma");
+    row("with semicolons", "CMD_List=a;b", "unquoted-semicolon");
+    row("with semicolons in quotation marks", "CMD_List=\"a;b\"", "item-without-command");
+    row("with blanks", "CMD_List=\"a, b\"", "blank-after-comma");
+    row("with commas of another keyboard",
+        "CMD_List=\"a\xef\xbc\x8c"
+        "b\"",
+        "foreign-separator");
+    row("at once", "CMD_Type=a,b", "unquoted-comma");
+}
+
+/// Else its author would be told of them only once the list is put right.
+void TestFindings::whatAMisreadListNamesIsLookedAtToo()
+{
+    QFETCH(QByteArray, list);
+    QFETCH(QString, id);
+    const Findings findings = checkText("[system]\n" + list
+                                        + "\n[CMD]\na=\"A@date | tee /a\"\nb=\"Gr\xc3\xb6\xc3\x9f"
+                                          "e@date | tee /b\"\n");
+    const QStringList ids = idsOf(findings);
+    QVERIFY2(ids.contains(id), qPrintable(ids.join(' ')));
+    QStringList rights;
+    for (const Finding &finding : findings.list)
+        rights.append(finding.right);
+    QVERIFY2(rights.contains("a=\"A@sh -c \\\"date | tee /a\\\"\""), qPrintable(rights.join('\n')));
+    QVERIFY2(rights.contains("b=\"Gr\\xf6\\xdf\\x65@sh -c \\\"date | tee /b\\\"\""),
+             qPrintable(rights.join('\n')));
 }
 
 void TestFindings::aScriptIsReadWithItsArguments_data()
