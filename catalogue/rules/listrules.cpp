@@ -337,7 +337,8 @@ void percentInKey(const Subject &subject, Collector &findings)
 int blankInKey(const Subject &subject, const IniEntry &entry)
 {
     const int blank = subject.file.bytes().indexOf(' ', entry.begin);
-    const bool isInKey = entry.section == "CMD" && blank >= 0 && blank < entry.keyEnd;
+    const bool isInKey = entry.section == "CMD" && blank >= 0 && blank < entry.keyEnd
+                         && lineEnd(subject.file.bytes(), entry.begin) >= entry.keyEnd;
     return isInKey && !entry.key.startsWith('#') ? blank : -1;
 }
 
