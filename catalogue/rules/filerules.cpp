@@ -304,8 +304,10 @@ void unquotedSemicolon(const Subject &subject, Collector &findings)
         if (entry->semicolon < 0 || (!quotes.isEmpty() && subject.textEnd(*entry) <= entry->end))
             continue;
         QString text = subject.meantText(*entry);
-        if (!isCommand(*entry) && !subject.meant(*entry).isSure)
-            text.replace(';', ',').remove(' ');
+        if (!isCommand(*entry) && !subject.meant(*entry).isSure) {
+            const QStringList keys = subject.keysIn(text);
+            text = keys.isEmpty() ? text.replace(';', ',').remove(' ') : keys.join(',');
+        }
         findings.replace(*entry, entry->semicolon,
                          !quotes.isEmpty() && isQuotedWell(subject.file, *entry)
                              ? "This semicolon ends the value; the rest of the line is a comment"

@@ -212,6 +212,16 @@ void emptyItem(const Subject &subject, Collector &findings)
     }
 }
 
+QStringList withCommas(const Subject &subject)
+{
+    QStringList keys;
+    for (const QString &item : subject.meantItems()) {
+        const QStringList within = subject.entry("CMD/" + item) ? QStringList() : subject.keysIn(item);
+        keys += within.isEmpty() ? QStringList(item) : within;
+    }
+    return keys;
+}
+
 void itemWithoutCommand(const Subject &subject, Collector &findings)
 {
     const auto misses = nearMisses(subject);
@@ -229,6 +239,11 @@ void itemWithoutCommand(const Subject &subject, Collector &findings)
         if (item.entry && item.entry->value.text.isEmpty() && item.entry->value.comma < 0)
             findings.replace(*item.entry, item.entry->begin, "This line is empty, so the tool leaves it out",
                              right);
+        else if (!item.entry && subject.keysIn(item.text).size() > 1)
+            findings.replace(
+                *subject.list, item.offset,
+                QString("Section [CMD] has no \"%1\": only a comma separates items").arg(item.text),
+                subject.listLine(withCommas(subject)));
         else if (!item.entry && !item.text.trimmed().isEmpty() && !isBlankAround(item)
                  && !misses.contains(item.text))
             findings.add(
@@ -257,6 +272,8 @@ void unlistedKey(const Subject &subject, Collector &findings)
     QSet<QString> known;
     for (const Item &item : subject.items)
         known << item.text << item.text.trimmed();
+    for (const IniEntry *entry : subject.listed)
+        known.insert(entry->key); // what is meant to be listed is told where the list is
     for (auto miss = misses.begin(); miss != misses.end(); ++miss)
         known.insert(miss.value()->key);
     const auto bySight = unlistedBySight(subject);
@@ -342,19 +359,28 @@ int blankInKey(const Subject &subject, const IniEntry &entry)
     return isInKey && !entry.key.startsWith('#') ? blank : -1;
 }
 
-/// All keys with blanks and the list at once, as the list is one line. Empty where two keys would become one.
+/// All keys with blanks and the list at once, as the list is one line. Empty where two keys would become one,
+/// and where a list that names one has to be put right first.
 QVector<Edit> withoutBlanksInKeys(const Subject &subject)
 {
     QVector<Edit> edits;
     QSet<QString> keys;
     QHash<QString, QString> renamed;
+    QSet<const IniEntry *> misread;
+    for (const IniEntry *entry : subject.listed)
+        misread.insert(entry);
+    if (subject.list && subject.meant(*subject.list).isSure) {
+        for (const Item &item : subject.items)
+            misread.remove(item.entry);
+    }
     for (const IniEntry &entry : subject.file.entries())
         keys.insert(entry.path());
     for (const IniEntry &entry : subject.file.entries()) {
         if (blankInKey(subject, entry) < 0)
             continue;
         const QString right = QString(entry.key).replace(' ', '_');
-        if (!renamed.contains(entry.key) && keys.contains("CMD/" + right))
+        const bool isTaken = !renamed.contains(entry.key) && keys.contains("CMD/" + right);
+        if (isTaken || misread.contains(&entry))
             return {};
         keys.insert("CMD/" + right);
         renamed.insert(entry.key, right);
@@ -363,11 +389,11 @@ QVector<Edit> withoutBlanksInKeys(const Subject &subject)
     }
     if (!subject.list || renamed.isEmpty())
         return edits;
-    QStringList items;
+    QStringList texts;
     for (const Item &item : subject.items)
-        items.append(item.entry ? renamed.value(item.text, item.text) : item.text);
-    if (items != subject.itemTexts())
-        edits.append({subject.list->begin, subject.textEnd(*subject.list), subject.listLine(items).toUtf8()});
+        texts.append(item.entry ? renamed.value(item.text, item.text) : item.text);
+    if (texts != subject.itemTexts())
+        edits.append({subject.list->begin, subject.textEnd(*subject.list), subject.listLine(texts).toUtf8()});
     std::sort(edits.begin(), edits.end(), [](const Edit &a, const Edit &b) { return a.begin < b.begin; });
     return edits;
 }

@@ -225,7 +225,6 @@ void Subject::readItems()
 /// So that what is wrong with the commands of a list that is misread is told together with the list.
 void Subject::readListed(const IniEntry &written)
 {
-    static const QRegularExpression separator("[\\s,;\\x{ff0c}\\x{ff1b}\\x{3001}\\x{60c}\\x{61b}\"]+");
     QSet<const IniEntry *> seen;
     const auto add = [&](const IniEntry *named) {
         if (named && !seen.contains(named))
@@ -234,8 +233,27 @@ void Subject::readListed(const IniEntry &written)
     };
     for (const Item &item : qAsConst(items))
         add(item.entry);
-    for (const QString &key : meantText(written).split(separator, QString::SkipEmptyParts))
-        add(entry("CMD/" + key));
+    for (const QString &part : meantText(written).split(',')) {
+        for (const QString &key : entry("CMD/" + part) ? QStringList(part) : keysIn(part))
+            add(entry("CMD/" + key));
+    }
+}
+
+QStringList Subject::keysIn(const QString &text) const
+{
+    static const QRegularExpression signs("[;|/:+&\"\\x{ff0c}\\x{ff1b}\\x{3001}\\x{60c}\\x{61b}]+");
+    static const QRegularExpression blanks("\\s+");
+    QStringList keys;
+    for (const QString &part : text.split(signs, QString::SkipEmptyParts)) {
+        const QString name = part.trimmed();
+        const QStringList names =
+            entry("CMD/" + name) ? QStringList(name) : name.split(blanks, QString::SkipEmptyParts);
+        if (!std::all_of(names.begin(), names.end(),
+                         [this](const QString &one) { return entry("CMD/" + one); }))
+            return {};
+        keys += names;
+    }
+    return keys;
 }
 
 void Subject::readCommands()

@@ -89,6 +89,9 @@ public:
     {
         return byPath.value(path);
     }
+    /// The keys of [CMD] that make up a text, with blanks or other signs than a comma between them; empty
+    /// where a part of it is none.
+    QStringList keysIn(const QString &text) const;
     /// The lines of [CMD], and those of the list keys: the ones whose value the tool reads as one text.
     const QVector<const IniEntry *> &textEntries() const
     {

@@ -55,6 +55,8 @@ private slots:
     void aScriptOfAScriptIsReadToo();
     void whatAMisreadListNamesIsLookedAtToo_data();
     void whatAMisreadListNamesIsLookedAtToo();
+    void aKeyIsRenamedWhereItsListIsReadOnly_data();
+    void aKeyIsRenamedWhereItsListIsReadOnly();
     void aScriptIsReadWithItsArguments_data();
     void aScriptIsReadWithItsArguments();
     void theRightLineIsRightForWhateverIsWritten_data();
@@ -718,7 +720,7 @@ void TestFindings::aCatalogueTriggersWhatItShould_data()
     line("two alphabets, a word each", "\"Service \\x421\\x435\\x440\\x432\\x438\\x441@x\"", {});
     row("a comma of another keyboard",
         "[system]\nCMD_List=\"a\xef\xbc\x8c\x62\"\n[CMD]\na=\"A@x\"\nb=\"B@y\"\n",
-        {"foreign-separator", "item-without-command", "unlisted-key"});
+        {"foreign-separator", "item-without-command"});
     row("an invisible character in a key", "[system]\nCMD_List=\"a\"\n[CMD]\na\xe2\x80\x8b=\"A@x\"\n",
         {"invisible-character", "item-without-command", "unlisted-key"});
     row("commands before their section", "a=\"A@x\"\n[system]\nCMD_List=\"a\"\n",
@@ -880,6 +882,7 @@ void TestFindings::whatAMisreadListNamesIsLookedAtToo_data()
     row("without quotation marks", "CMD_List=a, b", "unquoted-comma");
     row("with semicolons", "CMD_List=a;b", "unquoted-semicolon");
     row("with semicolons in quotation marks", "CMD_List=\"a;b\"", "item-without-command");
+    row("with anything else in quotation marks", "CMD_List=\"a|b\"", "item-without-command");
     row("with blanks", "CMD_List=\"a, b\"", "blank-after-comma");
     row("with commas of another keyboard",
         "CMD_List=\"a\xef\xbc\x8c"
@@ -901,9 +904,38 @@ void TestFindings::whatAMisreadListNamesIsLookedAtToo()
     QStringList rights;
     for (const Finding &finding : findings.list)
         rights.append(finding.right);
+    QVERIFY2(rights.contains(list.left(9) + "\"a,b\""), qPrintable(rights.join('\n')));
+    QVERIFY2(!ids.contains("unlisted-key"), qPrintable(ids.join(' ')));
     QVERIFY2(rights.contains("a=\"A@sh -c \\\"date | tee /a\\\"\""), qPrintable(rights.join('\n')));
     QVERIFY2(rights.contains("b=\"Gr\\xf6\\xdf\\x65@sh -c \\\"date | tee /b\\\"\""),
              qPrintable(rights.join('\n')));
+}
+
+void TestFindings::aKeyIsRenamedWhereItsListIsReadOnly_data()
+{
+    QTest::addColumn<QByteArray>("list");
+    QTest::addColumn<bool>("mendable");
+    QTest::newRow("read") << QByteArray("CMD_List=\"copy all,b\"") << true;
+    QTest::newRow("not listed") << QByteArray("CMD_List=b") << true;
+    QTest::newRow("no list") << QByteArray("ENDGAME=true") << true;
+    QTest::newRow("commas") << QByteArray("CMD_List=copy all, b") << false;
+    QTest::newRow("a semicolon") << QByteArray("CMD_List=copy all;b") << false;
+    QTest::newRow("a semicolon in quotation marks") << QByteArray("CMD_List=\"copy all;b\"") << false;
+}
+
+/// Else the list, once it is put right, would name what the key was called before.
+void TestFindings::aKeyIsRenamedWhereItsListIsReadOnly()
+{
+    QFETCH(QByteArray, list);
+    QFETCH(bool, mendable);
+    const Findings findings = checkText("[system]\n" + list + "\n[CMD]\ncopy all=\"A@date\"\nb=\"B@date\"\n");
+    for (const Finding &finding : findings.list) {
+        if (finding.id == "space-in-key") {
+            QCOMPARE(finding.mendable, mendable);
+            return;
+        }
+    }
+    QFAIL(qPrintable(idsOf(findings).join(' ')));
 }
 
 void TestFindings::aScriptIsReadWithItsArguments_data()
