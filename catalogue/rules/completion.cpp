@@ -17,12 +17,13 @@ constexpr int mostLooks = 8; // for the day on which two rules undo each other's
 
 /// A line of [CMD] that a finding proposes.
 struct Proposal {
-    QByteArray key;      ///< with what stands between it and the value
-    QByteArray value;    ///< what is right by the rules so far
-    QStringList ignored; ///< ids
-    QStringList also;    ///< ids of what is put right as well
-    QStringList ids;     ///< of the findings that propose it
-    bool isMendable;     ///< without the author, by one of them
+    QByteArray key;                        ///< with what stands between it and the value
+    QByteArray value;                      ///< what is right by the rules so far
+    QStringList ignored;                   ///< ids
+    QStringList also;                      ///< ids of what is put right as well
+    QStringList ids;                       ///< of the findings that propose it
+    bool isMendable;                       ///< without the author, by one of them
+    QVector<const Proposal *> others = {}; ///< of the same line, without the author
 
     /// Of the same line, what has put these findings right on the way; without a look of its own.
     void takeFrom(const Proposal &other)
@@ -39,6 +40,13 @@ bool putsRight(const Proposal &one, const Proposal &other)
 {
     return std::any_of(other.ids.begin(), other.ids.end(),
                        [&one](const QString &id) { return one.also.contains(id); });
+}
+
+/// Whether all that was found on its line is put right by it.
+bool putsAllRight(const Proposal &one)
+{
+    return std::all_of(one.others.begin(), one.others.end(),
+                       [&one](const Proposal *other) { return putsRight(one, *other); });
 }
 
 /// The lines that the list names, by where they begin.
@@ -69,10 +77,17 @@ public:
     {
     }
 
-    void complete(QVector<Proposal *> open)
+    /// Until nothing is found in them any more, or unless they are looked at again anyway, nothing that is
+    /// known.
+    void complete(QVector<Proposal *> open, bool isLookedAtAgain)
     {
-        for (int look = 0; look < mostLooks && !open.isEmpty(); ++look)
+        for (int look = 0; look < mostLooks && !open.isEmpty(); ++look) {
             open = changed(open);
+            if (isLookedAtAgain)
+                open.erase(std::remove_if(open.begin(), open.end(),
+                                          [](const Proposal *one) { return putsAllRight(*one); }),
+                           open.end());
+        }
     }
 
 private:
@@ -144,9 +159,10 @@ QByteArray keyIn(const Subject &subject, const QHash<int, const IniEntry *> &lin
 
 } // namespace
 
-void complete(const Subject &subject, const Suppressions &suppressions, const QVector<Rule> &rules,
+void complete(const Subject &subject, const Suppressions &suppressions, const QVector<Rule> &rules, Keep keep,
               Findings *findings)
 {
+    const bool isLookedAtAgain = keep == Keep::OnlyMendable;
     const QHash<int, const IniEntry *> lines = listedLines(subject);
     QHash<QPair<int, QByteArray>, Proposal>
         proposals; // by where the line begins, and what is proposed for it
@@ -179,11 +195,16 @@ void complete(const Subject &subject, const Suppressions &suppressions, const QV
         if (finding.mendable && !first.contains(edit.begin))
             first.insert(edit.begin, edit.text);
     });
+    for (auto one = proposals.constBegin(); one != proposals.constEnd(); ++one) {
+        const auto its = proposals.find({one.key().first, first.value(one.key().first)});
+        if (one->isMendable && its != proposals.end() && &*its != &*one)
+            its->others.append(&*one);
+    }
     Lines catalogue(subject, rules);
     QVector<Proposal *> open;
     for (auto line = first.constBegin(); line != first.constEnd(); ++line)
         open.append(&proposals[{line.key(), line.value()}]);
-    catalogue.complete(open);
+    catalogue.complete(open, isLookedAtAgain);
     open.clear();
     for (auto proposal = proposals.begin(); proposal != proposals.end(); ++proposal) {
         const auto other = proposals.find({proposal.key().first, first.value(proposal.key().first)});
@@ -194,7 +215,7 @@ void complete(const Subject &subject, const Suppressions &suppressions, const QV
         else
             open.append(&*proposal);
     }
-    catalogue.complete(open);
+    catalogue.complete(open, isLookedAtAgain);
     forEachLine([&](Finding &finding, int i, const QByteArray &) {
         const Edit before = finding.edits.at(i);
         const Proposal &proposal = proposals[{before.begin, before.text}];

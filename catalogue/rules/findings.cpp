@@ -125,7 +125,7 @@ Findings findAll(const Medium &medium, const IniFile &file, const Verdict &verdi
     }
     if (isAll)
         suppressions.tell(collector);
-    complete(subject, suppressions, allRules(), &findings);
+    complete(subject, suppressions, allRules(), keep, &findings);
     const auto place = [&medium](const Finding &finding) {
         return std::make_tuple(finding.file != medium.catalogue, finding.file, finding.at.line,
                                finding.at.column);
