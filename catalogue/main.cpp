@@ -4,6 +4,7 @@
 #include "checking.h"
 #include "common/failure.h"
 #include "common/share.h"
+#include "gate/manifest.h"
 #include "image/image.h"
 #include "kit/kit.h"
 #include "mending/diff.h"
@@ -23,9 +24,11 @@
 #include "window/screen.h"
 
 #include <QApplication>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QFontInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTextCodec>
 
@@ -185,6 +188,23 @@ int printFiles(bool done, const QStringList &files, const Failure &failure)
     return ExitClean;
 }
 
+/// Files that "fix --write" has kept beside those that it has replaced.
+QStringList keptFiles(const QString &folder)
+{
+    static const QRegularExpression ending("\\.old\\d*$");
+    QStringList kept;
+    QDirIterator file(folder, {"*.old*"}, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (file.hasNext()) {
+        const QString path = file.next();
+        const QString replaced = QString(path).remove(ending);
+        const bool isListed = !path.startsWith(folder + '/' + gate::resultsFolder + '/');
+        if (isListed && replaced != path && QFileInfo::exists(replaced))
+            kept.append(path);
+    }
+    kept.sort();
+    return kept;
+}
+
 int sign(const Options &options, Medium medium)
 {
     medium.isToBeSigned = true;
@@ -201,6 +221,9 @@ int sign(const Options &options, Medium medium)
     Failure failure;
     QStringList files;
     const bool isSigned = signMedium(medium.root, options.signing, &files, &failure);
+    const QStringList kept = isSigned ? keptFiles(medium.root) : QStringList();
+    for (const QString &file : kept)
+        fail(0, printable(file) + ": signed as well, and seems to be what was there before a fix");
     return printFiles(isSigned, files, failure);
 }
 
