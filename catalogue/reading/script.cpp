@@ -34,6 +34,29 @@ QString entered(const QString &folder, const QString &word)
     return folder.startsWith('/') ? QDir::cleanPath(folder + '/' + word) : unknownFolder;
 }
 
+/// Whether a time limit stands in front, and is one: "timeout 0" is none.
+bool hasTimeLimit(const QStringList &words)
+{
+    static const QRegularExpression none("^0+(\\.0*)?[smhd]?$");
+    int at = words.indexOf(QLatin1String("timeout"));
+    if (at < 0)
+        return false;
+    for (++at; at < words.size() && words.at(at).startsWith('-'); ++at) {
+        if (words.at(at) == "-k" || words.at(at) == "-s")
+            ++at;
+    }
+    return !none.match(words.value(at)).hasMatch();
+}
+
+/// The folder that "env -C" enters; empty without one.
+QString folderOfEnv(const QStringList &words)
+{
+    if (!words.value(0).endsWith(QLatin1String("env")))
+        return QString();
+    const int at = words.indexOf(QLatin1String("-C"));
+    return at > 0 ? words.value(at + 1) : QString();
+}
+
 // NOLINTBEGIN(misc-no-recursion): scripts are in scripts, and none deeper than deepestScript is read
 /// Takes a script apart.
 class ScriptReader
@@ -266,6 +289,8 @@ private:
             return {last.folder};
         if (last.program == "dirname" && isKnown)
             return {folderOf(value)};
+        if (last.program == "which" && isKnown)
+            return {value};
         if (last.program == "basename" && isKnown)
             return {value.section('/', -1)};
         const bool isLink =
@@ -571,7 +596,10 @@ private:
     {
         step.run = withoutWrappers(step.words);
         step.program = programOf(step.run);
-        step.isTimed = step.words.contains("timeout");
+        step.isTimed = hasTimeLimit(step.words);
+        const QString inFolder = folderOfEnv(step.words);
+        if (!inFolder.isEmpty())
+            step.folder = entered(folder, inFolder);
         const QString first = step.words.value(0);
         if (isQuestion())
             script.asked += step.words.mid(1);
@@ -721,7 +749,10 @@ Step stepOf(const QStringList &words)
     step.words = words;
     step.run = withoutWrappers(words);
     step.program = programOf(step.run);
-    step.isTimed = step.run.size() != words.size() && words.contains(QLatin1String("timeout"));
+    step.isTimed = step.run.size() != words.size() && hasTimeLimit(words);
+    const QString folder = folderOfEnv(words);
+    if (!folder.isEmpty())
+        step.folder = entered(folderOfTool, folder);
     return step;
 }
 

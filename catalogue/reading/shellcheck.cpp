@@ -67,11 +67,10 @@ QVector<Remark> understood(QVector<Remark> remarks, bool gaveUp, const ShellText
     std::stable_sort(remarks.begin(), remarks.end(), [](const Remark &a, const Remark &b) {
         return a.line != b.line ? a.line < b.line : a.column < b.column;
     });
-    if (!gaveUp)
-        return remarks;
+    // What the shell cannot read is told as that, once.
     if (remarks.isEmpty() || !syntaxErrors(text.isForBash ? "bash" : "sh", {text.bytes}, 1).isEmpty())
         return {};
-    return {remarks.last()};
+    return gaveUp ? QVector<Remark>{remarks.last()} : remarks;
 }
 
 using Remarks = QVector<Remark>;

@@ -136,7 +136,9 @@ constexpr ShellSyntax variables = {
     "No shell reads this: the variable is passed to the program as it is written"};
 
 constexpr ShellSyntax patterns = {
-    "([*?]|\\[[^\\]\\s]+\\])", "No shell reads this: the pattern is passed to the program as it is written"};
+    "-i?(?:name|path|wholename)\\s+\\S+(*SKIP)(*FAIL)|" // those of find are its own
+    "([*?]|\\[[^\\]\\s]+\\])",
+    "No shell reads this: the pattern is passed to the program as it is written"};
 
 constexpr ShellSyntax tildes = {"(?:^|\\s)(~)(?=[/\\w]|\\s|$)",
                                 "No shell reads this: \"~\" is passed to the program as it is written"};

@@ -86,6 +86,11 @@ bool takesMedium(const QStringList &words, const Step &step)
                       return unit.startsWith("media-") || unit.startsWith("run-media-")
                              || unit.startsWith("mnt-upgrade");
                   });
+    if (program == "mount" && words.join(' ').contains("remount"))
+        return words.join(' ').contains(QRegularExpression("remount,(\\S*,)?ro\\b|\\bro,(\\S*,)?remount"))
+               && anyOf(values, isMediumDevice);
+    if (program == "fuser")
+        return hasOption(words, "k", {"--kill"}) && anyOf(values, isMediumDevice);
     if (program == "mount")
         return values.size() > 1 && isMountPoint(values.last()) && !words.join(' ').contains("remount");
     if (program == "ln")
@@ -98,13 +103,16 @@ bool takesMedium(const QStringList &words, const Step &step)
 
 void losesMedium(const Subject &subject, Collector &findings)
 {
-    static const QSet<QString> programs = {"umount",   "eject",     "ln",    "mount",     "rm",
-                                           "unlink",   "mv",        "rmdir", "udisksctl", "rmmod",
-                                           "modprobe", "systemctl", "tee",   "pivot_root"};
+    static const QSet<QString> programs = {"umount",   "eject",     "ln",    "mount",      "rm",
+                                           "unlink",   "mv",        "rmdir", "udisksctl",  "rmmod",
+                                           "modprobe", "systemctl", "tee",   "pivot_root", "fuser"};
     forEach(subject, programs, takesMedium, [&](const Run &run) {
-        adviseAt(findings, run,
-                 "This takes the medium away while the tool uses it: what comes after it finds no file there",
-                 "the tool takes the medium away itself, when the operator pulls it");
+        adviseAt(
+            findings, run,
+            run.step.program == "mount" && run.step.run.join(' ').contains("remount")
+                ? "After this nothing can be written to the medium, neither reports nor results"
+                : "This takes the medium away while the tool uses it: what comes after it finds no file there",
+            "the tool takes the medium away itself, when the operator pulls it");
     });
 }
 
@@ -113,7 +121,7 @@ void losesMedium(const Subject &subject, Collector &findings)
 bool namesTool(const QString &word)
 {
     static const QRegularExpression tool(
-        "^(/(usr/)?s?bin/|/etc/init\\.d/|/opt/\\w+/)?zul_upgrade(\\.service)?$");
+        "^(/(usr/)?(local/)?s?bin/|/etc/init\\.d/|/opt/(\\w+/)+)?zul_upgrade(\\.service)?$");
     return word.contains(nameOfTool) && tool.match(word).hasMatch();
 }
 
@@ -121,10 +129,13 @@ bool namesTool(const QString &word)
 bool matchesTool(const QString &pattern, bool isFull)
 {
     const QRegularExpression expression(pattern);
-    if (pattern.size() < 2 || !expression.isValid())
+    if (pattern.isEmpty() || !expression.isValid())
         return false;
     const auto found = expression.match("zul_upgrade").hasMatch();
-    return found || (isFull && expression.match("/usr/bin/zul_upgrade -platform linuxfb").hasMatch());
+    return found
+           || (isFull
+               && (expression.match("/usr/bin/zul_upgrade -platform linuxfb").hasMatch()
+                   || expression.match("/opt/zul/bin/zul_upgrade -platform linuxfb").hasMatch()));
 }
 
 bool stopsByInit(const QStringList &words, const QString &program)
@@ -133,7 +144,9 @@ bool stopsByInit(const QStringList &words, const QString &program)
     static const QSet<QString> verbs = {"stop",        "restart",           "kill",        "mask",
                                         "try-restart", "reload-or-restart", "force-reload"};
     if (program == "systemctl")
-        return (anyOf(values, namesTool) && verbs.contains(values.first()))
+        return (anyOf(values, namesTool)
+                && (verbs.contains(values.first())
+                    || (values.first() == "disable" && words.contains("--now"))))
                || QStringList{"isolate", "rescue", "emergency"}.contains(values.value(0));
     if (program == "init" || program == "telinit")
         return QStringList{"1", "s", "S", "2", "3", "4", "q"}.contains(values.value(0))
@@ -163,18 +176,27 @@ bool stopsBySignal(const QStringList &words, const Step &step)
                                  || pids.value(0) == "1";
         return !isHarmless && (isInitOrAll || words.join(' ').contains(nameOfTool));
     }
+    // Everything that is root's is the tool, too, where nothing else is asked.
+    const bool isOfRoot = (words.contains("-u") || words.contains("-U") || words.contains("--user"))
+                          && values.size() == 1 && (values.first() == "root" || values.first() == "0");
+    if ((program == "pkill" || program == "killall" || program == "skill") && isOfRoot)
+        return !isHarmless;
+    if (program == "pkill" && hasOption(words, "v", {"--inverse"}))
+        return !isHarmless && !matchesTool(values.value(0), hasOption(words, "f", {"--full"}));
     if (program == "pkill")
         return !isHarmless && !values.isEmpty()
                && matchesTool(values.last(), hasOption(words, "f", {"--full"}))
                && !(hasOption(words, "x", {"--exact"}) && values.last() != nameOfTool);
-    const bool isKiller = program == "killall" || program == "start-stop-daemon" || program == "fuser";
+    static const QSet<QString> killers = {"killall", "start-stop-daemon", "fuser", "skill"};
+    const bool isKiller = killers.contains(program);
     return isKiller && !isHarmless && (anyOf(values, namesTool) || words.contains(nameOfTool));
 }
 
 /// Whether it takes the tool's own program from under it, or tries to write to it while it is run.
 bool replacesTool(const QStringList &words, const Step &step)
 {
-    static const QRegularExpression tool("^/(usr/)?s?bin/zul_upgrade$");
+    static const QRegularExpression tool(
+        "^(/(usr/)?(local/)?s?bin/zul_upgrade|/opt/zul(/bin(/zul_upgrade|/\\*)?|/zul_upgrade|/\\*)?)$");
     const auto isTool = [](const QString &path) { return tool.match(path).hasMatch(); };
     const QStringList values = cleanedOperands(step);
     static const QSet<QString> removers = {"rm", "unlink", "mv", "truncate", "shred"};
@@ -185,9 +207,20 @@ bool replacesTool(const QStringList &words, const Step &step)
            && !hasOption(words, "", {"--remove-destination"});
 }
 
+/// Taking its package away stops it first.
+bool removesPackage(const QStringList &words, const QString &program)
+{
+    static const QSet<QString> managers = {"dpkg", "apt", "apt-get", "aptitude", "opkg", "rpm"};
+    const auto isPackage = [](const QString &word) { return word == "zul-upgrade" || word == nameOfTool; };
+    return managers.contains(program) && anyOf(words, isPackage)
+           && (hasOption(words, program == "dpkg" ? "rP" : "", {"--remove", "--purge", "-e", "--erase"})
+               || words.contains("remove") || words.contains("purge"));
+}
+
 bool stopsTool(const QStringList &words, const Step &step)
 {
-    return stopsByInit(words, step.program) || stopsBySignal(words, step) || replacesTool(words, step);
+    return removesPackage(words, step.program) || stopsByInit(words, step.program)
+           || stopsBySignal(words, step) || replacesTool(words, step);
 }
 
 void stopsToolRule(const Subject &subject, Collector &findings)
@@ -196,7 +229,8 @@ void stopsToolRule(const Subject &subject, Collector &findings)
         "systemctl", "service",    "killall",     "pkill",    "killall5", "start-stop-daemon",
         "fuser",     "kill",       "init",        "telinit",  "sv",       "rm",
         "unlink",    "mv",         "cp",          "truncate", "shred",    "initctl",
-        "s6-svc",    "rc-service", "zul_upgrade", "pidof",    "pgrep"};
+        "s6-svc",    "rc-service", "zul_upgrade", "pidof",    "pgrep",    "skill",
+        "dpkg",      "apt",        "apt-get",     "aptitude", "opkg",     "rpm"};
     forEach(subject, programs, stopsTool, [&](const Run &run) {
         const bool replaces = replacesTool(run.step.run, run.step);
         adviseAt(
@@ -216,7 +250,7 @@ void stopsToolRule(const Subject &subject, Collector &findings)
 bool isScreen(const QString &path)
 {
     static const QRegularExpression screen("^(/dev/(fb\\d*|fb/\\d+|tty\\d+|console|dri/\\S+)|"
-                                           "/sys/class/(graphics/fb\\d*/\\S+|backlight/\\S+))$");
+                                           "/sys/class/(graphics/fb\\d*/\\S+|vtconsole/\\S+))$");
     return (path.startsWith("/dev/") || path.startsWith("/sys/")) && screen.match(path).hasMatch();
 }
 
@@ -228,10 +262,36 @@ bool hasPlatform(const QStringList &words)
     });
 }
 
+/// Programs that have the screen for themselves, whatever they are told.
+const QSet<QString> &screenPrograms()
+{
+    static const QSet<QString> programs = {
+        "chvt",        "con2fbmap", "startx",     "xinit",      "Xorg",      "weston",
+        "openvt",      "fbi",       "fbv",        "fim",        "psplash",   "plymouth",
+        "deallocvt",   "ts_test",   "ts_test_mt", "ts_harvest", "ts_verify", "xinput_calibrator",
+        "mplayer",     "mpv",       "kmscube",    "modetest",   "kbd_mode",  "fbsplash",
+        "glmark2-es2", "fbterm",    "X",          "xrandr",     "fb-test",   "plymouthd",
+        "ply-image",   "sway",      "cage",       "kodi"};
+    return programs;
+}
+
+/// The light behind the screen, off; brighter or darker it is still to be read.
+bool darkens(const QStringList &words, const Step &step)
+{
+    static const QRegularExpression light("^/sys/class/backlight/\\S+$");
+    static const QRegularExpression power("/bl_power$");
+    const bool isLight = std::any_of(step.outputs.begin(), step.outputs.end(), [](const QString &path) {
+        return path.startsWith("/sys/") && light.match(path).hasMatch();
+    });
+    const QString value = words.value(words.size() - 1);
+    const bool isPower = isLight && step.outputs.filter(power).size() > 0;
+    return isLight && (isPower ? value != "0" : value == "0");
+}
+
 bool takesScreen(const QStringList &words, const Step &step)
 {
     const QString &program = step.program;
-    if (anyOf(step.outputs, isScreen))
+    if (anyOf(step.outputs, isScreen) || darkens(words, step))
         return true;
     if (program == "tee" || program == "cp")
         return words.size() > 1 && isScreen(words.last());
@@ -253,8 +313,8 @@ bool takesScreen(const QStringList &words, const Step &step)
                                               "weston.service",
                                               "weston@root",
                                               "lightdm.service"};
-        const bool isStopped =
-            program != "systemctl" || QStringList{"stop", "restart", "kill"}.contains(values.value(0));
+        const bool isStopped = program != "systemctl"
+                               || QStringList{"start", "stop", "restart", "kill"}.contains(values.value(0));
         return isStopped && std::any_of(values.begin(), values.end(), [](const QString &one) {
                    return screens.contains(one);
                });
@@ -265,35 +325,13 @@ bool takesScreen(const QStringList &words, const Step &step)
         return hasOption(words, "b", {"--blank", "--powerdown", "-blank", "--reset"});
     if (program == "gst-launch-1")
         return words.join(' ').contains(QRegularExpression("fbdevsink|kmssink|waylandsink|autovideosink"));
-    static const QSet<QString> all = {
-        "chvt",        "con2fbmap", "startx",     "xinit",      "Xorg",      "weston",
-        "openvt",      "fbi",       "fbv",        "fim",        "psplash",   "plymouth",
-        "deallocvt",   "ts_test",   "ts_test_mt", "ts_harvest", "ts_verify", "xinput_calibrator",
-        "mplayer",     "mpv",       "kmscube",    "modetest",   "kbd_mode",  "fbsplash",
-        "glmark2-es2", "fbterm"};
-    return all.contains(program) || hasPlatform(words);
+    return screenPrograms().contains(program) || hasPlatform(words);
 }
 
 void takesScreenRule(const Subject &subject, Collector &findings)
 {
-    static const QSet<QString> programs = {"dd",          "tee",
-                                           "cp",          "chvt",
-                                           "con2fbmap",   "fbset",
-                                           "startx",      "xinit",
-                                           "Xorg",        "weston",
-                                           "openvt",      "fbi",
-                                           "fbv",         "fim",
-                                           "psplash",     "plymouth",
-                                           "deallocvt",   "ts_test",
-                                           "ts_test_mt",  "ts_harvest",
-                                           "ts_verify",   "xinput_calibrator",
-                                           "mplayer",     "mpv",
-                                           "kmscube",     "modetest",
-                                           "kbd_mode",    "fbsplash",
-                                           "glmark2-es2", "fbterm",
-                                           "killall",     "pkill",
-                                           "systemctl",   "xset",
-                                           "setterm",     "gst-launch-1"};
+    static const QSet<QString> programs = {"dd",    "tee",       "cp",   "fbset",   "killall",
+                                           "pkill", "systemctl", "xset", "setterm", "gst-launch-1"};
     const auto tell = [&](const Run &run) {
         adviseAt(
             findings, run,
@@ -304,7 +342,8 @@ void takesScreenRule(const Subject &subject, Collector &findings)
     forEach(
         subject, any,
         [](const QStringList &words, const Step &step) {
-            const bool isOne = programs.contains(step.program) || !step.outputs.isEmpty();
+            const bool isOne = programs.contains(step.program) || screenPrograms().contains(step.program)
+                               || !step.outputs.isEmpty();
             return (isOne || hasPlatform(words)) && takesScreen(words, step);
         },
         tell);
@@ -315,8 +354,8 @@ void takesScreenRule(const Subject &subject, Collector &findings)
 bool isDisk(const QString &path)
 {
     static const QRegularExpression device(
-        "^/dev/(sd[a-z]+\\d*|mmcblk\\d+(p1)?|disk/by-\\S+|root|mem|kmem|port|nvme\\d+n\\d+)$");
-    static const QRegularExpression named("^/dev/disk/by-(partlabel|label|uuid|partuuid)/");
+        "^/dev/(sd[a-z]+\\d*|mmcblk\\d+(p1)?|disk/by-\\S+|root|rootfs|mem|kmem|port|nvme\\d+n\\d+)$");
+    static const QRegularExpression named("^/dev/disk/by-(partlabel|label|uuid|partuuid)/(?!root(fs)?$)");
     return path.startsWith("/dev/") && device.match(path).hasMatch() && !named.match(path).hasMatch();
 }
 
@@ -366,16 +405,19 @@ bool overwritesDevice(const QStringList &words, const Step &step)
     if (program == "cp" || program == "tee" || program == "install" || program == "pv"
         || program == "bmaptool")
         return words.size() > 1 && isDisk(words.last());
-    return anyOf(words, isDisk) && writesToDevice(words, program);
+    if (program == "truncate")
+        return anyOf(words, isDisk);
+    const bool isRoot = program == "mkfs" && operands(words).contains("/");
+    return isRoot || (anyOf(words, isDisk) && writesToDevice(words, program));
 }
 
 void overwritesDeviceRule(const Subject &subject, Collector &findings)
 {
     static const QSet<QString> programs = {
-        "mkfs",      "mke2fs",    "mkdosfs", "mkswap",     "wipefs",    "fdisk",   "sfdisk", "parted",
-        "sgdisk",    "gdisk",     "shred",   "blkdiscard", "dd",        "dcfldd",  "cp",     "tee",
-        "install",   "badblocks", "hdparm",  "fsck",       "e2fsck",    "dosfsck", "mkntfs", "fatlabel",
-        "resize2fs", "tune2fs",   "e2label", "cfdisk",     "mkexfatfs", "bmaptool"};
+        "mkfs",      "mke2fs",    "mkdosfs", "mkswap",     "wipefs",    "fdisk",    "sfdisk",   "parted",
+        "sgdisk",    "gdisk",     "shred",   "blkdiscard", "dd",        "dcfldd",   "cp",       "tee",
+        "install",   "badblocks", "hdparm",  "fsck",       "e2fsck",    "dosfsck",  "mkntfs",   "fatlabel",
+        "resize2fs", "tune2fs",   "e2label", "cfdisk",     "mkexfatfs", "bmaptool", "truncate", "pv"};
     forEach(subject, programs, overwritesDevice, [&](const Run &run) {
         adviseAt(
             findings, run,
@@ -523,7 +565,8 @@ MountPath mountPath(const QString &word)
         "/mnt/(?:sd[a-z]\\d*|mmcblk\\d+(?:p\\d+)?|mmc\\d*|usb\\w*|sd-?card|sd|card|udisk|stick|ext)|"
         "/autofs/\\w+|/Volumes/[^/]+|/cygdrive/\\w|[A-Z]:)(?:[/\\\\](.*))?$");
     static const QRegularExpression perhaps(
-        "^(/(?:run/)?media/[\\w.-]+|/mnt/\\w+|/mnt|/upgrade|/mount/upgrade|/media)/(.+)$");
+        "^(/(?:run/)?media/[\\w.-]+|/mnt/\\w+|/mnt|/upgrade|/mount/upgrade|/media|/(?:udisk|usb\\w*|sdcard)|"
+        "/storage/[\\w-]+|/run/mount/\\w+)/(.+)$");
     static const QRegularExpression link("^(/(?:mnt|MNT|Mnt|mount|media|mtn|nmt)/+(\\w+))(?:/(.*))?$");
     // Most words cannot be one, by the first letter of their first folder.
     if (word.startsWith('/') && !isOneOf("acmnruvMV", word.mid(1, 1).at(0)))
@@ -536,8 +579,8 @@ MountPath mountPath(const QString &word)
     if (misspelt.hasMatch() && word != "/mnt/upgrade" && !word.startsWith(mediumFolder)
         && (name == "update" || (name.size() > 4 && changesBetween(name, "upgrade") <= 2)))
         return {misspelt.captured(1), misspelt.captured(3), true};
-    if (word.startsWith("\\mnt\\upgrade"))
-        return {"\\mnt\\upgrade", word.mid(13).replace('\\', '/'), true};
+    if (word.startsWith("\\mnt\\upgrade") || word.startsWith("/mnt\\upgrade"))
+        return {word.left(12), word.mid(13).replace('\\', '/'), true};
     const QRegularExpressionMatch maybe = perhaps.match(word);
     if (maybe.hasMatch() && !word.startsWith(mediumFolder))
         return {maybe.captured(1), maybe.captured(2), false};
@@ -547,8 +590,8 @@ MountPath mountPath(const QString &word)
 /// What stands behind the "=" of an option, or the word itself.
 QString valueOf(const QString &word)
 {
-    static const QRegularExpression option("^(--?[\\w-]+=|\\w+=)");
-    return word.contains('=') ? QString(word).remove(option) : word;
+    static const QRegularExpression option("^(--?[\\w-]+=|\\w+=|-[A-Za-z](?=/)|file://(?=/))");
+    return word.startsWith('/') || !word.contains('/') ? word : QString(word).remove(option);
 }
 
 /// The first one that a step names, with the `word` that it is.
@@ -630,8 +673,15 @@ bool restarts(const QStringList &words, const Step &step)
         return QStringList{"b", "o"}.contains(words.value(1));
     if (program == "shutdown")
         return !hasOption(words, "ck");
+    if (program == "systemctl" && values.value(0) == "start")
+        return anyOf(values,
+                     [](const QString &unit) { return ends.contains(unit.section(".target", 0, 0)); });
     if (program == "systemctl" || program == "loginctl")
         return ends.contains(values.value(0));
+    if (program == "trap")
+        return ends.contains(words.value(1).section(' ', 0, 0)) && values.contains("EXIT");
+    if (program == "dbus-send" || program == "busctl")
+        return words.join(' ').contains(QRegularExpression("\\b(Reboot|PowerOff|Halt)\\b"));
     if (program == "init" || program == "telinit")
         return QStringList{"0", "6"}.contains(values.value(0));
     return ends.contains(program) && (program != "kexec" || hasOption(words, "e", {"--exec"}));
@@ -639,8 +689,9 @@ bool restarts(const QStringList &words, const Step &step)
 
 const QSet<QString> &restartPrograms()
 {
-    static const QSet<QString> programs = {"reboot",    "poweroff", "halt", "shutdown", "kexec",
-                                           "systemctl", "loginctl", "init", "telinit"};
+    static const QSet<QString> programs = {"reboot",  "poweroff",  "halt",      "shutdown",
+                                           "kexec",   "systemctl", "loginctl",  "init",
+                                           "telinit", "trap",      "dbus-send", "busctl"};
     return programs;
 }
 

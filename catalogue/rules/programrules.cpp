@@ -131,101 +131,55 @@ void needlessSudo(const Subject &subject, Collector &findings)
 
 const QSet<QString> &terminalPrograms()
 {
-    static const QSet<QString> programs = {"vi",
-                                           "vim",
-                                           "view",
-                                           "nano",
-                                           "pico",
-                                           "emacs",
-                                           "joe",
-                                           "mcedit",
-                                           "mc",
-                                           "less",
-                                           "more",
-                                           "most",
-                                           "pager",
-                                           "man",
-                                           "htop",
-                                           "atop",
-                                           "iotop",
-                                           "btop",
-                                           "nethogs",
-                                           "iftop",
-                                           "screen",
-                                           "tmux",
-                                           "minicom",
-                                           "picocom",
-                                           "cu",
-                                           "dialog",
-                                           "whiptail",
-                                           "cfdisk",
-                                           "passwd",
-                                           "login",
-                                           "vipw",
-                                           "vigr",
-                                           "visudo",
-                                           "crontab",
-                                           "alsamixer",
-                                           "ncdu",
-                                           "nmtui",
-                                           "raspi-config",
-                                           "lynx",
-                                           "links",
-                                           "w3m",
-                                           "mutt",
-                                           "telnet",
-                                           "ftp",
-                                           "sftp",
-                                           "bc",
-                                           "ed",
-                                           "gdb",
-                                           "bluetoothctl",
-                                           "tasksel",
-                                           "top",
-                                           "su",
-                                           "fdisk",
-                                           "parted",
-                                           "gdisk",
-                                           "edquota",
-                                           "menuconfig",
-                                           "armbian-config",
-                                           "dpkg-reconfigure",
-                                           "apt",
-                                           "apt-get",
-                                           "aptitude",
-                                           "rm",
-                                           "cp",
-                                           "mv",
-                                           "systemctl",
-                                           "adduser",
-                                           "ssh-keygen",
-                                           "read",
-                                           "sqlite3",
-                                           "mysql",
-                                           "psql",
-                                           "python",
-                                           "python2",
-                                           "python3",
-                                           "perl",
-                                           "lua",
-                                           "node",
-                                           "ruby",
-                                           "sh",
-                                           "ash",
-                                           "bash",
-                                           "dash",
-                                           "cat",
-                                           "grep",
-                                           "wc",
-                                           "sort",
-                                           "chpasswd",
-                                           "tee",
-                                           "ssh",
-                                           "nvi",
-                                           "neovim",
-                                           "nvim",
-                                           "hx",
-                                           "micro"};
+    static const QSet<QString> programs = {"vi",           "vim",
+                                           "view",         "nano",
+                                           "pico",         "emacs",
+                                           "joe",          "mcedit",
+                                           "mc",           "less",
+                                           "more",         "most",
+                                           "pager",        "man",
+                                           "htop",         "atop",
+                                           "iotop",        "btop",
+                                           "nethogs",      "iftop",
+                                           "screen",       "tmux",
+                                           "minicom",      "picocom",
+                                           "cu",           "dialog",
+                                           "whiptail",     "cfdisk",
+                                           "passwd",       "login",
+                                           "vipw",         "vigr",
+                                           "visudo",       "crontab",
+                                           "alsamixer",    "ncdu",
+                                           "nmtui",        "raspi-config",
+                                           "lynx",         "links",
+                                           "w3m",          "mutt",
+                                           "telnet",       "ftp",
+                                           "sftp",         "bc",
+                                           "ed",           "gdb",
+                                           "bluetoothctl", "tasksel",
+                                           "top",          "su",
+                                           "fdisk",        "parted",
+                                           "gdisk",        "edquota",
+                                           "menuconfig",   "armbian-config",
+                                           "microcom",     "chsh",
+                                           "chroot",       "dpkg-reconfigure",
+                                           "apt",          "apt-get",
+                                           "aptitude",     "rm",
+                                           "cp",           "mv",
+                                           "systemctl",    "adduser",
+                                           "ssh-keygen",   "read",
+                                           "sqlite3",      "mysql",
+                                           "psql",         "python",
+                                           "python2",      "python3",
+                                           "perl",         "lua",
+                                           "node",         "ruby",
+                                           "sh",           "ash",
+                                           "bash",         "dash",
+                                           "cat",          "grep",
+                                           "wc",           "sort",
+                                           "chpasswd",     "tee",
+                                           "ssh",          "nvi",
+                                           "neovim",       "nvim",
+                                           "hx",           "micro"};
     return programs;
 }
 
@@ -248,11 +202,45 @@ bool isConversation(const QStringList &words, const Step &step)
     if (program == "mysql" || program == "psql")
         return !hasOption(words, "ecflV", {"--execute", "--command", "--file", "--version", "--list"});
     if (program == "cat" || program == "sort" || program == "wc")
-        return values.isEmpty() && !hasOption(words, "", {"--help", "--version", "--files0-from"});
+        return (values.isEmpty() || values == QStringList("-"))
+               && !hasOption(words, "", {"--help", "--version", "--files0-from"});
     if (program == "grep")
         return values.size() < 2 && !values.value(0).contains('/') && !values.value(0).contains('*')
                && !hasOption(words, "rRefV", {"--recursive", "--file", "--regexp", "--version", "--help"});
     return program == "chpasswd" || program == "tee";
+}
+
+/// A filter that is given no file, and so waits for what nobody types.
+bool waitsForInput(const QStringList &words, const Step &step)
+{
+    const QString &program = step.program;
+    static const QSet<QString> others = {"gzip",      "gunzip", "zcat", "md5sum", "sha1sum", "sha256sum",
+                                         "sha512sum", "cksum",  "od",   "xxd",    "hexdump", "base64",
+                                         "rev",       "tac",    "nl",   "uniq",   "strings", "fold"};
+    static const QSet<QString> asked = {"tr", "sed", "awk", "gawk", "mawk", "head", "tail", "dd"};
+    if (!asked.contains(program) && !others.contains(program))
+        return false;
+    const auto has = [&words](const QString &option) { return words.contains(option); };
+    const int values = operands(words).size();
+    if (step.isFed || hasOption(words, "", {"--help", "--version", "--files0-from"}))
+        return false;
+    if (program == "tr")
+        return true;
+    if (program == "sed") {
+        const bool hasScript =
+            hasOption(words, "", {"--expression", "--file"})
+            || std::any_of(words.begin() + 1, words.end(), [](const QString &word) {
+                   return word.size() > 2 && (word.startsWith("-e") || word.startsWith("-f"));
+               });
+        return values < (hasScript ? 1 : 2);
+    }
+    if (program == "awk" || program == "gawk" || program == "mawk")
+        return values < 2 && !words.join(' ').contains("BEGIN") && !hasOption(words, "fEW", {"--file"});
+    if (program == "head" || program == "tail")
+        return values < (has("-n") || has("-c") ? 2 : 1) && !hasOption(words, "fF", {"--follow"});
+    if (program == "dd")
+        return words.filter(QRegularExpression("^if=|^<")).isEmpty();
+    return others.contains(program) && values == 0;
 }
 
 bool asksQuestions(const QStringList &words, const Step &step)
@@ -297,7 +285,9 @@ bool wantsTerminal(const QStringList &words, const Step &step)
     if (step.isFed && fedAll.contains(program))
         return false;
     if (program == "more" || program == "less" || program == "most" || program == "pager" || program == "man")
-        return !step.isPiped && step.outputs.isEmpty();
+        return !step.isPiped && step.outputs.isEmpty() && !hasOption(words, "V", {"--version", "--help"});
+    if (program == "chroot")
+        return operands(words).size() == 1 && !step.isFed;
     if (program == "top")
         return !hasOption(words, "b", {"--batch"});
     if (program == "su")
@@ -321,18 +311,26 @@ bool wantsTerminal(const QStringList &words, const Step &step)
 
 void needsTerminal(const Subject &subject, Collector &findings)
 {
+    const auto tell = [&](const Run &run) {
+        adviseAt(
+            findings, run,
+            QString("\"%1\" wants a terminal and a keyboard, and the controller has neither here")
+                .arg(run.step.run.first()),
+            "a program that does the same by itself, such as sed, an option that has it ask nothing, or a script");
+    };
     forEach(
         subject, terminalPrograms(),
         [](const QStringList &words, const Step &step) {
             return terminalPrograms().contains(step.program) && wantsTerminal(words, step);
         },
-        [&](const Run &run) {
-            adviseAt(
-                findings, run,
-                QString("\"%1\" wants a terminal and a keyboard, and the controller has neither here")
-                    .arg(run.step.run.first()),
-                "a program that does the same by itself, such as sed, an option that has it ask nothing, or a script");
-        });
+        tell);
+    // In a script a function may be given its input from elsewhere; a command of its own is given none.
+    for (const CommandEntry &command : subject.commands) {
+        const bool isByItself = !command.isSkipped && !command.isMisread && command.shell.shell.isEmpty()
+                                && command.steps.size() == 1 && command.meaning.right == command.command;
+        if (isByItself && waitsForInput(command.steps.first().run, command.steps.first()))
+            tell(Run{command, nullptr, command.steps.first()});
+    }
 }
 
 bool isEndless(const QString &path)
@@ -350,8 +348,8 @@ bool readsForEver(const QString &program, const QStringList &words, const Step &
             const QStringList found = words.filter(QRegularExpression('^' + name + '='));
             return found.isEmpty() ? QString() : found.last().section('=', 1);
         };
-        return isEndless(value("if")) && value("count").isEmpty() && !value("of").startsWith("/dev/")
-               && !step.isPiped;
+        const bool isFull = value("of").startsWith("/dev/") && value("of") != "/dev/null"; // it ends then
+        return isEndless(value("if")) && value("count").isEmpty() && !isFull && !step.isPiped;
     }
     if (!readers.contains(program) || step.isPiped || hasOption(words, "nNl", {"--length", "--read-bytes"}))
         return false;
@@ -375,6 +373,24 @@ bool staysInFront(const QString &program, const QStringList &words)
              || (program == "mosquitto_sub" && hasOption(words, "CWE")));
 }
 
+/// Whether ping is told when to end: "-c 3", "-w5", but not "-w 0", which is no limit to it.
+bool isLimited(const QStringList &words)
+{
+    static const QRegularExpression limit("^-[A-Za-z]*[cw](\\S*)$");
+    for (int i = 1; i < words.size(); ++i) {
+        const QRegularExpressionMatch match = limit.match(words.at(i));
+        const bool isLong = words.at(i).startsWith("--count");
+        if (!match.hasMatch() && !isLong)
+            continue;
+        const QString inside = isLong ? words.at(i).section('=', 1) : match.captured(1);
+        const QString value = inside.isEmpty() ? words.value(i + 1) : inside;
+        bool isNumber = false;
+        if (value.toDouble(&isNumber) > 0 || !isNumber)
+            return true;
+    }
+    return false;
+}
+
 bool goesOnForEver(const QStringList &words, const Step &step)
 {
     const QString &program = step.program;
@@ -383,8 +399,12 @@ bool goesOnForEver(const QStringList &words, const Step &step)
         return true;
     if (program == "tail")
         return hasOption(words, "fF", {"--follow"}) && !hasOption(words, "", {"--pid"});
-    if (program == "ping" || program == "ping6" || program == "arping" || program == "candump")
-        return !hasOption(words, "cwnV", {"--count"});
+    if (program == "ping" || program == "ping6" || program == "arping")
+        return !isLimited(words) && !hasOption(words, "V", {"--version", "--help"});
+    if (program == "candump")
+        return !hasOption(words, "n");
+    if (program == "yes")
+        return !step.isPiped;
     if (program == "journalctl" || program == "logread")
         return hasOption(words, "f", {"--follow"});
     if (program == "dmesg")
@@ -395,39 +415,41 @@ bool goesOnForEver(const QStringList &words, const Step &step)
         return values.contains("infinity") || values.contains("inf");
     if (program == "tcpdump")
         return !hasOption(words, "cDhG");
-    if (program == "vmstat" || program == "iostat" || program == "mpstat")
+    if (program == "vmstat" || program == "iostat" || program == "mpstat" || program == "sar")
         return values.size() == 1;
     if (program == "nc" || program == "ncat" || program == "netcat")
         return hasOption(words, "l");
-    if (program == "inotifywait" || program == "dbus-monitor" || program == "udevadm" || program == "ip")
+    if (program == "inotifywait" || program == "dbus-monitor" || program == "udevadm" || program == "ip"
+        || program == "nmcli")
         return values.contains("monitor") || program == "dbus-monitor"
                || hasOption(words, "m", {"--monitor"});
     if (program.startsWith("python"))
         return words.contains("http.server") || words.contains("SimpleHTTPServer");
     if (program == "socat")
         return words.join(' ').contains("LISTEN");
-    static const QSet<QString> others = {"watch",      "yes",        "evtest",     "inotifywatch", "getty",
-                                         "agetty",     "inetd",      "ts_print",   "ts_print_raw", "zul_main",
-                                         "zul_gui_en", "zul_gui_cn", "zul_gui_jk", "zul_gui_lan"};
+    static const QSet<QString> others = {"watch",      "evtest",     "inotifywatch", "getty",    "agetty",
+                                         "inetd",      "ts_print",   "ts_print_raw", "zul_main", "zul_gui_en",
+                                         "zul_gui_cn", "zul_gui_jk", "zul_gui_lan"};
     return others.contains(program) && !(program == "inetd" && words.size() == 1);
 }
 
 void neverEnds(const Subject &subject, Collector &findings)
 {
     static const QSet<QString> programs = {
-        "tail",       "ping",          "ping6",        "arping",       "candump",
-        "journalctl", "logread",       "dmesg",        "top",          "sleep",
-        "tcpdump",    "vmstat",        "iostat",       "mpstat",       "nc",
-        "ncat",       "netcat",        "inotifywait",  "dbus-monitor", "udevadm",
-        "ip",         "watch",         "yes",          "evtest",       "getty",
-        "agetty",     "inetd",         "inotifywatch", "cat",          "hexdump",
-        "od",         "xxd",           "strings",      "cp",           "dd",
-        "while",      "until",         "python",       "python3",      "socat",
-        "httpd",      "syslogd",       "klogd",        "crond",        "dropbear",
-        "sshd",       "udhcpc",        "ntpd",         "dnsmasq",      "udhcpd",
-        "telnetd",    "mosquitto_sub", "strace",       "iperf",        "iperf3",
-        "gpsd",       "chronyd",       "ts_print",     "ts_print_raw", "zul_main",
-        "zul_gui_en", "zul_gui_cn",    "zul_gui_jk",   "zul_gui_lan"};
+        "tail",         "ping",          "ping6",        "arping",       "candump",
+        "journalctl",   "logread",       "dmesg",        "top",          "sleep",
+        "tcpdump",      "vmstat",        "iostat",       "mpstat",       "nc",
+        "ncat",         "netcat",        "inotifywait",  "dbus-monitor", "udevadm",
+        "ip",           "watch",         "yes",          "evtest",       "getty",
+        "agetty",       "inetd",         "inotifywatch", "cat",          "hexdump",
+        "od",           "xxd",           "strings",      "cp",           "dd",
+        "while",        "until",         "python",       "python3",      "socat",
+        "httpd",        "syslogd",       "klogd",        "crond",        "dropbear",
+        "sshd",         "udhcpc",        "ntpd",         "dnsmasq",      "udhcpd",
+        "telnetd",      "mosquitto_sub", "strace",       "iperf",        "iperf3",
+        "sar",          "nmcli",         "gpsd",         "chronyd",      "ts_print",
+        "ts_print_raw", "zul_main",      "zul_gui_en",   "zul_gui_cn",   "zul_gui_jk",
+        "zul_gui_lan"};
     forEach(
         subject, programs,
         [](const QStringList &words, const Step &step) {
@@ -476,6 +498,21 @@ QString relativeWord(const Step &step)
     if (step.folder != folderOfTool)
         return QString();
     const QStringList &words = step.run;
+    for (const QString &word : words.mid(1)) {
+        if (word.startsWith(QLatin1String("mnt/upgrade/")))
+            return word;
+    }
+    static const QSet<QString> installers = {"rpm", "opkg", "ipkg", "apt", "apt-get"};
+    static const QRegularExpression package("\\.(rpm|ipk|deb)$");
+    for (const QString &word : installers.contains(step.program) ? operands(words) : QStringList()) {
+        if (isRelative(word) && package.match(word).hasMatch())
+            return word;
+    }
+    if (step.program == "find" && words.size() > 1 && isRelative(words.at(1)))
+        return words.at(1);
+    const int folder = step.program == "tar" ? words.indexOf("-C") : -1;
+    if (folder > 0 && isRelative(words.value(folder + 1)))
+        return words.value(folder + 1);
     const int script = scriptWord(words);
     if (script > 0)
         return isRelative(words.at(script)) ? words.at(script) : QString();

@@ -33,7 +33,7 @@ bool isPattern(const QString &path)
 /// Of a word such as "/a", "if=/a", "--file=/a" or "-f/a", the path; the word itself where there is none.
 QString pathIn(const QString &word)
 {
-    static const QRegularExpression option("^(?:--?[\\w-]+=|\\w+=|-[A-Za-z])(/.*)$");
+    static const QRegularExpression option("^(?:--?[\\w-]+=|\\w+=|-[A-Za-z]+|file://|@)(/.*)$");
     if (word.startsWith('/') || !word.contains('/'))
         return word;
     const QRegularExpressionMatch match = option.match(word);
@@ -85,7 +85,15 @@ bool isReadOption(const QString &word)
 {
     static const QRegularExpression option(
         "^(--?(file|config|conf|cfg|input|in|from|source|src|image|img|firmware|"
-        "script|load|restore|key|cert|package|archive)|if)=");
+        "script|load|restore|key|cert|package|archive)|if)=|^-[fci]/|^file:///|^@/");
+    return option.match(word).hasMatch();
+}
+
+/// The same with the value in the next word: options that are long enough to mean nothing else.
+bool isReadOptionBefore(const QString &word)
+{
+    static const QRegularExpression option("^--(file|config|conf|input|source|image|img|firmware|script|"
+                                           "upload-file|package|archive)$");
     return option.match(word).hasMatch();
 }
 
@@ -101,14 +109,16 @@ QStringList sourcePaths(const Step &step)
     for (int i = 1; i < step.run.size(); ++i) {
         const QString &word = step.run.at(i);
         const bool isFile = word.contains(QLatin1String("/mnt/upgrade")) || files.contains(i);
-        if (!isFile || (!isReader && !isReadOption(word)))
-            continue;
         const QString &previous = step.run.at(i - 1);
-        const bool isTarget = word.startsWith("of=") || word.startsWith("--output") || previous == "-o"
-                              || previous == "-d" || previous == "-t" || previous == "-C"
-                              || word.startsWith("-C")
-                              || (writesLast(step.program) && i == step.run.size() - 1)
-                              || (step.program == "openssl" && previous != "-in" && previous != "-inkey");
+        const bool isFound =
+            (step.program == "find" && i == 1) || (step.program == "curl" && previous == "-T");
+        if (!isFile || (!isReader && !isFound && !isReadOption(word) && !isReadOptionBefore(previous)))
+            continue;
+        const bool isTarget =
+            word.startsWith("of=") || word.startsWith("--output") || previous == "-o" || previous == "-d"
+            || previous == "-t" || previous == "-C" || word.startsWith("-C")
+            || (writesLast(step.program) && !step.run.contains("-t") && i == step.run.size() - 1)
+            || (step.program == "openssl" && previous != "-in" && previous != "-inkey");
         if (!isTarget)
             sources.append(step.path(pathIn(word)));
     }

@@ -721,10 +721,64 @@ void TestFindings::aCatalogueTriggersWhatItShould_data()
     row("a comma of another keyboard",
         "[system]\nCMD_List=\"a\xef\xbc\x8c\x62\"\n[CMD]\na=\"A@x\"\nb=\"B@y\"\n",
         {"foreign-separator", "item-without-command"});
+    // Programs that wait for input, or for nothing.
+    line("a filter without a file", "\"A@sed s/a/b/\"", {"needs-terminal"});
+    line("a filter with a file", "\"A@sed -i s/a/b/ /opt/a\"", {});
+    line("a copy of what nobody types", "\"A@dd of=/opt/a\"", {"needs-terminal"});
+    line("the first lines of nothing", "\"A@head -n 5\"", {"needs-terminal"});
+    line("the first lines of a file", "\"A@head -n 5 /opt/a\"", {});
+    line("a filter in a pipe", "\"A@sh -c \\\"x | sed s/a/b/\\\"\"", {});
+    line("what the pager is", "\"A@less -V\"", {});
+    line("ping with no limit", "\"A@ping -w 0 10.0.0.1\"", {"never-ends"});
+    line("ping without names", "\"A@ping -n 10.0.0.1\"", {"never-ends"});
+    line("ping with a limit", "\"A@ping -w5 10.0.0.1\"", {});
+    line("a time limit that is none", "\"A@timeout 0 ping 10.0.0.1\"", {"never-ends"});
+    line("as many answers as are read", "\"A@sh -c \\\"yes | head -n 3\\\"\"", {});
+    line("nothing copied to nowhere", "\"A@dd if=/dev/zero of=/dev/null\"", {"never-ends"});
+    line("a loop that sh does not know", "\"A@sh -c \\\"for ((;;)); do x; done\\\"\"", {"script-syntax"});
+    line("find with a pattern", "\"A@find /opt/a -name *.log\"", {});
+    line("find here", "\"A@find . -name a\"", {"relative-path"});
+    line("a package of nowhere", "\"A@opkg install app.ipk\"", {"relative-path"});
+    line("a package by its name", "\"A@opkg install app\"", {});
+    line("a folder to unpack in", "\"A@tar -C opt -xf /opt/a.tar\"", {"relative-path"});
+    line("a folder that env enters", "\"A@env -C /opt sh x.sh\"", {});
+    line("a file behind an option", "\"A@app -f/mnt/upgrade/x\"", {"missing-file"});
+    line("a file behind a long option", "\"A@app --file /mnt/upgrade/x\"", {"missing-file"});
+    line("a file by its address", "\"A@app file:///mnt/upgrade/x\"", {"missing-file"});
+    line("a target in front", "\"A@cp -t /opt /mnt/upgrade/x\"", {"missing-file"});
+    line("a folder that is searched", "\"A@find /mnt/upgrade/a -name x\"", {"missing-file"});
+    line("where something is written", "\"A@app -o/mnt/upgrade/x\"", {});
+    // The ground.
+    line("the medium only to be read", "\"A@mount -o remount,ro /mnt/upgrade\"",
+         {"command-too-long", "loses-medium"});
+    line("the medium to be written", "\"A@mount -o remount,rw /mnt/upgrade\"", {"command-too-long"});
+    line("all that uses the medium", "\"A@fuser -km /mnt/upgrade\"", {"loses-medium"});
+    line("all that is root's", "\"A@pkill -u root\"", {"stops-tool"});
+    line("an application that is root's", "\"A@pkill -u root app\"", {});
+    line("all but an application", "\"A@pkill -v app\"", {"stops-tool"});
+    line("anything", "\"A@pkill .\"", {"stops-tool"});
+    line("the folder of the tool", "\"A@rm -rf /opt/zul\"", {"stops-tool"});
+    line("the package of the tool", "\"A@apt-get -y purge zul-upgrade\"", {"stops-tool"});
+    line("another package", "\"A@dpkg -r app\"", {});
+    line("the tool no more, from now on", "\"A@systemctl disable --now zul_upgrade\"",
+         {"command-too-long", "stops-tool"});
+    line("a console over the screen", "\"A@sh -c \\\"echo 0 > /sys/class/vtconsole/vtcon1/bind\\\"\"",
+         {"command-too-long", "takes-screen"});
+    line("a brighter screen", "\"A@sh -c \\\"echo 9 > /sys/class/backlight/a/brightness\\\"\"",
+         {"command-too-long"});
+    line("a dark screen", "\"A@sh -c \\\"echo 0 > /sys/class/backlight/a/brightness\\\"\"",
+         {"command-too-long", "takes-screen"});
+    line("the root formatted", "\"A@mkfs.ext4 /dev/disk/by-label/root\"",
+         {"command-too-long", "overwrites-device"});
+    line("a device cut off", "\"A@truncate -s 0 /dev/sda\"", {"overwrites-device"});
     row("an invisible character in a key", "[system]\nCMD_List=\"a\"\n[CMD]\na\xe2\x80\x8b=\"A@x\"\n",
         {"invisible-character", "item-without-command", "unlisted-key"});
     row("commands before their section", "a=\"A@x\"\n[system]\nCMD_List=\"a\"\n",
         {"item-without-command", "key-before-section"});
+    row("a unit that restarts in direct mode",
+        "[system]\nCMD_Type=\"a\"\n[CMD]\na=\"A@systemctl start reboot.target\"\n", {"reboots-again"});
+    row("a restart by another name",
+        "[system]\nCMD_Type=\"a\"\n[CMD]\na=\"A@sh -c \\\"$(which reboot)\\\"\"\n", {"reboots-again"});
     row("a restart in direct mode", "[system]\nCMD_Type=\"a\"\n[CMD]\na=\"A@sh -c \\\"x; reboot\\\"\"\n",
         {"reboots-again"});
 }
