@@ -45,7 +45,11 @@ QString writtenKey(const QString &key)
 
 QString textOf(const QByteArray &bytes)
 {
-    return QString::fromUtf8(bytes.constData(), bytes.size()); // without its size it would end at a zero byte
+    // Without its size it would end at a zero byte. A mark at the beginning is one of the text, too.
+    const QString text = QString::fromUtf8(bytes.constData(), bytes.size());
+    return bytes.startsWith("\xef\xbb\xbf") && !text.startsWith(QChar(QChar::ByteOrderMark))
+               ? QChar(QChar::ByteOrderMark) + text
+               : text;
 }
 
 QString intendedText(const IniFile &file, const DecodedValue &value)

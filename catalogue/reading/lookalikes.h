@@ -15,4 +15,26 @@ QChar drawnLike(QChar character);
 /// this is the same cannot be told apart.
 QString drawn(const QString &text);
 
+/// Nothing is drawn for it.
+bool isInvisible(QChar character);
+
+/// It looks like a blank, but separates nothing.
+bool isOtherBlank(QChar character);
+
+/// The ASCII character that was meant by one of another keyboard; null where it is none, or is one itself.
+QChar asciiFor(QChar character);
+
+/// A text as a plain keyboard writes it: with the characters that were meant, and without those that are not
+/// drawn.
+QString plain(const QString &text);
+
+/// A quotation mark that the reader does not take for one.
+bool isOtherQuote(QChar character);
+
+/// Whether a value stands between two of them, which are meant for its own.
+bool isInOtherQuotes(const QString &text);
+
+/// What a character is called, with its number.
+QString named(QChar character);
+
 #endif

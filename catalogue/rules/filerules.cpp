@@ -4,6 +4,7 @@
 // Findings on how the catalogue is written: what the reader of the file makes of its bytes.
 
 #include "reading/initext.h"
+#include "reading/lookalikes.h"
 #include "reading/shell.h"
 #include "rules/rules.h"
 
@@ -152,10 +153,21 @@ void hashComment(const Subject &subject, Collector &findings)
 void ignoredLine(const Subject &subject, Collector &findings)
 {
     for (const IniLine &stray : subject.asWritten().strayLines()) {
-        const char first = subject.file.bytes().at(stray.begin);
-        if (first != '#' && first != ';')
+        const QByteArray line = subject.file.bytes().mid(stray.begin, stray.end - stray.begin);
+        const QString text = plain(textOf(line)).trimmed();
+        const bool hasUnseen = text.isEmpty() || text.startsWith('[') || text.startsWith(';');
+        if (line.startsWith('#') || line.startsWith(';') || (hasUnseen && !subject.file.hasByteOrderMark()))
+            continue; // told as that
+        const QString right = subject.meantLine(stray);
+        if (right.isEmpty())
             findings.mend({{stray.begin, stray.begin, "; "}}, stray.begin,
                           "This line has no \"=\", so it is ignored; a comment starts with \";\"");
+        else if (plain(textOf(line)) == textOf(line)) // else it is told as that
+            findings.replace(stray.begin, stray.end, stray.begin,
+                             right.startsWith('[')
+                                 ? "A section's name stands between \"[\" and \"]\"; this line is ignored"
+                                 : "Behind a key there is a \"=\"; this line has none and is ignored",
+                             right);
     }
 }
 
@@ -172,9 +184,15 @@ QString writtenSection(const QString &section)
 void brokenSection(const Subject &subject, Collector &findings)
 {
     for (const IniLine &head : subject.file.sections()) {
-        if (!head.closed)
-            findings.replace(head.begin, head.end, head.begin, "This section's name is not closed with \"]\"",
-                             '[' + writtenSection(head.section.trimmed()) + ']');
+        if (head.closed)
+            continue;
+        const QString written = textOf(head.section.toLatin1()).trimmed();
+        const bool isForeign = !written.isEmpty() && asciiFor(written.at(written.size() - 1)) == ']';
+        const QString section = isForeign ? plain(written).remove(']') : head.section.trimmed();
+        findings.replace(head.begin, head.end, head.begin,
+                         QString("This section's name is not closed with \"]\"")
+                             + (isForeign ? ": here is " + named(written.at(written.size() - 1)) : QString()),
+                         '[' + writtenSection(section) + ']');
     }
 }
 
@@ -287,6 +305,8 @@ void unquotedComma(const Subject &subject, Collector &findings)
         if (entry->value.comma < 0)
             continue;
         const QString text = subject.meantText(*entry);
+        if (isInOtherQuotes(textOf(writtenValue(subject, *entry).trimmed())))
+            continue; // told as that
         QStringList items;
         for (const QString &item : text.split(',', QString::SkipEmptyParts))
             items.append(item.trimmed());

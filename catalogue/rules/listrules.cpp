@@ -4,6 +4,7 @@
 // Findings on the lists, the keys and ENDGAME: what the operator is offered.
 
 #include "reading/initext.h"
+#include "reading/likeness.h"
 #include "reading/lookalikes.h"
 #include "rules/rules.h"
 
@@ -23,17 +24,6 @@ QString rightCapitals(const QString &name, const QStringList &names)
     const auto same = [&name](const QString &other) { return other.compare(name, Qt::CaseInsensitive) == 0; };
     const auto found = std::find_if(names.begin(), names.end(), same);
     return names.contains(name) || found == names.end() ? QString() : *found;
-}
-
-/// "" when `name` is one of `names`, otherwise the one that is drawn like it.
-QString drawnAlike(const QString &name, const QStringList &names)
-{
-    if (names.contains(name))
-        return QString();
-    const QString seen = drawn(textOf(name.toLatin1()));
-    const auto same = [&seen](const QString &other) { return drawn(other) == seen; };
-    const auto found = std::find_if(names.begin(), names.end(), same);
-    return found == names.end() ? QString() : *found;
 }
 
 /// Lines of [CMD] that no item names, by what is seen of their keys.
@@ -78,19 +68,44 @@ bool isAsciiText(const QString &text)
     return std::all_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < 0x80; });
 }
 
+/// Where in these bytes the first character is that no plain keyboard has; where they begin without one.
+int strangeAt(const Subject &subject, int begin, int end)
+{
+    const QByteArray &bytes = subject.file.bytes();
+    const auto isStrange = [](char byte) {
+        const uchar value = static_cast<uchar>(byte);
+        return value >= 0x7f || (value < ' ' && !QByteArray("\t\r\n").contains(byte));
+    };
+    const auto found = std::find_if(bytes.begin() + begin, bytes.begin() + end, isStrange);
+    return found == bytes.begin() + end ? begin : static_cast<int>(found - bytes.begin());
+}
+
+/// The same character's name, behind a message; empty without one.
+QString strange(const Subject &subject, int begin, int end)
+{
+    const int at = strangeAt(subject, begin, end);
+    const QString text = textOf(subject.file.bytes().mid(at, end - at));
+    const bool isPlain =
+        !text.isEmpty() && text.at(0) < QChar(0x7f) && (text.at(0) >= ' ' || text.at(0).isSpace());
+    return !text.isEmpty() && !isPlain ? "; here is " + named(text.at(0)) : QString();
+}
+
 void lookalikeKey(const Subject &subject, Collector &findings)
 {
     const QString message = "This looks like \"%1\" and is not: the tool does not find it";
     for (const IniLine &head : subject.file.sections()) {
-        const QString right = drawnAlike(head.section, {"system", "CMD"});
+        const QString right = subject.meantSection(head.section);
         if (!right.isEmpty())
-            findings.replace(head.begin, head.end, head.begin, message.arg('[' + right + ']'),
+            findings.replace(head.begin, head.end, strangeAt(subject, head.begin, head.end),
+                             message.arg('[' + right + ']') + strange(subject, head.begin, head.end),
                              '[' + right + ']');
     }
     for (const IniEntry &entry : subject.file.entries()) {
-        const QString right = entry.section == "system" ? drawnAlike(entry.key, systemKeys) : QString();
+        const QString right = entry.section == "system" ? subject.meantSystemKey(entry.key) : QString();
         if (!right.isEmpty())
-            findings.mend({{entry.begin, entry.keyEnd, right.toUtf8()}}, entry.begin, message.arg(right));
+            findings.mend({{entry.begin, entry.keyEnd, right.toUtf8()}},
+                          strangeAt(subject, entry.begin, entry.keyEnd),
+                          message.arg(right) + strange(subject, entry.begin, entry.keyEnd));
     }
     const auto unlisted = unlistedBySight(subject);
     for (const Item &item : subject.items) {
@@ -99,9 +114,11 @@ void lookalikeKey(const Subject &subject, Collector &findings)
             continue;
         if (!isAsciiText(item.text))
             findings.askAuthor();
-        findings.mend({{entry->begin, entry->keyEnd, writtenKey(item.text).toUtf8()}}, entry->begin,
+        findings.mend({{entry->begin, entry->keyEnd, writtenKey(item.text).toUtf8()}},
+                      strangeAt(subject, entry->begin, entry->keyEnd),
                       QString("This key looks like the item \"%1\" of the list and is another one")
-                          .arg(textOf(item.text.toLatin1())));
+                              .arg(textOf(item.text.toLatin1()))
+                          + strange(subject, entry->begin, entry->keyEnd));
     }
 }
 
@@ -147,15 +164,20 @@ bool canBeListed(const QString &key)
 
 void noList(const Subject &subject, Collector &findings)
 {
+    for (const IniLine &stray : subject.asWritten().strayLines()) {
+        if (subject.meantLine(stray).startsWith("CMD_"))
+            return; // told as that
+    }
     QStringList keys;
     for (const IniEntry &entry : subject.file.entries()) {
         const QString path = entry.path();
-        const bool nearly = path.compare("system/CMD_List", Qt::CaseInsensitive) == 0
-                            || path.compare("system/CMD_Type", Qt::CaseInsensitive) == 0 || path == "CMD_List"
-                            || path == "CMD_Type" // before the sections
-                            || !drawnAlike(entry.section, {"system"}).isEmpty()
-                            || (entry.section == "system" && !drawnAlike(entry.key, systemKeys).isEmpty());
-        if (nearly)
+        const bool nearly =
+            path.compare("system/CMD_List", Qt::CaseInsensitive) == 0
+            || path.compare("system/CMD_Type", Qt::CaseInsensitive) == 0 || path == "CMD_List"
+            || path == "CMD_Type" // before the sections
+            || subject.meantSection(entry.section) == "system"
+            || (entry.section == "system" && subject.meantSystemKey(entry.key).startsWith("CMD"));
+        if (nearly || subject.isOfSystem(entry))
             return;
         if (entry.section == "CMD" && canBeListed(entry.key) && !keys.contains(entry.key))
             keys.append(entry.key);
@@ -212,26 +234,17 @@ void emptyItem(const Subject &subject, Collector &findings)
     }
 }
 
-QStringList withCommas(const Subject &subject)
-{
-    QStringList keys;
-    for (const QString &item : subject.meantItems()) {
-        const QStringList within = subject.entry("CMD/" + item) ? QStringList() : subject.keysIn(item);
-        keys += within.isEmpty() ? QStringList(item) : within;
-    }
-    return keys;
-}
-
 void itemWithoutCommand(const Subject &subject, Collector &findings)
 {
     const auto misses = nearMisses(subject);
     const auto unlisted = unlistedBySight(subject);
     QSet<QString> elsewhere; // in a section that looks like the one that is meant
     for (const IniEntry &entry : subject.file.entries()) {
-        if (entry.section != "CMD" && !isAsciiText(entry.section)
-            && !drawnAlike(entry.section, {"CMD"}).isEmpty())
+        if (subject.meantSection(entry.section) == "CMD" || subject.isOfCommands(entry))
             elsewhere.insert(entry.key);
     }
+    for (const IniLine &stray : subject.asWritten().strayLines())
+        elsewhere.insert(subject.meantLine(stray).section('=', 0, 0));
     for (const Item &item : subject.items) {
         if (drawnLikeItem(item, unlisted) || elsewhere.contains(item.text))
             continue; // told as that
@@ -239,11 +252,13 @@ void itemWithoutCommand(const Subject &subject, Collector &findings)
         if (item.entry && item.entry->value.text.isEmpty() && item.entry->value.comma < 0)
             findings.replace(*item.entry, item.entry->begin, "This line is empty, so the tool leaves it out",
                              right);
-        else if (!item.entry && subject.keysIn(item.text).size() > 1)
-            findings.replace(
-                *subject.list, item.offset,
-                QString("Section [CMD] has no \"%1\": only a comma separates items").arg(item.text),
-                subject.listLine(withCommas(subject)));
+        else if (!item.entry && !misses.contains(item.text)
+                 && (subject.partsOf(item).size() > 1
+                     || (!isBlankAround(item) && !subject.partsOf(item).isEmpty())))
+            findings.replace(*subject.list, item.offset,
+                             QString("Section [CMD] has no \"%1\": only a comma separates items")
+                                 .arg(textOf(item.text.toLatin1())),
+                             subject.listLine(subject.meantItems()));
         else if (!item.entry && !item.text.trimmed().isEmpty() && !isBlankAround(item)
                  && !misses.contains(item.text))
             findings.add(
@@ -283,8 +298,11 @@ void unlistedKey(const Subject &subject, Collector &findings)
     }
     QVector<const IniEntry *> unlisted;
     QStringList all = subject.meantItems();
+    for (const QString &item : qAsConst(all))
+        known.insert(item);
     for (const IniEntry &entry : subject.file.entries()) {
-        if (entry.section != "CMD" || entry.key.startsWith('#') || known.contains(entry.key))
+        if (entry.section != "CMD" || entry.key.startsWith('#') || known.contains(entry.key)
+            || subject.isOfSystem(entry))
             continue;
         known.insert(entry.key);
         unlisted.append(&entry);
@@ -433,8 +451,8 @@ void unknownKey(const Subject &subject, Collector &findings)
         const bool known =
             nearlySystem
             && (systemKeys.contains(entry.key) || !rightCapitals(entry.key, systemKeys).isEmpty());
-        const bool isDrawnSo = !drawnAlike(entry.section, {"system", "CMD"}).isEmpty()
-                               || (entry.section == "system" && !drawnAlike(entry.key, systemKeys).isEmpty());
+        const bool isDrawnSo = !subject.meantSection(entry.section).isEmpty() || subject.isOfCommands(entry)
+                               || (entry.section == "system" && !subject.meantSystemKey(entry.key).isEmpty());
         if (!known && !isDrawnSo && !nearlyCommand && !entry.key.startsWith('#'))
             findings.mend(subject.commentedOut(entry), entry.begin,
                           QString("The tool does not know \"%1\" and never reads it").arg(entry.path()));
@@ -450,17 +468,24 @@ void endgameValue(const Subject &subject, Collector &findings)
     const QStringList clear = {"true", "1", "false", "0"};
     if (entry->value.comma < 0 && clear.contains(text))
         return;
-    const QString word = text.trimmed();
+    static const QRegularExpression around("^[\\s\"'`.;:!]+|[\\s\"'`.;:!]+$");
+    const QString word = plain(textOf(entry->value.text.toLatin1())).toLower().remove(around);
     const bool meantFalse =
         QStringList{"no", "off", "n", "never", "f", "-1", "none", "false", "0"}.contains(word)
         || text.isEmpty();
     const bool meantTrue = QStringList{"yes", "on", "y", "always", "t", "true", "1"}.contains(word);
+    constexpr int longest = 10;
+    const bool isNearlyFalse =
+        drawn(word) == "false"
+        || (word.size() > 2 && word.size() <= longest && changesBetween(word, "false") <= 2);
     if (entry->value.comma >= 0 || (!meantFalse && !meantTrue))
         findings.askAuthor();
-    findings.replace(*entry, entry->value.at.value(0, entry->valueBegin),
-                     QString("The tool takes this value for %1; it knows true and false only")
-                         .arg(subject.verdict.endGame ? "true" : "false"),
-                     iniLine(subject.rawKey(*entry), meantFalse ? "false" : "true"));
+    findings.replace(
+        *entry, strangeAt(subject, entry->value.at.value(0, entry->valueBegin), entry->end),
+        QString("The tool takes this value for %1; it knows true and false only")
+                .arg(subject.verdict.endGame ? "true" : "false")
+            + strange(subject, entry->valueBegin, entry->end),
+        iniLine(subject.rawKey(*entry), meantFalse || (!meantTrue && isNearlyFalse) ? "false" : "true"));
 }
 
 void endgameUnused(const Subject &subject, Collector &findings)

@@ -4,6 +4,8 @@
 #include "rules/subject.h"
 
 #include "reading/initext.h"
+#include "reading/likeness.h"
+#include "reading/lookalikes.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -17,6 +19,7 @@ namespace
 
 const char listKey[] = "system/CMD_List";
 const char directKey[] = "system/CMD_Type";
+const QStringList systemKeys = {"CMD_List", "CMD_Type", "ENDGAME"};
 
 bool containsControl(const QString &text)
 {
@@ -152,8 +155,20 @@ QByteArray withoutOwnMarks(const QByteArray &raw, bool *isSure)
     return QByteArray(name).replace('"', "") + '@' + command;
 }
 
-MeantCommand meantCommand(const QByteArray &raw)
+/// A value without marks of other kinds around it that are meant for its quotation marks.
+QByteArray withoutOtherMarks(const QByteArray &raw)
 {
+    const bool isMarked =
+        !raw.isEmpty() && (raw.at(0) == '\'' || raw.at(0) == '`' || static_cast<uchar>(raw.at(0)) >= 0x80);
+    if (!isMarked)
+        return raw;
+    const QString text = textOf(raw);
+    return isInOtherQuotes(text) ? text.mid(1, text.size() - 2).toUtf8() : raw;
+}
+
+MeantCommand meantCommand(const QByteArray &written)
+{
+    const QByteArray raw = withoutOtherMarks(written);
     bool isSure = true;
     const bool isWell = isPair(raw);
     QByteArray inside = isWell ? raw.mid(1, raw.size() - 2) : withoutOwnMarks(raw, &isSure);
@@ -218,6 +233,8 @@ void Subject::readItems()
     for (const QString &text : list->value.text.split(',')) {
         const int offset = begin < list->value.at.size() ? list->value.at.at(begin) : list->valueBegin;
         items.append({text, offset, text.isEmpty() ? nullptr : entry("CMD/" + text)});
+        if (!items.last().entry)
+            missing.insert(text);
         begin += text.size() + 1;
     }
 }
@@ -271,11 +288,12 @@ void Subject::readCommands()
         bool isMisread = false;
         const bool isEscaped =
             file.bytes().mid(named->valueBegin, named->end - named->valueBegin).contains('\\');
-        if (named->semicolon >= 0 || isEscaped || !isQuotedWell(file, *named)) {
+        const bool isInOthers = isInOtherQuotes(text) && bareQuotes(file, *named).isEmpty();
+        if (named->semicolon >= 0 || isEscaped || isInOthers || !isQuotedWell(file, *named)) {
             const QString meant = meantText(*named);
             const bool isOtherwise = !meant.isEmpty() && meant != text;
             isMisread = isOtherwise;
-            if (isOtherwise && (named->semicolon >= 0 || !isQuotedWell(file, *named))) {
+            if (isOtherwise && (named->semicolon >= 0 || isInOthers || !isQuotedWell(file, *named))) {
                 text = meant;
                 at = placesOf(meant, file.bytes(), *named, textEnd(*named));
                 sign = meant.indexOf('@');
@@ -371,7 +389,7 @@ MeantText Subject::readMeant(const IniEntry &entry) const
     }
     if (!swallowsLines(file, entry) && raw.size() > 1 && raw.startsWith('"') && raw.endsWith('"'))
         raw = raw.mid(1, raw.size() - 2);
-    meant.text = textOfRaw(withLiteralBackslashes(raw), false);
+    meant.text = textOfRaw(withLiteralBackslashes(withoutOtherMarks(raw)), false);
     return meant;
 }
 
@@ -412,13 +430,134 @@ QStringList Subject::meantItems() const
     QStringList meant;
     QSet<QString> seen;
     for (const Item &item : items) {
-        const QString text = item.entry ? item.text : item.text.trimmed();
-        const bool again = verdict.mode == Verdict::Selection && seen.contains(text);
-        if (!text.isEmpty() && !again)
-            meant.append(text);
-        seen.insert(text);
+        const QStringList parts = item.entry ? QStringList() : partsOf(item);
+        for (const QString &text : parts.isEmpty() ? QStringList(item.text) : parts) {
+            const QString one = item.entry ? text : text.trimmed();
+            const bool again = verdict.mode == Verdict::Selection && seen.contains(one);
+            if (!one.isEmpty() && !again)
+                meant.append(one);
+            seen.insert(one);
+        }
     }
     return meant;
+}
+
+QStringList Subject::partsOf(const Item &item) const
+{
+    QString text = plain(textOf(item.text.toLatin1()).replace(QChar(0x201a), ',')).trimmed();
+    if (isInOtherQuotes(text))
+        text = text.mid(1, text.size() - 2);
+    if (byPath.contains("CMD/" + text))
+        return {text};
+    const QStringList parts = keysIn(QString(text).replace(',', ';').replace('.', ';'));
+    // To the reader of settings, "a/" is "a".
+    const bool isSame = parts.size() == 1 && text.contains('/');
+    return isSame ? QStringList() : parts;
+}
+
+bool Subject::hasSection(const QString &section) const
+{
+    const auto isOne = [&section](const IniLine &head) { return head.section == section; };
+    return std::any_of(file.sections().begin(), file.sections().end(), isOne);
+}
+
+namespace
+{
+
+/// A section's name without what stands around it.
+QString bareName(const QString &section)
+{
+    static const QRegularExpression marks("^[\\[({<\"'`\\s]+|[\\])}>\"'`\\s.:;]+$");
+    return plain(textOf(section.toLatin1())).remove(marks);
+}
+
+bool isNearly(const QString &name, const QString &right, int most)
+{
+    constexpr int longest = 16;
+    return name.size() <= longest && changesBetween(name.toLower(), right.toLower()) <= most;
+}
+
+} // namespace
+
+QString Subject::meantSection(const QString &section) const
+{
+    constexpr int enough = 50;
+    static const QStringList names = {"system", "CMD"};
+    if (section.isEmpty() || names.contains(section, Qt::CaseInsensitive))
+        return QString();
+    const QString seen = drawn(textOf(section.toLatin1()));
+    const auto same = [&seen](const QString &name) { return drawn(name) == seen; };
+    const auto found = std::find_if(names.begin(), names.end(), same);
+    if (found != names.end())
+        return *found;
+    static const QStringList others = {"sys", "cmds", "command", "commands"};
+    const QString name = bareName(section);
+    if (name.isEmpty() || file.sections().size() > enough)
+        return QString();
+    if (!hasSection("system") && (isNearly(name, "system", 2) || others.indexOf(name.toLower()) == 0))
+        return names.first();
+    const bool isCommands = isNearly(name, "CMD", 1) || others.indexOf(name.toLower()) > 0;
+    return !hasSection("CMD") && isCommands ? names.last() : QString();
+}
+
+QString Subject::meantSystemKey(const QString &key) const
+{
+    const QStringList &keys = systemKeys;
+    if (keys.contains(key, Qt::CaseInsensitive))
+        return QString();
+    const QString seen = drawn(textOf(key.toLatin1()));
+    const auto same = [&seen](const QString &name) { return drawn(name) == seen; };
+    const auto found = std::find_if(keys.begin(), keys.end(), same);
+    if (found != keys.end())
+        return *found;
+    static const QRegularExpression between("[-_ .]");
+    const QString name = plain(textOf(key.toLatin1())).remove(between);
+    const bool hasList = byPath.contains(listKey) || byPath.contains(directKey);
+    for (const QString &right : keys) {
+        const bool isMissing = right == keys.last() ? !byPath.contains("system/ENDGAME") : !hasList;
+        if (isMissing && isNearly(name, QString(right).remove('_'), 2))
+            return right;
+    }
+    return QString();
+}
+
+bool Subject::isOfSystem(const IniEntry &entry) const
+{
+    return entry.section == "CMD" && systemKeys.contains(entry.key) && !entry.value.text.contains('@')
+           && !byPath.contains("system/" + entry.key);
+}
+
+bool Subject::isOfCommands(const IniEntry &entry) const
+{
+    return entry.section == "system" && entry.value.text.contains('@') && !systemKeys.contains(entry.key)
+           && !byPath.contains("CMD/" + entry.key);
+}
+
+QString Subject::meantLine(const IniLine &stray) const
+{
+    static const QStringList names = {"system", "CMD"};
+    static const QRegularExpression keyAndValue("^([\\w.-]+)\\s*([=:])\\s*(.*)$");
+    const QString written = textOf(file.bytes().mid(stray.begin, stray.end - stray.begin)).trimmed();
+    const QString name = bareName(QString::fromLatin1(written.toUtf8()));
+    for (const QString &section : names) {
+        if (name.compare(section, Qt::CaseInsensitive) == 0 && !hasSection(section))
+            return '[' + section + ']';
+    }
+    const QRegularExpressionMatch match = keyAndValue.match(plain(written));
+    const QString key = match.captured(1);
+    const bool isItem =
+        missing.contains(key) || (match.captured(3).contains('@') && !written.contains(match.captured(2)));
+    const bool isSystem = systemKeys.contains(key) && !byPath.contains("system/" + key);
+    if (!match.hasMatch() || (!isItem && !isSystem))
+        return QString();
+    // The value as it is written, without what stands around it.
+    static const QRegularExpression front("^[^=:\\x{ff1d}\\x{ff1a}\\x{fe66}\\x{207c}\\x{fe55}]*.\\s*");
+    QString value = QString(written).remove(front).trimmed();
+    if (value.size() > 1 && value.startsWith('"') && value.endsWith('"'))
+        value = value.mid(1, value.size() - 2);
+    else if (isInOtherQuotes(value))
+        value = value.mid(1, value.size() - 2);
+    return isSystem ? iniLine(key, plain(value)) : iniLine(key, textOfRaw(value.toUtf8(), true));
 }
 
 bool Subject::hasFile(const QString &pathOnController) const

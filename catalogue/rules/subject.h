@@ -17,6 +17,7 @@
 #include "window/verdict.h"
 
 #include <QHash>
+#include <QSet>
 
 #include <memory>
 
@@ -117,6 +118,22 @@ public:
     QString line(const IniEntry &entry, const QString &text) const;
     /// The line with another command.
     QString commandLine(const CommandEntry &command, const QString &text) const;
+    /// A line that the tool takes for none, as a section or as a key with its value, where that is what it
+    /// looks like; empty where it does not.
+    QString meantLine(const IniLine &stray) const;
+    /// The section of the tool's that one was meant to be which it does not know; empty where it is one of
+    /// them, differs in capitals only, or is none.
+    QString meantSection(const QString &section) const;
+    /// The same of a key of [system].
+    QString meantSystemKey(const QString &key) const;
+    bool hasSection(const QString &section) const;
+    /// A line of [CMD] whose key the tool looks for in [system], and finds none there.
+    bool isOfSystem(const IniEntry &entry) const;
+    /// A line of [system] that could be an operation, of which there is none in [CMD].
+    bool isOfCommands(const IniEntry &entry) const;
+    /// The keys of [CMD] that an item was meant to be which is none: one that is written otherwise, or
+    /// several between which there is something else than a comma. Empty where it cannot be any.
+    QStringList partsOf(const Item &item) const;
     /// A name for an operation that has none, after its key.
     QString nameFor(const IniEntry &entry) const;
     /// What makes a comment of the entry, of all its lines.
@@ -141,6 +158,7 @@ private:
 
     QHash<QString, const IniEntry *> byPath;
     QVector<const IniEntry *> textLines;      ///< see textEntries()
+    QSet<QString> missing;                    ///< items that name no line
     mutable QHash<int, MeantText> meantTexts; ///< by the beginnings of their entries
     std::unique_ptr<IniFile> lineByLine;      ///< where it differs
 };

@@ -17,34 +17,16 @@
 namespace
 {
 
+/// Whether there is nothing in it but what a plain keyboard writes, and shows.
+bool isPlain(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](QChar character) { return character >= ' ' && character < QChar(0x7f); });
+}
+
 bool isAscii(const QString &text)
 {
     return std::all_of(text.begin(), text.end(), [](QChar character) { return character.unicode() < 0x80; });
-}
-
-QString codeOf(QChar character)
-{
-    return "U+" + QString::number(character.unicode(), 16).toUpper().rightJustified(4, '0');
-}
-
-/// The number, and the character itself where there is something to be seen of it.
-QString named(QChar character)
-{
-    static const QHash<ushort, QString> names = {
-        {0x00a0, "a no-break space"},     {0x00ad, "a soft hyphen"},
-        {0x200b, "a zero-width space"},   {0x200c, "a zero-width non-joiner"},
-        {0x200d, "a zero-width joiner"},  {0x200e, "a left-to-right mark"},
-        {0x200f, "a right-to-left mark"}, {0x202f, "a narrow no-break space"},
-        {0x2060, "a word joiner"},        {0x3000, "an ideographic space"},
-        {0xfeff, "a byte-order mark"},    {0x2028, "a line separator"}};
-    const QString known = names.value(character.unicode());
-    if (!known.isEmpty())
-        return known + " (" + codeOf(character) + ')';
-    if (character.isSpace())
-        return "a blank of another kind (" + codeOf(character) + ')';
-    if (character.category() == QChar::Other_Format)
-        return "an invisible character (" + codeOf(character) + ')';
-    return '"' + QString(character) + "\" (" + codeOf(character) + ')';
 }
 
 /// Where in the file the character of the entry is written, as it is or as an escape.
@@ -59,20 +41,6 @@ int offsetOf(const Subject &subject, const IniEntry &entry, QChar character)
     return escape < 0 ? entry.begin : entry.begin + escape;
 }
 
-/// Nothing is drawn for it.
-bool isInvisible(QChar character)
-{
-    return character.unicode() >= 0x80
-           && (character.category() == QChar::Other_Format || character.category() == QChar::Separator_Line
-               || character.category() == QChar::Separator_Paragraph);
-}
-
-/// It looks like a blank, but separates nothing.
-bool isOtherBlank(QChar character)
-{
-    return character.unicode() >= 0x80 && character.isSpace() && !isInvisible(character);
-}
-
 /// Whether it is there for a reason: it joins the letters of a script that needs it, or orders those that are
 /// written from the right.
 bool isNeeded(const QString &text, int at)
@@ -85,6 +53,8 @@ bool isNeeded(const QString &text, int at)
         return one.direction() == QChar::DirR || one.direction() == QChar::DirAL;
     };
     const ushort code = text.at(at).unicode();
+    if (code >= 0xfe00 && code <= 0xfe0f) // chooses how the character in front of it is drawn
+        return at > 0 && (text.at(at - 1).unicode() >= 0x2000 || text.at(at - 1).isSurrogate());
     if (code == 0x200c || code == 0x200d)
         return isOfScript(at - 1) && isOfScript(at + 1);
     const bool isMark =
@@ -96,7 +66,8 @@ bool isNeeded(const QString &text, int at)
 int firstUnseen(const QString &text, bool isName)
 {
     for (int i = 0; i < text.size(); ++i) {
-        if ((isInvisible(text.at(i)) && !isNeeded(text, i)) || (!isName && isOtherBlank(text.at(i))))
+        if ((isInvisible(text.at(i)) && !isNeeded(text, i)) || (!isName && isOtherBlank(text.at(i)))
+            || (isName && text.at(i) == '\t'))
             return i;
     }
     return -1;
@@ -106,7 +77,7 @@ QString withoutUnseen(const QString &text, bool isName)
 {
     QString seen;
     for (int i = 0; i < text.size(); ++i) {
-        if (isOtherBlank(text.at(i)) && !isName)
+        if ((isOtherBlank(text.at(i)) && !isName) || (text.at(i) == '\t' && isName))
             seen += ' ';
         else if (!isInvisible(text.at(i)) || isNeeded(text, i))
             seen += text.at(i);
@@ -114,18 +85,50 @@ QString withoutUnseen(const QString &text, bool isName)
     return seen;
 }
 
+/// The bytes of one character.
+QByteArray characterAt(const QByteArray &bytes, int at, int end)
+{
+    const int size = (bytes.at(at) & 0xe0) == 0xc0 ? 2 : (bytes.at(at) & 0xf0) == 0xe0 ? 3 : 1;
+    return bytes.mid(at, qMin(size, end - at));
+}
+
+/// Null where it is none of two bytes in UTF-16.
+QChar characterOf(const QByteArray &one)
+{
+    const QString text = textOf(one);
+    return text.size() == 1 && text.at(0) != QChar::ReplacementCharacter ? text.at(0) : QChar();
+}
+
 /// Its UTF-8 in these bytes, taken away.
 QVector<Edit> withoutUnseenIn(const QByteArray &bytes, int begin, int end)
 {
     QVector<Edit> edits;
     for (int at = begin; at < end;) {
-        const int size = (bytes.at(at) & 0xe0) == 0xc0 ? 2 : (bytes.at(at) & 0xf0) == 0xe0 ? 3 : 1;
-        const QString text = QString::fromUtf8(bytes.constData() + at, qMin(size, end - at));
-        if (size > 1 && text.size() == 1 && (isInvisible(text.at(0)) || isOtherBlank(text.at(0))))
-            edits.append({at, at + size, ""});
-        at += size;
+        const QByteArray one = characterAt(bytes, at, end);
+        const QChar character = characterOf(one);
+        if (isInvisible(character) || isOtherBlank(character))
+            edits.append({at, at + one.size(), ""});
+        at += one.size();
     }
     return edits;
+}
+
+/// In a line that the tool takes for none, and that is a section, a remark or nothing without it.
+void inStrayLines(const Subject &subject, Collector &findings)
+{
+    const QByteArray &bytes = subject.file.bytes();
+    for (const IniLine &stray : subject.asWritten().strayLines()) {
+        const QVector<Edit> edits = withoutUnseenIn(bytes, stray.begin, stray.end);
+        if (edits.isEmpty() || subject.file.hasByteOrderMark())
+            continue;
+        const QString line = plain(textOf(bytes.mid(stray.begin, stray.end - stray.begin))).trimmed();
+        if (!line.isEmpty() && !line.startsWith('[') && !line.startsWith(';'))
+            continue;
+        const Edit &first = edits.first();
+        findings.mend(edits, first.begin,
+                      QString("Here is %1, which nobody sees: the tool does not know this line with it")
+                          .arg(named(characterOf(bytes.mid(first.begin, first.end - first.begin)))));
+    }
 }
 
 void inKeysAndLists(const Subject &subject, Collector &findings)
@@ -140,7 +143,7 @@ void inKeysAndLists(const Subject &subject, Collector &findings)
         const Edit &first = edits.first();
         findings.mend(edits, first.begin,
                       QString("Here is %1: two keys with and without it look the same and are not")
-                          .arg(named(textOf(bytes.mid(first.begin, first.end - first.begin)).at(0))));
+                          .arg(named(characterOf(bytes.mid(first.begin, first.end - first.begin)))));
     }
 }
 
@@ -167,6 +170,7 @@ bool isUnseen(QChar character)
 
 void invisibleCharacter(const Subject &subject, Collector &findings)
 {
+    inStrayLines(subject, findings);
     inKeysAndLists(subject, findings);
     inScripts(subject, findings, isUnseen, "which nobody sees and the shell takes for a letter");
     for (const auto &script : subject.uses.scripts) {
@@ -177,52 +181,25 @@ void invisibleCharacter(const Subject &subject, Collector &findings)
                 "sed -i '1s/^...//' " + shellWord(script->path), {{0, 3, ""}});
     }
     for (const CommandEntry &command : subject.commands) {
-        if (isAscii(command.name) && isAscii(command.command))
+        if (isPlain(command.name) && isPlain(command.command))
             continue;
         const int inName = firstUnseen(command.name, true);
         const int inCommand = firstUnseen(command.command, false);
         if (inName < 0 && inCommand < 0)
             continue;
+        const QString right = withoutUnseen(command.name, true) + '@' + withoutUnseen(command.command, false);
+        if (right.startsWith('@'))
+            findings.askAuthor(); // no name is left, and the reader may take such a value for something else
         const QChar character = inCommand >= 0 ? command.command.at(inCommand) : command.name.at(inName);
         findings.replace(
             *command.entry, offsetOf(subject, *command.entry, character),
             QString("Here is %1, which nobody sees and the %2")
                 .arg(named(character), inCommand >= 0 ? "program gets" : "name is another one with"),
-            subject.line(*command.entry,
-                         withoutUnseen(command.name, true) + '@' + withoutUnseen(command.command, false)));
+            subject.line(*command.entry, right));
     }
 }
 
 // --- Punctuation from another keyboard ------------------------------------------------------------------
-
-/// The ASCII character that was meant by one of another keyboard; null where it is none, or is one itself.
-QChar asciiFor(QChar character)
-{
-    if (character.unicode() < 0x80)
-        return QChar();
-    static const QHash<ushort, char> others = {{0x3001, ','},  {0x3002, '.'},  {0x060c, ','}, {0x061b, ';'},
-                                               {0x2212, '-'},  {0x2044, '/'},  {0x2215, '/'}, {0x2018, '\''},
-                                               {0x2019, '\''}, {0x201a, '\''}, {0x201b, '\''}};
-    if (others.contains(character.unicode()))
-        return QLatin1Char(others.value(character.unicode()));
-    const QString meant = QString(character).normalized(QString::NormalizationForm_KC);
-    const bool isPlain = meant.size() == 1 && meant.at(0).unicode() > ' ' && meant.at(0).unicode() < 0x7f;
-    if (isPlain)
-        return meant.at(0);
-    switch (character.category()) {
-    case QChar::Punctuation_InitialQuote:
-    case QChar::Punctuation_FinalQuote:
-        return character.unicode() == 0x2039 || character.unicode() == 0x203a ? '\'' : '"';
-    case QChar::Punctuation_Dash:
-        return '-';
-    case QChar::Punctuation_Open: // a quotation mark at the bottom of the line
-        return character.unicode() == 0x201e ? QChar('"') : QChar();
-    default:
-        return meant.size() == 1 && others.contains(meant.at(0).unicode())
-                   ? QChar(QLatin1Char(others.value(meant.at(0).unicode())))
-                   : QChar();
-    }
-}
 
 int firstForeign(const QString &text, const QString &meant = QString())
 {
@@ -243,11 +220,23 @@ QString inAscii(QString text)
     return text;
 }
 
-QString looksLike(QChar character)
+QString looksLike(QChar character, QChar meant)
 {
     return QString("Here is %1, not %2")
-        .arg(named(character), asciiFor(character) == '"' ? "a straight quotation mark"
-                                                          : QString('"') + asciiFor(character) + '"');
+        .arg(named(character), meant == '"' ? "a straight quotation mark" : QString('"') + meant + '"');
+}
+
+QString looksLike(QChar character)
+{
+    return looksLike(character, asciiFor(character));
+}
+
+/// What somebody separates items with who has no comma: other commas and semicolons, full stops between them,
+/// and a quotation mark that looks like a comma.
+bool isForeignComma(QChar character)
+{
+    const QChar ascii = asciiFor(character);
+    return ascii == ',' || ascii == ';' || ascii == '.' || character == QChar(0x201a);
 }
 
 void inTheList(const Subject &subject, Collector &findings)
@@ -259,24 +248,70 @@ void inTheList(const Subject &subject, Collector &findings)
     QChar character;
     for (const Item &item : subject.items) {
         const QString text = textOf(item.text.toLatin1());
-        const int at = item.entry ? -1 : firstForeign(text, ",;");
-        if (at < 0) {
+        const auto found = item.entry ? text.end() : std::find_if(text.begin(), text.end(), isForeignComma);
+        if (found == text.end()) {
             items.append(item.text);
             continue;
         }
         if (first < 0) {
             first = item.offset;
-            character = text.at(at);
+            character = *found;
         }
         QString right = text;
-        for (QChar &one : right)
-            one = QString(",;").contains(asciiFor(one)) && !asciiFor(one).isNull() ? QChar(',') : one;
+        std::replace_if(right.begin(), right.end(), isForeignComma, QChar(','));
         for (const QString &part : right.split(',', QString::SkipEmptyParts))
             items.append(QString::fromLatin1(part.trimmed().toUtf8()));
     }
     if (first >= 0)
         findings.replace(*subject.list, offsetOf(subject, *subject.list, character),
-                         looksLike(character) + ": it separates no items", subject.listLine(items));
+                         looksLike(character, ',') + ": it separates no items", subject.listLine(items));
+}
+
+/// Quotation marks of other kinds around a whole value.
+void aroundValues(const Subject &subject, Collector &findings)
+{
+    for (const IniEntry *entry : subject.textEntries()) {
+        const int end = subject.textEnd(*entry);
+        const QByteArray raw = subject.file.bytes().mid(entry->valueBegin, end - entry->valueBegin).trimmed();
+        if (raw.isEmpty() || raw.startsWith('"'))
+            continue;
+        const QString text = textOf(raw);
+        if (!isInOtherQuotes(text))
+            continue;
+        const bool isCommand = entry->path().startsWith("CMD/");
+        const QString message = isCommand
+                                    ? "%1: it is part of the name, and the one at the end of the command"
+                                    : "%1: it is part of the first item, and the one at the end of the last";
+        QStringList items;
+        for (const QString &item : subject.meantText(*entry).split(',', QString::SkipEmptyParts))
+            items.append(item.trimmed());
+        findings.replace(*entry, offsetOf(subject, *entry, text.at(0)),
+                         message.arg(looksLike(text.at(0), '"')),
+                         isCommand ? subject.line(*entry, subject.meantText(*entry))
+                                   : subject.line(*entry, items.join(',')));
+    }
+}
+
+/// Lines that are a section, or a key with a value, to the eye only.
+void inForeignLines(const Subject &subject, Collector &findings)
+{
+    const QByteArray &bytes = subject.file.bytes();
+    for (const IniLine &stray : subject.asWritten().strayLines()) {
+        const QString written = textOf(bytes.mid(stray.begin, stray.end - stray.begin));
+        const QString right = subject.meantLine(stray);
+        const auto isOfOther = [](QChar character) {
+            return QString("[]=:\"'").contains(asciiFor(character));
+        };
+        const auto found = std::find_if(written.begin(), written.end(), isOfOther);
+        if (right.isEmpty() || found == written.end())
+            continue;
+        const QChar bracket = found == written.begin() ? '[' : ']';
+        const QChar meant = right.startsWith('[') ? bracket : QChar('=');
+        findings.replace(stray.begin, stray.end,
+                         stray.begin
+                             + written.left(static_cast<int>(found - written.begin())).toUtf8().size(),
+                         looksLike(*found, meant) + ": the tool does not know this line", right);
+    }
 }
 
 void foreignSeparator(const Subject &subject, Collector &findings)
@@ -292,16 +327,8 @@ void foreignSeparator(const Subject &subject, Collector &findings)
                          looksLike(command.name.at(at)) + ": all of this is the name, and nothing is run",
                          subject.line(*command.entry, right));
     }
-    for (const CommandEntry &command : subject.commands) {
-        const QString text = command.name + '@' + command.command;
-        const bool isAround =
-            command.ats > 0 && asciiFor(text.at(0)) == '"' && asciiFor(text.at(text.size() - 1)) == '"';
-        if (isAround)
-            findings.replace(*command.entry, offsetOf(subject, *command.entry, text.at(0)),
-                             looksLike(text.at(0))
-                                 + ": it is part of the name, and the one at the end of the command",
-                             subject.line(*command.entry, text.mid(1, text.size() - 2)));
-    }
+    aroundValues(subject, findings);
+    inForeignLines(subject, findings);
 }
 
 bool isForeign(QChar character)
@@ -314,8 +341,7 @@ void foreignPunctuation(const Subject &subject, Collector &findings)
     inScripts(subject, findings, isForeign, "which is a letter like any other to the shell");
     for (const CommandEntry &command : subject.commands) {
         const int at = firstForeign(command.command);
-        const bool isAround = asciiFor((command.name + '@').at(0)) == '"';
-        if (at < 0 || isAround)
+        if (at < 0)
             continue;
         findings.replace(*command.entry, offsetOf(subject, *command.entry, command.command.at(at)),
                          looksLike(command.command.at(at)) + ": to the program it is a letter like any other",
@@ -384,7 +410,8 @@ int strangerIn(const QString &text, int least)
 /// Letters of another alphabet only, all of which are drawn like Latin ones.
 bool isAsIfLatin(const QString &program)
 {
-    return !program.isEmpty() && program.at(0).unicode() >= 0x80 && isAscii(drawn(program));
+    return !program.isEmpty() && program.at(0).unicode() >= 0x80 && program.at(0).isLetter()
+           && asciiFor(program.at(0)).isNull() && isAscii(drawn(program));
 }
 
 void mixedScripts(const Subject &subject, Collector &findings)
@@ -417,6 +444,13 @@ void mixedScripts(const Subject &subject, Collector &findings)
 /// Those that are in no section, and would mean something in one.
 void keyBeforeSection(const Subject &subject, Collector &findings)
 {
+    const QVector<IniLine> &strays = subject.asWritten().strayLines();
+    const auto isHead = [&subject](const IniLine &stray) {
+        const QByteArray line = subject.file.bytes().mid(stray.begin, stray.end - stray.begin);
+        return subject.meantLine(stray).startsWith('[') || plain(textOf(line)).trimmed().startsWith('[');
+    };
+    if (std::any_of(strays.begin(), strays.end(), isHead))
+        return; // told as that
     static const QStringList systemKeys = {"CMD_List", "CMD_Type", "ENDGAME"};
     const int firstHead = subject.file.sections().isEmpty() ? subject.file.bytes().size()
                                                             : subject.file.sections().first().begin;
@@ -432,6 +466,15 @@ void keyBeforeSection(const Subject &subject, Collector &findings)
         allSystem = allSystem && isSystem;
         isTaken = isTaken || subject.entry("system/" + entry.key);
         lost.append(&entry);
+    }
+    for (const IniEntry &entry : subject.file.entries()) {
+        const bool isOfSystem = subject.isOfSystem(entry);
+        if (isOfSystem || subject.isOfCommands(entry))
+            findings.advise(
+                entry.begin,
+                "This key stands in another section than the one in which the tool looks for it, so "
+                "it is never read",
+                QString("the same line below %1").arg(isOfSystem ? "[system]" : "[CMD]"));
     }
     for (const IniEntry *entry : qAsConst(lost)) {
         const QString section = systemKeys.contains(entry->key) ? "[system]" : "[CMD]";
@@ -469,7 +512,7 @@ QVector<Rule> textRules()
     return {
         {"invisible-character", Severity::Warning, invisibleCharacter, isRewritten | AddsOperations, nullptr},
         {"foreign-separator", Severity::Error, foreignSeparator,
-         isRewritten | AddsOperations | DropsRepetitions, nullptr},
+         isRewritten | AddsOperations | DropsRepetitions | ChangesEnding, nullptr},
         {"foreign-punctuation", Severity::Warning, foreignPunctuation, ChangesCommands, nullptr},
         {"lookalike-name", Severity::Warning, lookalikeName, AsksAuthor, "what the other one is called"},
         {"mixed-scripts", Severity::Warning, mixedScripts, AsksAuthor, "which alphabet was meant"},

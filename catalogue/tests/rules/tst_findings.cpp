@@ -721,6 +721,80 @@ void TestFindings::aCatalogueTriggersWhatItShould_data()
     row("a comma of another keyboard",
         "[system]\nCMD_List=\"a\xef\xbc\x8c\x62\"\n[CMD]\na=\"A@x\"\nb=\"B@y\"\n",
         {"foreign-separator", "item-without-command"});
+    const auto list = [&row](const char *name, const QByteArray &lists, const QStringList &ids) {
+        row(name, "[system]\n" + lists + "\n[CMD]\na=\"A@x\"\nb=\"B@y\"\n", ids);
+    };
+    list("a quotation mark for a comma",
+         "CMD_List=\"a\xe2\x80\x9a"
+         "b\"",
+         {"foreign-separator", "item-without-command"});
+    list("a full stop for a comma",
+         "CMD_List=\"a\xe3\x80\x82"
+         "b\"",
+         {"foreign-separator", "item-without-command"});
+    list("a semicolon for a comma", "CMD_List=\"a;b\"", {"item-without-command"});
+    list("another character for a comma", "CMD_List=\"a|b\"", {"item-without-command"});
+    list("typographic quotation marks around the list",
+         "CMD_List=\xe2\x80\x9c"
+         "a,b\xe2\x80\x9d",
+         {"foreign-separator"});
+    list("single quotation marks around the list", "CMD_List='a,b'", {"foreign-separator"});
+    list("a misspelt list", "CMDList=\"a,b\"", {"lookalike-key"});
+    list("a misspelt ENDGAME", "CMD_List=\"a,b\"\nENDGANE=false", {"lookalike-key"});
+    list("a list that is kept for later", "CMD_List=\"a,b\"\nCMD_List2=\"a\"", {"unknown-key"});
+    list("typographic quotation marks around ENDGAME",
+         "CMD_List=\"a,b\"\nENDGAME=\xe2\x80\x9c"
+         "false\xe2\x80\x9d",
+         {"endgame-value"});
+    list("an equals sign of another keyboard",
+         "CMD_List=\"a,b\"\nENDGAME\xef\xbc\x9d"
+         "\"false\"",
+         {"foreign-separator"});
+    list("a list with an equals sign of another keyboard",
+         "CMD_List\xef\xbc\x9d"
+         "\"a,b\"",
+         {"foreign-separator"});
+    list("a colon for an equals sign", "CMD_List=\"a,b\"\nENDGAME: false", {"ignored-line"});
+    list("a byte-order mark in front of a key",
+         "CMD_List=\"a,b\"\n\xef\xbb\xbf"
+         "ENDGAME=false",
+         {"invisible-character", "lookalike-key"});
+    list("a byte-order mark by itself", "CMD_List=\"a,b\"\n\xef\xbb\xbf", {"invisible-character"});
+    const auto head = [&row](const char *name, const QByteArray &section, const QStringList &ids) {
+        row(name, "[system]\nCMD_List=\"a\"\n" + section + "\na=\"A@x\"\n", ids);
+    };
+    head("brackets of another keyboard",
+         "\xef\xbc\xbb"
+         "CMD\xef\xbc\xbd",
+         {"foreign-separator"});
+    head("other brackets of another keyboard",
+         "\xe3\x80\x90"
+         "CMD\xe3\x80\x91",
+         {"foreign-separator"});
+    head("one bracket of another keyboard", "[CMD\xef\xbc\xbd", {"broken-section", "lookalike-key"});
+    head("a section without brackets", "CMD", {"ignored-line"});
+    head("a byte-order mark in front of a section", "\xef\xbb\xbf[CMD]", {"invisible-character"});
+    head("a misspelt section", "[Commands]", {"lookalike-key"});
+    head("a section in brackets twice", "[[CMD]]", {"lookalike-key"});
+    head("no section for the commands", "", {"key-before-section"});
+    row("a section of another's", "[system]\nCMD_List=\"a\"\n[CMD]\na=\"A@x\"\n[Commands]\nb=\"B@y\"\n",
+        {"unknown-key"});
+    row("ENDGAME among the commands", "[system]\nCMD_List=\"a\"\n[CMD]\na=\"A@x\"\nENDGAME=false\n",
+        {"key-before-section"});
+    row("an operation that is called ENDGAME",
+        "[system]\nCMD_List=\"a,ENDGAME\"\n[CMD]\na=\"A@x\"\nENDGAME=\"B@y\"\n", {});
+    line("single quotation marks around a value", "'A@cp /opt/a /opt/b'", {"foreign-separator"});
+    line("primes around a value",
+         "\xe2\x80\xb2"
+         "A@x\xe2\x80\xb2",
+         {"foreign-separator", "raw-utf8"});
+    line("an apostrophe in a name", "Don't stop@x", {});
+    line("quotation marks of the command's own", "'A' B@echo 'x'", {"shell-quote"});
+    line("a control character in a command", "\"A@cp /o\\x1bpt /b\"", {"invisible-character"});
+    line("a tab in a name", "\"A\tB@x\"", {"invisible-character"});
+    line("a tab between words", "\"A@cp\t/a /b\"", {});
+    line("a filler in a name", "\"A\\x3164 B@x\"", {"invisible-character"});
+    line("a sign and how it is drawn", "\"\\x26a0\\xfe0f A@x\"", {});
     // Programs that wait for input, or for nothing.
     line("a filter without a file", "\"A@sed s/a/b/\"", {"needs-terminal"});
     line("a filter with a file", "\"A@sed -i s/a/b/ /opt/a\"", {});
