@@ -12,7 +12,9 @@ namespace
 const char hostilePieces[] =
     R"(\x20 \x09 , ; @ = " "" """ ' \\ \\n \\t \\" \\\\ \\x4e2d \\xe4 \\x41b \\x \\0 \\101 \\q % %20 %U4e2d / | > $A * ~ )"
     R"(sh .sh bash ts_calibrate TSTAPP /mnt/upgrade/x reboot sync # [ ] ( ) @@ @Invalid() @ByteArray(a) @String(b) )"
-    R"(\xc3\xa4 \xe4\xb8\xad \xf0\x9f\x98\x80 \xe4 \xff \x01 \x1b \x7f \x00 \x0b \xa0 \xc2\xa0 a b name -f)";
+    R"(\xc3\xa4 \xe4\xb8\xad \xf0\x9f\x98\x80 \xe4 \xff \x01 \x1b \x7f \x00 \x0b \xa0 \xc2\xa0 a b name -f )"
+    // What another keyboard has, what looks like something else, and what is not seen.
+    R"(\xef\xbc\x8c \xef\xbc\xa0 \xef\xbc\x9d \xe2\x80\x9c \xe2\x80\x9d \xe2\x80\x99 \xe2\x80\x9a \xef\xbb\xbf \xe2\x80\x8b \xe3\x80\x80 \xd0\xb0 \xe3\x85\xa4)";
 
 QByteArray unescaped(const QByteArray &piece)
 {
@@ -96,6 +98,8 @@ QByteArray Generator::written(const QByteArray &text)
 {
     if (oneIn(3))
         return text;
+    if (oneIn(30))
+        return oneIn(2) ? '\'' + text + '\'' : "\xe2\x80\x9c" + text + "\xe2\x80\x9d";
     QByteArray inside = text;
     if (!oneIn(4))
         inside.replace('\\', "\\\\").replace('"', "\\\"");
@@ -107,14 +111,17 @@ QByteArray Generator::list(int operations)
 {
     QByteArray items;
     for (int i = 0; i < operations; ++i)
-        items += (i > 0 ? oneIn(30) ? oneOf(",, ,\\x20 ; \\x20,") : QByteArray(",") : QByteArray()) + key(i);
+        items +=
+            (i > 0 ? oneIn(30) ? oneOf(",, ,\\x20 ; \\x20, |") : QByteArray(",") : QByteArray()) + key(i);
     return oneIn(8) ? items : '"' + items + '"';
 }
 
 QByteArray Generator::systemSection(int operations, const QByteArray &end)
 {
     QByteArray text =
-        oneIn(25) ? oneOf("[System] [system [\\x20system\\x20] [general] [%General]") : "[system]";
+        oneIn(25) ? oneOf("[System] [system [\\x20system\\x20] [general] [%General] \\xef\\xbc\\xbbsystem] "
+                          "[sys] system")
+                  : "[system]";
     text += end;
     if (!oneIn(4))
         text += "CMD_List" + oneOf("= \\x20=\\x20 =\\x09") + list(operations) + end;
@@ -128,10 +135,15 @@ QByteArray Generator::systemSection(int operations, const QByteArray &end)
 
 QByteArray Generator::commandSection(int operations, const QByteArray &end)
 {
-    QByteArray text = (oneIn(25) ? oneOf("[cmd] [CMD [C%4dD] [CMD]\\x20x=y") : "[CMD]") + end;
+    QByteArray text =
+        (oneIn(25) ? oneOf("[cmd] [CMD [C%4dD] [CMD]\\x20x=y \\xe3\\x80\\x90CMD\\xe3\\x80\\x91 CMD "
+                           "\\xef\\xbb\\xbf[CMD] [CMDs]")
+                   : "[CMD]")
+        + end;
     for (int i = 0; i < operations; ++i) {
         if (!oneIn(30))
-            text += key(i) + oneOf("= \\x20=\\x20 =") + written(value()) + end;
+            text += key(i) + (oneIn(40) ? oneOf("\\xef\\xbc\\x9d :") : oneOf("= \\x20=\\x20 ="))
+                    + written(value()) + end;
         if (oneIn(40))
             text += oneOf("#a=b ;\\x20comment nonsense [other] [CMD] =x \"") + end;
     }
