@@ -357,6 +357,11 @@ bool swallowsLines(const IniFile &file, const IniEntry &entry)
     return entry.openQuote || (!onOneLine && !bareQuotes(file, entry).isEmpty());
 }
 
+bool isKeyOfLines(const IniFile &file, const IniEntry &entry)
+{
+    return lineEnd(file.bytes(), entry.begin) < entry.keyEnd;
+}
+
 int lineEnd(const QByteArray &bytes, int from)
 {
     while (from < bytes.size() && bytes.at(from) != '\n' && bytes.at(from) != '\r')

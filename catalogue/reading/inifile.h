@@ -138,6 +138,9 @@ bool isQuotedWell(const IniFile &file, const IniEntry &entry);
 /// Whether a quotation mark carries the value over the end of its line.
 bool swallowsLines(const IniFile &file, const IniEntry &entry);
 
+/// Whether one carries the key over the end of its line.
+bool isKeyOfLines(const IniFile &file, const IniEntry &entry);
+
 /// The end of the line, as the text shows it, that this byte is on.
 int lineEnd(const QByteArray &bytes, int from);
 

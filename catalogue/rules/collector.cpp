@@ -126,6 +126,12 @@ void Collector::replace(int begin, int end, int offset, const QString &message, 
     mend({{begin, end, right.toUtf8()}}, offset, message);
 }
 
+void Collector::commentOut(const IniEntry &entry, const QString &message)
+{
+    asks = asks || swallowsLines(subject.file, entry) || isKeyOfLines(subject.file, entry);
+    mend(subject.commentedOut(entry), entry.begin, message);
+}
+
 void Collector::addOther(const QString &path, const QString &message, const QString &right,
                          const QVector<Edit> &edits)
 {

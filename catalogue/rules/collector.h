@@ -39,6 +39,9 @@ public:
     /// At a place in an entry, whose line is `right` then; a comment behind its value stays.
     void replace(const IniEntry &entry, int offset, const QString &message, const QString &right);
     void replace(int begin, int end, int offset, const QString &message, const QString &right);
+    /// At an entry, which becomes a comment. The author is asked where an open quotation mark made other
+    /// lines part of it, which would go with it.
+    void commentOut(const IniEntry &entry, const QString &message);
     /// On another file of the medium, or on the medium; the edits are in that file.
     void addOther(const QString &path, const QString &message, const QString &right,
                   const QVector<Edit> &edits = {});

@@ -190,8 +190,7 @@ void bothLists(const Subject &subject, Collector &findings)
 {
     const IniEntry *direct = subject.entry("system/CMD_Type");
     if (direct && subject.entry("system/CMD_List"))
-        findings.mend(subject.commentedOut(*direct), direct->begin,
-                      "CMD_Type is not looked at, because there is a CMD_List");
+        findings.commentOut(*direct, "CMD_Type is not looked at, because there is a CMD_List");
 }
 
 void blankAfterComma(const Subject &subject, Collector &findings)
@@ -273,9 +272,8 @@ void duplicateKey(const Subject &subject, Collector &findings)
     for (const IniEntry &entry : subject.file.entries()) {
         const IniEntry *last = subject.entry(entry.path());
         if (last != &entry)
-            findings.mend(subject.commentedOut(entry), entry.begin,
-                          QString("\"%1\" is defined again on line %2, and that one counts")
-                              .arg(subject.rawKey(entry), lineNumber(subject, *last)));
+            findings.commentOut(entry, QString("\"%1\" is defined again on line %2, and that one counts")
+                                           .arg(subject.rawKey(entry), lineNumber(subject, *last)));
     }
 }
 
@@ -317,7 +315,7 @@ void unlistedKey(const Subject &subject, Collector &findings)
         if (canBeListed(entry->key))
             findings.replace(list.begin, list.end, entry->begin, message, right);
         else
-            findings.mend(subject.commentedOut(*entry), entry->begin, message);
+            findings.commentOut(*entry, message);
     }
 }
 
@@ -372,8 +370,8 @@ void percentInKey(const Subject &subject, Collector &findings)
 int blankInKey(const Subject &subject, const IniEntry &entry)
 {
     const int blank = subject.file.bytes().indexOf(' ', entry.begin);
-    const bool isInKey = entry.section == "CMD" && blank >= 0 && blank < entry.keyEnd
-                         && lineEnd(subject.file.bytes(), entry.begin) >= entry.keyEnd;
+    const bool isInKey =
+        entry.section == "CMD" && blank >= 0 && blank < entry.keyEnd && !isKeyOfLines(subject.file, entry);
     return isInKey && !entry.key.startsWith('#') ? blank : -1;
 }
 
@@ -454,8 +452,8 @@ void unknownKey(const Subject &subject, Collector &findings)
         const bool isDrawnSo = !subject.meantSection(entry.section).isEmpty() || subject.isOfCommands(entry)
                                || (entry.section == "system" && !subject.meantSystemKey(entry.key).isEmpty());
         if (!known && !isDrawnSo && !nearlyCommand && !entry.key.startsWith('#'))
-            findings.mend(subject.commentedOut(entry), entry.begin,
-                          QString("The tool does not know \"%1\" and never reads it").arg(entry.path()));
+            findings.commentOut(
+                entry, QString("The tool does not know \"%1\" and never reads it").arg(entry.path()));
     }
 }
 
@@ -492,8 +490,8 @@ void endgameUnused(const Subject &subject, Collector &findings)
 {
     const IniEntry *entry = subject.entry("system/ENDGAME");
     if (entry && subject.verdict.mode == Verdict::Direct)
-        findings.mend(subject.commentedOut(*entry), entry->begin,
-                      "ENDGAME is not looked at in direct mode: write the closing commands yourself");
+        findings.commentOut(*entry,
+                            "ENDGAME is not looked at in direct mode: write the closing commands yourself");
 }
 
 void duplicateName(const Subject &subject, Collector &findings)
@@ -544,22 +542,23 @@ void needsScrolling(const Subject &subject, Collector &findings)
 
 QVector<Rule> listRules()
 {
+    const char *const whereItEnds = "where its value ends"; // of one that an open quotation mark carries on
     return {
         {"lookalike-key", Severity::Error, lookalikeKey, AsksAuthor, "which spelling is meant"},
         {"no-list", Severity::Error, noList, AsksAuthor, "which operations are offered"},
-        {"both-lists", Severity::Warning, bothLists, ChangesNothing, nullptr},
+        {"both-lists", Severity::Warning, bothLists, ChangesNothing, whereItEnds},
         {"blank-after-comma", Severity::Error, blankAfterComma, AddsOperations | DropsRepetitions, nullptr},
         {"empty-item", Severity::Warning, emptyItem, AddsOperations | DropsRepetitions,
          "which operations are offered"},
         {"item-without-command", Severity::Error, itemWithoutCommand, AsksAuthor, "what the item runs"},
-        {"duplicate-key", Severity::Warning, duplicateKey, ChangesNothing, nullptr},
+        {"duplicate-key", Severity::Warning, duplicateKey, ChangesNothing, whereItEnds},
         {"unlisted-key", Severity::Warning, unlistedKey, AsksAuthor, "whether it is to be offered"},
         {"wrong-capitals", Severity::Error, wrongCapitals, AddsOperations | ChangesEnding, nullptr},
         {"percent-in-key", Severity::Error, percentInKey, AddsOperations, nullptr},
         {"space-in-key", Severity::Warning, spaceInKey, ChangesNothing, "what the key is to be called"},
         {"unknown-key", Severity::Warning, unknownKey, ChangesNothing, "which key was meant"},
         {"endgame-value", Severity::Warning, endgameValue, ChangesEnding, "whether the controller reboots"},
-        {"endgame-unused", Severity::Warning, endgameUnused, ChangesNothing, nullptr},
+        {"endgame-unused", Severity::Warning, endgameUnused, ChangesNothing, whereItEnds},
         {"duplicate-name", Severity::Error, duplicateName, AddsOperations | DropsRepetitions,
          "what the other one is called"},
         {"needs-scrolling", Severity::Note, needsScrolling, AsksAuthor, "what can do without being offered"},

@@ -213,7 +213,8 @@ void Subject::read()
     for (const IniEntry &entry : file.entries()) {
         const QString path = entry.path();
         byPath.insert(path, &entry);
-        if (path.startsWith("CMD/") || path == listKey || path == directKey)
+        const bool isText = path.startsWith("CMD/") || path == listKey || path == directKey;
+        if (isText && !isKeyOfLines(file, entry))
             textLines.append(&entry);
     }
     const IniEntry *const written = byPath.contains(listKey) ? entry(listKey) : entry(directKey);
@@ -373,6 +374,8 @@ MeantText Subject::readMeant(const IniEntry &entry) const
         meant.end = behind == Behind::Remark ? entry.end : lineEnd(file.bytes(), entry.end);
         meant.isSure = behind != Behind::Unknown;
     }
+    if (isKeyOfLines(file, entry))
+        meant.isSure = false;
     while (meant.end > entry.valueBegin && isBlank(file.bytes().at(meant.end - 1)))
         --meant.end;
     QByteArray raw = file.bytes().mid(entry.valueBegin, meant.end - entry.valueBegin).trimmed();

@@ -78,12 +78,11 @@ public:
         return lineByLine ? *lineByLine : file;
     }
 
-    const IniEntry *list = nullptr; ///< the list that counts; null without one, or where it is of no use
-    QVector<Item> items;            ///< empty without `list`
-    QVector<const IniEntry *>
-        listed; ///< the lines that the list names, or was meant to; each once, in its order
-    QVector<CommandEntry> commands; ///< of those, in the same order
-    Uses uses;                      ///< of the medium, by the commands and the scripts that they call
+    const IniEntry *list = nullptr;   ///< the list that counts; null without one, or where it is of no use
+    QVector<Item> items;              ///< empty without `list`
+    QVector<const IniEntry *> listed; ///< the lines that the list names, or was meant to, each once
+    QVector<CommandEntry> commands;   ///< of those, in the same order
+    Uses uses;                        ///< of the medium, by the commands and the scripts that they call
 
     /// The last line with this path, which is the one that counts; null without one.
     const IniEntry *entry(const QString &path) const

@@ -57,6 +57,8 @@ private slots:
     void whatAMisreadListNamesIsLookedAtToo();
     void aKeyIsRenamedWhereItsListIsReadOnly_data();
     void aKeyIsRenamedWhereItsListIsReadOnly();
+    void whatSwallowsOtherLinesIsNotMendedWithThem_data();
+    void whatSwallowsOtherLinesIsNotMendedWithThem();
     void aScriptIsReadWithItsArguments_data();
     void aScriptIsReadWithItsArguments();
     void theRightLineIsRightForWhateverIsWritten_data();
@@ -1064,6 +1066,27 @@ void TestFindings::aKeyIsRenamedWhereItsListIsReadOnly()
         }
     }
     QFAIL(qPrintable(idsOf(findings).join(' ')));
+}
+
+void TestFindings::whatSwallowsOtherLinesIsNotMendedWithThem_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::newRow("a value") << QByteArray("[x]\nk=a\"b\\");
+    QTest::newRow("a key") << QByteArray("[CMD]\nk \xc3\xa4\"");
+    QTest::newRow("a key elsewhere") << QByteArray("[x]\nk \xc3\xa4\"");
+}
+
+/// All that an open quotation mark makes part of one entry would become one line, or a comment.
+void TestFindings::whatSwallowsOtherLinesIsNotMendedWithThem()
+{
+    QFETCH(QByteArray, line);
+    const QByteArray catalogue =
+        "[system]\nCMD_List=\"a\"\n" + line + "\n[CMD]\na=\"A@date\"\nb=\"B@sync\"\n";
+    for (const Finding &finding : checkText(catalogue).list) {
+        if (finding.mendable)
+            QVERIFY2(edited(catalogue, finding.edits).contains("\na=\"A@date\"\nb=\"B@sync\"\n"),
+                     qPrintable(finding.id));
+    }
 }
 
 void TestFindings::aScriptIsReadWithItsArguments_data()
