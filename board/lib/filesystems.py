@@ -12,11 +12,12 @@ import subprocess
 from collections.abc import Callable
 from dataclasses import dataclass, field
 
-# What e2fsck may say of a disk whose power was cut: the journal is played back, and what was deleted while open goes.
+# What e2fsck may say of a disk whose power was cut: the journal is played back, what was deleted while open goes, and
+# what was being shortened gets the size that it has.
 # The last transaction of a journal that was being written is left out, if its last block is half; then everything is
 # looked at.
 EXPECTED = re.compile(
-    r"recovering journal|Clearing orphaned inode|: clean, |Setting (?:free|inode)|^$"
+    r"recovering journal|(?:Clearing|Truncating) orphaned inode|: clean, |Setting (?:free|inode)|^$"
     r"|Journal transaction \d+ was corrupt, replay was aborted|contains a file system with errors, check forced"
     r"|: \d+/\d+ files \(.*\), \d+/\d+ blocks$"
 )
