@@ -76,7 +76,10 @@ void nul(const Subject &subject, Collector &findings)
         if (isText && !bytes.mid(entry.begin, entry.valueBegin - entry.begin).contains('\0'))
             values.insert(subject.file.lineStart(entry.begin), &entry);
     }
+    const bool isNamed = subject.listsZeros();
     for (int at = bytes.indexOf('\0'); at >= 0; at = bytes.indexOf('\0', lineEnd(bytes, at))) {
+        if (isNamed)
+            findings.askAuthor();
         const QString message = "A zero byte: the tool drops the rest of this value";
         const int begin = subject.file.lineStart(at);
         const IniEntry *entry = values.value(begin);

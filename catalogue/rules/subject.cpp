@@ -383,6 +383,8 @@ MeantText Subject::readMeant(const IniEntry &entry) const
         meant.text = intendedText(file, entry.value);
         return meant;
     }
+    if (&entry == list && listsZeros())
+        meant.isSure = false;
     raw.replace('\0', "");
     if (entry.path().startsWith("CMD/")) {
         const MeantCommand command = meantCommand(raw);
@@ -394,6 +396,12 @@ MeantText Subject::readMeant(const IniEntry &entry) const
         raw = raw.mid(1, raw.size() - 2);
     meant.text = textOfRaw(withLiteralBackslashes(withoutOtherMarks(raw)), false);
     return meant;
+}
+
+bool Subject::listsZeros() const
+{
+    return std::any_of(items.begin(), items.end(),
+                       [](const Item &item) { return item.entry && item.text.contains(QChar(0)); });
 }
 
 QString Subject::line(const IniEntry &entry, const QString &text) const

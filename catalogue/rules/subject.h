@@ -113,6 +113,8 @@ public:
     {
         return meant(entry).end;
     }
+    /// Whether a key with zero bytes is found by an item with them. Without, neither would be what it was.
+    bool listsZeros() const;
     /// The line with another text.
     QString line(const IniEntry &entry, const QString &text) const;
     /// The line with another command.
