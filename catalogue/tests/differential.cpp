@@ -39,7 +39,7 @@ constexpr int smallOnesPerBig = 1000;
 /// A text as a report can carry it: half a surrogate pair is no character.
 QString carried(const QString &text)
 {
-    return QString::fromUtf8(text.toUtf8());
+    return QString::fromUtf8('x' + text.toUtf8()).mid(1); // a byte-order mark in front would be left out
 }
 
 /// What a batch did, in words: "start NAME", "run LINE", "hide", "show", "end".
@@ -133,7 +133,9 @@ PrintedSide printedSide(const QString &path, const Screen &screen)
     medium.bytes = file.readAll();
     const Verdict verdict = readVerdict(path);
     const Findings findings = findAll(medium, IniFile(medium.bytes), verdict, screen);
-    const QJsonObject report = QJsonDocument::fromJson(jsonReport(medium, verdict, findings)).object();
+    // Escaped, because Qt leaves a byte-order mark in front of a text out.
+    const QByteArray printed = jsonReport(medium, verdict, findings).replace("\xef\xbb\xbf", "\\ufeff");
+    const QJsonObject report = QJsonDocument::fromJson(printed).object();
     return {report["mode"].toString(), objects(report["operations"]), objects(report["closing"])};
 }
 
