@@ -420,7 +420,7 @@ QVector<Rule> commandRules()
         {"shell-braces", Severity::Warning, shellBraces, AsksAuthor, "whether these are alternatives"},
         {"shell-quote", Severity::Error, shellQuote, ChangesCommands, "what the script is"},
         {"shell-escape", Severity::Error, shellEscape, ChangesCommands, "who is to get the backslash"},
-        {"shell-comment", Severity::Error, shellComment, ChangesCommands, nullptr},
+        {"shell-comment", Severity::Error, shellComment, ChangesCommands, whatShellReads},
         {"shell-script-split", Severity::Error, shellScriptSplit, ChangesCommands, nullptr},
         {"single-word-sh", Severity::Error, singleWordSh, ChangesCommands, "what the shell is to run"},
         {"unbalanced-command-quotes", Severity::Error, unbalancedCommandQuotes, AsksAuthor,
