@@ -284,7 +284,7 @@ bool darkens(const QStringList &words, const Step &step)
         return path.startsWith("/sys/") && light.match(path).hasMatch();
     });
     const QString value = words.value(words.size() - 1);
-    const bool isPower = isLight && step.outputs.filter(power).size() > 0;
+    const bool isPower = isLight && !step.outputs.filter(power).isEmpty();
     return isLight && (isPower ? value != "0" : value == "0");
 }
 

@@ -564,9 +564,8 @@ QString Subject::meantLine(const IniLine &stray) const
     // The value as it is written, without what stands around it.
     static const QRegularExpression front("^[^=:\\x{ff1d}\\x{ff1a}\\x{fe66}\\x{207c}\\x{fe55}]*.\\s*");
     QString value = QString(written).remove(front).trimmed();
-    if (value.size() > 1 && value.startsWith('"') && value.endsWith('"'))
-        value = value.mid(1, value.size() - 2);
-    else if (isInOtherQuotes(value))
+    const bool isQuoted = value.size() > 1 && value.startsWith('"') && value.endsWith('"');
+    if (isQuoted || isInOtherQuotes(value))
         value = value.mid(1, value.size() - 2);
     return isSystem ? iniLine(key, plain(value)) : iniLine(key, textOfRaw(value.toUtf8(), true));
 }
