@@ -569,7 +569,7 @@ MountPath mountPath(const QString &word)
         "/storage/[\\w-]+|/run/mount/\\w+)/(.+)$");
     static const QRegularExpression link("^(/(?:mnt|MNT|Mnt|mount|media|mtn|nmt)/+(\\w+))(?:/(.*))?$");
     // Most words cannot be one, by the first letter of their first folder.
-    if (word.startsWith('/') && !isOneOf("acmnruvMV", word.mid(1, 1).at(0)))
+    if (word.startsWith('/') && !isOneOf("acmnruvMV", word.size() > 1 ? word.at(1) : QChar()))
         return {};
     const QRegularExpressionMatch certain = sure.match(word);
     if (certain.hasMatch())
